@@ -1,0 +1,184 @@
+#include "codecs/DecoderWAV.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+
+#include "app/base/Trace.h"
+#include "codecs/PathRules.h"
+
+namespace {
+
+uint32_t LittleEndian32(const unsigned char* p) {
+  return uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16 | uint32_t(p[3]) << 24;
+}
+uint16_t LittleEndian16(const unsigned char* p) { return uint16_t(p[0] | p[1] << 8); }
+
+void PutLittleEndian32(unsigned char* p, uint32_t v) {
+  for (int i = 0; i < 4; ++i) p[i] = static_cast<unsigned char>(v >> (8 * i));
+}
+void PutLittleEndian16(unsigned char* p, uint16_t v) {
+  p[0] = static_cast<unsigned char>(v);
+  p[1] = static_cast<unsigned char>(v >> 8);
+}
+
+long FileSize(FILE* file) {
+  long here = std::ftell(file);
+  std::fseek(file, 0, SEEK_END);
+  long size = std::ftell(file);
+  std::fseek(file, here, SEEK_SET);
+  return size;
+}
+
+}  // namespace
+
+int CDecoderWAV::open(std::string path, AudioFormat* format, int write) {
+  if (isOpen || !format) return 0;
+  return write ? openForWriting(path, format) : openForReading(path, format);
+}
+
+int CDecoderWAV::openForReading(const std::string& path, AudioFormat* format) {
+  if (!EndsWith(ToLowerAscii(path), "wav")) return 0;
+  file_ = std::fopen(path.c_str(), "rb");
+  if (!file_) return 0;
+
+  unsigned char header[36];
+  bool plain = std::fread(header, 1, sizeof header, file_) == sizeof header &&
+               header[0] == 'R' && header[1] == 'I' && header[2] == 'F' && header[3] == header[2] &&
+               std::memcmp(header + 8, "WAVE", 4) == 0 && std::memcmp(header + 12, "fmt ", 4) == 0 &&
+               LittleEndian32(header + 16) == 16;
+  int tag = plain ? LittleEndian16(header + 20) : 0;
+  int channels = LittleEndian16(header + 22);
+  int rate = static_cast<int>(LittleEndian32(header + 24));
+  int bits = LittleEndian16(header + 34);
+  // Widths above 32 bits and absurd channel counts would overrun the chain's conversion
+  // buffers; such files go on to the decoders behind this one.
+  if ((tag != 1 && tag != 3) || channels < 1 || channels > 32 || bits < 1 || bits > 32 ||
+      rate < 1 || rate > 768000) {
+    close();
+    return 0;
+  }
+
+  // Walk the chunks after "fmt " to "data". The walk ends at the end of the file, and an odd
+  // chunk length is followed by its pad byte.
+  long size = FileSize(file_);
+  long offset = 36;
+  long dataBytes = -1;
+  while (offset + 8 <= size) {
+    unsigned char chunk[8];
+    std::fseek(file_, offset, SEEK_SET);
+    if (std::fread(chunk, 1, 8, file_) != 8) break;
+    uint32_t length = LittleEndian32(chunk + 4);
+    offset += 8;
+    if (std::memcmp(chunk, "data", 4) == 0) {
+      // A length past the end (a truncated file, or a stream that never wrote its length)
+      // counts only what the file holds.
+      dataBytes = std::min<long>(static_cast<long>(length), size - offset);
+      break;
+    }
+    offset += static_cast<long>(length) + (length & 1);
+  }
+  if (dataBytes < 0) {
+    TraceLine("wav: no data chunk in %s", path.c_str());
+    close();
+    return 0;
+  }
+
+  bytesPerFrame = (bits + 7) / 8 * channels;
+  long frames = std::min<long>(dataBytes / bytesPerFrame, 0x7fffffffL);
+  format_ = AudioFormat{rate, channels, bits, bits, 0, static_cast<int>(frames)};
+  *format = format_;
+  sampleRate = rate;
+  dataOffset_ = offset;
+  framesDone = 0;
+  writing_ = 0;
+  isOpen = 1;
+  std::fseek(file_, dataOffset_, SEEK_SET);
+  return 1;
+}
+
+int CDecoderWAV::openForWriting(const std::string& path, AudioFormat* format) {
+  if (format->channels < 1 || format->bitsPerSample < 1 || format->sampleRate < 1) return 0;
+  file_ = std::fopen(path.c_str(), "wb");
+  if (!file_) return 0;
+  format_ = *format;
+  int bytesPerSample = (format_.bitsPerSample + 7) / 8;
+  bytesPerFrame = bytesPerSample * format_.channels;
+
+  unsigned char header[44];
+  std::memcpy(header, "RIFF", 4);
+  PutLittleEndian32(header + 4, 44);
+  std::memcpy(header + 8, "WAVEfmt ", 8);
+  PutLittleEndian32(header + 16, 16);
+  PutLittleEndian16(header + 20, format_.bitsPerSample == 32 ? 3 : 1);
+  PutLittleEndian16(header + 22, static_cast<uint16_t>(format_.channels));
+  PutLittleEndian32(header + 24, static_cast<uint32_t>(format_.sampleRate));
+  PutLittleEndian32(header + 28, static_cast<uint32_t>(bytesPerFrame * format_.sampleRate));
+  PutLittleEndian16(header + 32, static_cast<uint16_t>(bytesPerFrame));
+  PutLittleEndian16(header + 34, static_cast<uint16_t>(format_.bitsPerSample));
+  std::memcpy(header + 36, "data", 4);
+  PutLittleEndian32(header + 40, 0);
+  if (std::fwrite(header, 1, sizeof header, file_) != sizeof header) {
+    std::fclose(file_);
+    file_ = nullptr;
+    return 0;
+  }
+  sampleRate = format_.sampleRate;
+  dataBytesWritten_ = 0;
+  framesDone = 0;
+  writing_ = 1;
+  isOpen = 1;
+  return 1;
+}
+
+int CDecoderWAV::read(void* destination, int frames, int position) {
+  if (!isOpen || writing_ || !destination || frames <= 0) return 0;
+  if (position != -1) {
+    if (position < 0) return 0;
+    std::fseek(file_, dataOffset_ + static_cast<long>(position) * bytesPerFrame, SEEK_SET);
+  }
+  // Never read past the data chunk into whatever chunks follow it.
+  long here = std::ftell(file_);
+  long end = dataOffset_ + static_cast<long>(format_.frames) * bytesPerFrame;
+  long available = std::max(0L, (end - here) / bytesPerFrame);
+  int wanted = static_cast<int>(std::min<long>(frames, available));
+  int got = static_cast<int>(std::fread(destination, static_cast<size_t>(bytesPerFrame),
+                                        static_cast<size_t>(wanted), file_));
+  framesDone += got;
+  return got;
+}
+
+int CDecoderWAV::write(const void* source, int frames) {
+  if (!isOpen || !writing_ || !source || frames <= 0) return 0;
+  size_t done = std::fwrite(source, static_cast<size_t>(bytesPerFrame),
+                            static_cast<size_t>(frames), file_);
+  dataBytesWritten_ += done * static_cast<unsigned long>(bytesPerFrame);
+  framesDone += static_cast<int>(done);
+  return static_cast<int>(done);
+}
+
+double CDecoderWAV::durationSeconds() {
+  if (!isOpen || sampleRate <= 0) return 0.0;
+  if (writing_) return static_cast<double>(framesDone) / sampleRate;
+  return static_cast<double>(format_.frames) / format_.sampleRate;
+}
+
+void CDecoderWAV::close() {
+  if (!file_) {
+    isOpen = 0;
+    return;
+  }
+  if (writing_) {
+    unsigned char field[4];
+    PutLittleEndian32(field, static_cast<uint32_t>(dataBytesWritten_ + 36));
+    std::fseek(file_, 4, SEEK_SET);
+    std::fwrite(field, 1, 4, file_);
+    PutLittleEndian32(field, static_cast<uint32_t>(dataBytesWritten_));
+    std::fseek(file_, 40, SEEK_SET);
+    std::fwrite(field, 1, 4, file_);
+  }
+  std::fclose(file_);
+  file_ = nullptr;
+  isOpen = 0;
+  writing_ = 0;
+}
