@@ -1,0 +1,55 @@
+#pragma once
+// The output layer: finds the devices of the machine, opens one or two of them, and calls
+// MixAudioBlock (primary) and MonitorAudioBlock (secondary) whenever a device needs data.
+//
+// Device table: the system devices through RtAudio (ALSA, PulseAudio/PipeWire) first,
+// numbered from 0, then the JACK server (the "pro" back end, in the place the design gives to
+// ASIO drivers). A JACK primary forces multichannel mode and no secondary. When no device can
+// be opened the null back end runs the mix at real time and throws it away, so meters, the
+// recorder and analysis keep working.
+//
+// Everything here is called on the main thread, except the counters, which any thread reads.
+
+#include <cstdint>
+#include <string>
+
+struct OutputDeviceInfo {
+  std::string name;
+  int channels = 2;
+  bool pro = false;  // JACK
+};
+
+// Settings: primary (audio0) and secondary (audio1) device indices, latency (latncy, total
+// frames of the 8-fragment ring; a fragment is latency/8 frames).
+struct OutputSelection {
+  int primary = 0;
+  int secondary = 1;
+  int latencyFrames = 2880;
+};
+extern OutputSelection g_outputSelection;
+
+// Builds (or rebuilds) the device table; returns the number of devices.
+int EnumerateOutputDevices();
+int OutputDeviceCount(bool includePro);
+const OutputDeviceInfo* OutputDevice(int index);  // null when out of range
+// Index of a saved name: the system part first, then the pro part; -1 when not found.
+int OutputDeviceIndexByName(const std::string& name);
+
+// Opens the outputs chosen in g_outputSelection in the mode of g_outputOptions.
+void OpenAudioOutputs(int channels, int reserved);
+// Closes all outputs, the secondary first; frees the device table when asked.
+void CloseAudioOutputs(int freeDeviceTable);
+
+// What the layer is doing now, for `lumo` and the tests.
+struct OutputStatus {
+  bool primaryOpen = false;
+  bool secondaryOpen = false;
+  bool nullBackend = false;
+  std::string primaryName;  // "null" for the null back end
+  int deviceRate = 0;       // the device's own rate; the output stage resamples to it
+  int blockFrames = 0;
+  int channels = 0;
+};
+OutputStatus CurrentOutputStatus();
+// Engine frames (44100 Hz) the primary output has pulled from MixAudioBlock since it opened.
+uint64_t PrimaryFramesDelivered();
