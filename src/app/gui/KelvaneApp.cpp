@@ -1,13 +1,145 @@
-// Placeholder window program; the skinned main window replaces it.
+// The application object: folders, language, the single-instance check, the main window.
+#include <wx/image.h>
+#include <wx/msgdlg.h>
+#include <wx/snglinst.h>
+#include <wx/timer.h>
 #include <wx/wx.h>
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <unistd.h>
+
+#include "app/DataFolders.h"
+#include "app/Language.h"
+#include "app/base/Trace.h"
+#include "app/gui/AppInit.h"
+#include "app/gui/EngineSteps.h"
+#include "skin/model/ControlCatalogue.h"
+#include "skin/ZQMainWindow.h"
+
+namespace {
+
+// Taken as early as static initialisation allows: the start of the start-up figure.
+const auto g_processStart = std::chrono::steady_clock::now();
+
+std::atomic<bool> g_terminate{false};
+extern "C" void OnTerminateSignal(int) { g_terminate.store(true, std::memory_order_relaxed); }
+
+bool EnvSet(const char* name) {
+  const char* value = std::getenv(name);
+  return value && *value && *value != '0';
+}
+
+// Language keys: numbers as written, names through the catalogue.
+int LanguageKey(const std::string& key) {
+  if (int number = NumericLanguageKey(key); number > 0) return number;
+  return ControlIdByName(key.c_str());
+}
+
+// Picks the language file: the user's, the shipped language.xml, else the one shipped file (or
+// the user's choice among several), copied into the settings folder for the next start.
+std::string ChooseLanguage() {
+  const DataFolders& folders = Folders();
+  std::string path = FindLanguageFile(folders.settings, folders.programData + "languages/");
+  if (!path.empty()) return path;
+  std::vector<LanguageFileInfo> files = ListLanguageFiles(folders.programData + "languages/");
+  if (files.empty()) return {};
+  size_t choice = 0;
+  if (files.size() > 1) {
+    wxArrayString names;
+    for (const auto& file : files) names.Add(wxString::FromUTF8(file.language));
+    int picked = wxGetSingleChoiceIndex("Language", "Zorvik Lumo 2", names);
+    if (picked < 0) return {};
+    choice = static_cast<size_t>(picked);
+  }
+  std::string own = folders.settings + "language.xml";
+  std::error_code error;
+  std::filesystem::copy_file(files[choice].path, own, std::filesystem::copy_options::overwrite_existing, error);
+  return error ? files[choice].path : own;
+}
 
 class KelvaneApp : public wxApp {
  public:
-  bool OnInit() override {
-    auto* frame = new wxFrame(nullptr, wxID_ANY, "Zorvik Lumo 2", wxPoint(100, 100), wxSize(400, 400));
-    frame->Show();
-    return true;
-  }
+  bool OnInit() override;
+  int OnExit() override;
+  void OnFatalException() override { TraceLine("fatal exception"); }
+
+ private:
+  void WatchSignals();
+
+  std::unique_ptr<wxSingleInstanceChecker> checker_;
+  wxTimer signalTimer_;
 };
+
+bool KelvaneApp::OnInit() {
+  // Step 1, the socket layer, needs no start on this platform. Step 3: no minidumps.
+  wxHandleFatalExceptions(false);
+
+  // Step 4: folders first, so the instance lock can live in the data root (tests run several
+  // programs side by side, each with its own root).
+  std::string message;
+  if (!StepInitFolders(&message)) wxMessageBox(wxString::FromUTF8(message), "Message");
+
+  // Step 2: one program per user and data root.
+  checker_ = std::make_unique<wxSingleInstanceChecker>();
+  checker_->Create(wxString::Format("XKN-%lu", static_cast<unsigned long>(getuid())),
+                   wxString::FromUTF8(Folders().root));
+
+  // Step 5: the language, before any window.
+  std::string languageFile = ChooseLanguage();
+  LanguageTables tables;
+  if (languageFile.empty() || !LoadLanguageFile(languageFile, LanguageKey, tables)) {
+    wxMessageBox("Can not load language file " + wxString::FromUTF8(languageFile), "Message");
+    return false;
+  }
+  SetLanguage(std::move(tables));
+
+  // Step 6.
+  if (checker_->IsAnotherRunning()) {
+    wxMessageBox(wxString::FromUTF8(LangString(kStrAlreadyRunning)), "Message");
+    return false;
+  }
+
+  // Step 7. The image handlers come before the skin (which AppInit loads), not after.
+  wxInitAllImageHandlers();
+  auto* main = new ZQMainWindow(AppClose);
+  SetTopWindow(main);
+  if (EnvSet("ZORVIK_LUMO_STARTUP_REPORT")) {
+    bool exitAfter = EnvSet("ZORVIK_LUMO_EXIT_AFTER_FIRST_FRAME");
+    main->SetFirstPaintHook([main, exitAfter] {
+      double ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - g_processStart).count();
+      std::printf("startup-to-first-frame-ms=%.1f\n", ms);
+      std::fflush(stdout);
+      if (exitAfter) main->CloseWithoutAsking();
+    });
+  }
+  if (!AppInit(main)) return true;  // the window closes itself; the loop ends at once
+  WatchSignals();
+  return true;
+}
+
+// A termination signal closes the window the ordinary way, so settings and files are written.
+void KelvaneApp::WatchSignals() {
+  std::signal(SIGTERM, OnTerminateSignal);
+  std::signal(SIGINT, OnTerminateSignal);
+  signalTimer_.Bind(wxEVT_TIMER, [](wxTimerEvent&) {
+    if (!g_terminate.exchange(false)) return;
+    if (ZQMainWindow* main = MainWindow()) main->CloseWithoutAsking();
+  });
+  signalTimer_.Start(100);
+}
+
+int KelvaneApp::OnExit() {
+  signalTimer_.Stop();
+  checker_.reset();
+  return wxApp::OnExit();
+}
+
+}  // namespace
 
 wxIMPLEMENT_APP(KelvaneApp);

@@ -1,0 +1,96 @@
+#include "app/gui/AppInit.h"
+
+#include <wx/display.h>
+#include <wx/msgdlg.h>
+
+#include <cstdlib>
+#include <ctime>
+
+#include "app/DataFolders.h"
+#include "app/Language.h"
+#include "app/base/Trace.h"
+#include "app/gui/EngineSteps.h"
+#include "skin/ControlTable.h"
+#include "skin/SkinLoader.h"
+#include "skin/ZQMainWindow.h"
+
+namespace {
+
+DisplaySize DisplayOf(wxWindow* window) {
+  int index = wxDisplay::GetFromWindow(window);
+  wxRect geometry = wxDisplay(index == wxNOT_FOUND ? 0u : static_cast<unsigned>(index)).GetGeometry();
+  return {geometry.width, geometry.height};
+}
+
+// A box with a language string; CR LF from the language file shows as one line break.
+void ShowLanguageMessage(int number, wxWindow* parent) {
+  wxString text = wxString::FromUTF8(LangString(number));
+  text.Replace("\r\n", "\n");
+  wxMessageBox(text, "Message", wxOK, parent);
+}
+
+// The skin named in the settings, else the default for the display.
+int PickSkin(DisplaySize display, const std::string& settingName) {
+  std::vector<SkinListEntry>& skins = SkinTable();
+  if (!settingName.empty()) {
+    if (int index = FindSkin(skins, settingName); index >= 0) return index;
+  }
+  return ChooseDefaultSkin(skins, display);
+}
+
+}  // namespace
+
+bool AppInit(ZQMainWindow* main) {
+  // Steps 1-6: the engine's pointers start null; memory limits and drawing libraries are the
+  // engine's and the toolkit's business on this platform.
+  std::srand(static_cast<unsigned>(std::time(nullptr)));
+
+  // Step 7: the skins need a display of at least 900 by 600.
+  DisplaySize display = DisplayOf(main);
+  if (DisplayTooSmall(display)) {
+    ShowLanguageMessage(kStrDisplayTooSmall, main);
+    main->CloseWithoutAsking();
+    return false;
+  }
+
+  // Step 10: every catalogue control exists, hidden, before anything is tied to it.
+  CreateCatalogueControls(main);
+  ApplyLabelTexts();
+
+  // Steps 12-19: the engine's objects.
+  StepCreateAudioObjects();
+
+  // Step 20: with no output device the engine runs on its null back end; say so once the
+  // window is up rather than holding the start-up on a box.
+  if (StepEnumerateDevices() == 0) main->CallAfter([main] { ShowLanguageMessage(kStrNoOutputDevice, main); });
+
+  // Step 22: the shipped skins first, then the user's.
+  SkinTable().clear();
+  ListSkins(Folders().programData + "skins", nullptr, "");
+  ListSkins(Folders().skins, nullptr, "");
+  int skin = PickSkin(display, "");
+
+  // Step 23: outputs open before the skin exists.
+  StepOpenOutputs();
+
+  // Step 24.
+  if (skin >= 0) LoadSkin(SkinTable()[skin].xmlPath, main);
+  if (!main->IsShown()) {
+    main->SetWindowStyle(wxCAPTION | wxSYSTEM_MENU);
+    main->Show();
+    TraceLine("error - NO SKIN WAS LOADED");
+  }
+
+  // Step 28: the application threads start last, once all their targets exist.
+  StepStartThreads();
+  return true;
+}
+
+void AppClose() {
+  if (ZQMainWindow* main = MainWindow()) main->Hide();
+  StepStopThreads();
+  StepCloseOutputs();
+  ReleaseSkinObjects();
+  StepDeleteAudioObjects();
+  TraceLine("closed");
+}

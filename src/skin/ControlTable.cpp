@@ -1,0 +1,71 @@
+#include "skin/ControlTable.h"
+
+#include <cstring>
+
+#include "app/Language.h"
+#include "app/base/Trace.h"
+#include "skin/SkinControls.h"
+
+ZQCustomControl* ControlTable[kControlTableRows][kControlIdCount] = {};
+
+namespace {
+
+// What a display shows before the engine has written to it, so a fresh window reads as a
+// mixer at rest rather than a row of blank boxes.
+struct Placeholder {
+  const char* name;
+  const char* text;
+};
+const Placeholder kPlaceholders[] = {
+    {"deck_elapsed", "00:00.0"},    {"deck_remained", "-00:00.0"}, {"deck_bpm", "---.-"},
+    {"deck_pitch_tempo", "0.00%"},  {"deck_pitch_key_label", "--"}, {"deck_gain_val", "0 dB"},
+    {"deck_eq_low_val", "0"},        {"deck_eq_mid_val", "0"},       {"deck_eq_high_val", "0"},
+    {"time", "00:00"},              {"auto_dj_time", "00:00"},      {"record_time", "00:00:00"},
+    {"master_gain_val", "0 dB"},     {"monitor_gain_val", "0 dB"},   {"mic_gain_val", "0 dB"},
+    {"cf_curve_val", "50"},         {"pfl_mix_val", "50"}};
+
+}  // namespace
+
+ZQCustomControl* ControlAt(int id, int deck) {
+  if (id < 1 || id > kLastControlId || deck < -1 || deck >= kDeckRows) return nullptr;
+  return ControlTable[deck + 1][id];
+}
+
+void CreateCatalogueControls(wxWindow* parent) {
+  for (int id = 1; id <= kLastControlId; ++id) {
+    int type = ControlTypeOf(id);
+    if (ControlIsGlobal(id)) {
+      ZQCustomControl* control = CreateSkinControl(type, parent, id, -1);
+      if (!control) TraceLine("global control NOT created - id %d", id);
+      else control->SetCatalogueId(id);
+      ControlTable[0][id] = control;
+      continue;
+    }
+    for (int deck = 0; deck < kDeckRows; ++deck) {
+      ZQCustomControl* control = CreateSkinControl(type, parent, id, deck);
+      if (!control) TraceLine("deck control NOT created - id %d (idx %d)", id, deck);
+      else control->SetCatalogueId(id);
+      ControlTable[deck + 1][id] = control;
+    }
+  }
+}
+
+void ClearControlTable() {
+  for (auto& row : ControlTable) {
+    for (auto& control : row) control = nullptr;
+  }
+}
+
+void ApplyLabelTexts() {
+  for (int id = 1; id <= kLastControlId; ++id) {
+    const char* placeholder = nullptr;
+    for (const Placeholder& p : kPlaceholders) {
+      if (std::strcmp(p.name, ControlNameOf(id)) == 0) placeholder = p.text;
+    }
+    if (!ControlIsLabel(id) && !placeholder) continue;
+    std::string text = ControlIsLabel(id) ? LangLabel(id) : placeholder;
+    for (auto& row : ControlTable) {
+      if (auto* control = dynamic_cast<CZQSkinnedControl*>(row[id])) control->SetText(text);
+    }
+  }
+}

@@ -1,0 +1,25 @@
+#pragma once
+// Every catalogue control, made once at start-up and hidden until a skin places it. Row 0 holds
+// the global controls, rows 1-4 the controls of decks 0-3; the column is the catalogue id.
+//
+// Threads: GUI thread only. The controls are children of the main window and die with it;
+// ClearControlTable forgets them when the window goes.
+
+#include "skin/model/ControlCatalogue.h"
+
+class ZQCustomControl;
+class wxWindow;
+
+extern ZQCustomControl* ControlTable[kControlTableRows][kControlIdCount];
+
+// Null for a missing control, an id out of range or a deck outside -1..3.
+ZQCustomControl* ControlAt(int id, int deck);
+
+// Makes all catalogue controls on `parent`; types without a class here (video preview, web
+// browser, the two groups) stay empty and are logged.
+void CreateCatalogueControls(wxWindow* parent);
+void ClearControlTable();
+
+// Puts the language's label texts on the label controls (at start-up and after a change of
+// language), and the placeholder texts of value displays the tick has not written yet.
+void ApplyLabelTexts();

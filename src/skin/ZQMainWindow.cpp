@@ -1,0 +1,97 @@
+#include "skin/ZQMainWindow.h"
+
+#include <wx/display.h>
+#include <wx/msgdlg.h>
+
+#include "app/Language.h"
+#include "app/base/Trace.h"
+#include "skin/ControlTable.h"
+#include "skin/ZQCustomControl.h"
+
+namespace {
+ZQMainWindow* g_mainWindow = nullptr;
+}  // namespace
+
+ZQMainWindow* MainWindow() { return g_mainWindow; }
+
+ZQCustomControl* ControlUnderPointer(const wxPoint& screenPoint) {
+  return g_mainWindow ? g_mainWindow->ControlAtScreen(screenPoint) : nullptr;
+}
+
+ZQMainWindow::ZQMainWindow(std::function<void()> onClose)
+    : wxFrame(nullptr, wxID_ANY, "Zorvik Lumo 2", wxPoint(100, 100), wxSize(400, 400)),
+      onClose_(std::move(onClose)),
+      mainGroup_(this) {
+  g_mainWindow = this;
+  SetBackgroundStyle(wxBG_STYLE_PAINT);
+  Bind(wxEVT_PAINT, &ZQMainWindow::OnPaint, this);
+  Bind(wxEVT_CLOSE_WINDOW, &ZQMainWindow::OnClose, this);
+}
+
+ZQMainWindow::~ZQMainWindow() {
+  if (g_mainWindow == this) g_mainWindow = nullptr;
+}
+
+void ZQMainWindow::OnPaint(wxPaintEvent&) {
+  PaintSkinBackground(this);
+  if (firstPaintHook_) {
+    auto hook = std::move(firstPaintHook_);
+    firstPaintHook_ = nullptr;
+    CallAfter(hook);  // after this paint has reached the screen
+  }
+}
+
+void ZQMainWindow::EnterFullScreen() {
+  storedRect_ = GetRect();
+  int index = wxDisplay::GetFromWindow(this);
+  wxRect display = wxDisplay(index == wxNOT_FOUND ? 0u : static_cast<unsigned>(index)).GetGeometry();
+  Move(display.GetTopLeft());
+  ShowFullScreen(true, wxFULLSCREEN_ALL);
+}
+
+void ZQMainWindow::ToggleFullScreen() {
+  if (IsFullScreen()) {
+    ShowFullScreen(false);
+    if (!storedRect_.IsEmpty()) SetSize(storedRect_);
+    return;
+  }
+  int index = wxDisplay::GetFromWindow(this);
+  wxSize display = wxDisplay(index == wxNOT_FOUND ? 0u : static_cast<unsigned>(index)).GetGeometry().GetSize();
+  if (display != wxSize(SkinWidth(), SkinHeight())) {
+    wxString question = wxString::FromUTF8(LangString(kStrFullScreenConfirm));
+    if (wxMessageBox(question, "Message", wxYES_NO, this) != wxYES) return;
+  }
+  EnterFullScreen();
+}
+
+ZQCustomControl* ZQMainWindow::ControlAtScreen(const wxPoint& screenPoint) {
+  wxWindow* window = wxFindWindowAtPoint(screenPoint);
+  while (window && window != this) {
+    if (auto* control = dynamic_cast<ZQCustomControl*>(window); control && control->IsShown()) return control;
+    window = window->GetParent();
+  }
+  return nullptr;
+}
+
+void ZQMainWindow::CloseWithoutAsking() {
+  asking_ = false;
+  Close(true);
+}
+
+void ZQMainWindow::OnClose(wxCloseEvent& event) {
+  if (closed_) return;
+  if (asking_ && event.CanVeto()) {
+    wxString question = wxString::FromUTF8(LangString(kStrQuitConfirm));
+    if (!question.empty() && wxMessageBox(question, "Message", wxYES_NO, this) != wxYES) {
+      event.Veto();
+      return;
+    }
+  } else if (asking_) {
+    TraceLine("we can NOT veto the close signal");
+  }
+  closed_ = true;
+  if (onClose_) onClose_();
+  ClearControlTable();
+  g_mainWindow = nullptr;
+  Destroy();
+}
