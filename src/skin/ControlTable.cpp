@@ -62,10 +62,13 @@ void ApplyLabelTexts() {
     for (const Placeholder& p : kPlaceholders) {
       if (std::strcmp(p.name, ControlNameOf(id)) == 0) placeholder = p.text;
     }
-    if (!ControlIsLabel(id) && !placeholder) continue;
-    std::string text = ControlIsLabel(id) ? LangLabel(id) : placeholder;
+    const std::string& hint = LangHint(id);
     for (auto& row : ControlTable) {
-      if (auto* control = dynamic_cast<CZQSkinnedControl*>(row[id])) control->SetText(text);
+      auto* control = dynamic_cast<CZQSkinnedControl*>(row[id]);
+      if (!control) continue;
+      if (!hint.empty()) control->SetToolTip(wxString::FromUTF8(hint));
+      if (ControlIsLabel(id)) control->SetText(LangLabel(id));
+      else if (placeholder) control->SetText(placeholder);
     }
   }
 }

@@ -20,6 +20,6 @@ ZQCustomControl* ControlAt(int id, int deck);
 void CreateCatalogueControls(wxWindow* parent);
 void ClearControlTable();
 
-// Puts the language's label texts on the label controls (at start-up and after a change of
-// language), and the placeholder texts of value displays the tick has not written yet.
+// Puts the language's label texts on the label controls and its hints on every control (at
+// start-up and after a change of language), and the placeholder texts of value displays the tick has not written yet.
 void ApplyLabelTexts();

@@ -1,0 +1,712 @@
+#!/usr/bin/python3
+"""Draws the default skin, "Zorvik Default 4 decks", in its five reference sizes.
+
+For each size it writes data/skins/<name> <W>x<H>.xml and the PNG of the same base name. The
+layout below is computed from the window size (nothing is scaled as a picture, so every size is
+drawn sharp). The PNG holds the window as it looks at rest; below it, the looks of the tab pages
+the big_tab group switches to; below those, the hover and lit states of every button.
+
+Needs only Debian packages: python3 and python3-cairo. Run from anywhere:
+    tools/skin/make-default-skin.py [output-folder]
+"""
+import math
+import os
+import sys
+from xml.sax.saxutils import quoteattr
+
+import cairo
+
+NAME = "Zorvik Default 4 decks"
+SIZES = [(1024, 600), (1024, 768), (1280, 800), (1280, 1024), (1366, 768)]
+FONT = "DejaVu Sans"
+
+# Palette: a dark console, one colour per deck, lit states in the colour of their function.
+BG = "#111216"
+PANEL = "#1b1d22"
+PANEL_EDGE = "#2b2e35"
+SCREEN = "#0b0c0e"
+KEY = "#2a2d34"
+KEY_EDGE = "#3b3f48"
+KEY_OVER = "#363a43"
+TEXT = "#c9ced6"
+DIM = "#7d838f"
+DECK_COLOURS = ["#3a9cff", "#ff7b2e", "#2fd27c", "#bd6cff"]
+DECK_LETTERS = "ABCD"
+LIT = {"play": "#2fd27c", "cue": "#ffb02e", "sync": "#3a9cff", "loop": "#1fc8c8", "kill": "#ff4b4b",
+       "fx": "#bd6cff", "rec": "#ff3b3b", "tab": "#5b6270", "plain": "#5b6270"}
+HOTCUE = ["#ff4b4b", "#ffb02e", "#f4e04d", "#2fd27c", "#1fc8c8", "#3a9cff", "#bd6cff", "#ff6ec7"]
+
+
+def rgb(hex_colour):
+    h = hex_colour.lstrip("#")
+    return tuple(int(h[i:i + 2], 16) / 255.0 for i in (0, 2, 4))
+
+
+def lighter(hex_colour, amount):
+    r, g, b = rgb(hex_colour)
+    return "#%02x%02x%02x" % tuple(int(min(1, c + (1 - c) * amount) * 255) for c in (r, g, b))
+
+
+class Skin:
+    """Collects placed elements and draws them; writes the XML at the end."""
+
+    def __init__(self, width, height):
+        self.w, self.h = width, height
+        self.k = min(width / 1280.0, height / 800.0)  # text and spacing follow the smaller axis
+        self.elements = []  # (depth, xml text)
+        self.group = None
+        self.state_boxes = []  # buttons whose extra states go below the window
+        self.pages = []
+
+    def s(self, value):
+        return max(1, int(round(value * (0.55 + 0.45 * self.k))))
+
+    # Drawing primitives ---------------------------------------------------------------
+    def begin(self, page_height, pages):
+        self.page_h = page_height
+        self.page_count = pages
+        self.state_y = height = self.h + page_height * pages
+        self.surface_height = height + 900  # trimmed after packing the button states
+        self.surface = cairo.ImageSurface(cairo.FORMAT_RGB24, self.w, self.surface_height)
+        self.cr = cairo.Context(self.surface)
+        self.fill_rect(0, 0, self.w, self.surface_height, BG)
+
+    def fill_rect(self, x, y, w, h, colour):
+        self.cr.set_source_rgb(*rgb(colour))
+        self.cr.rectangle(x, y, w, h)
+        self.cr.fill()
+
+    def rounded(self, x, y, w, h, r, fill, edge=None, line=1.0):
+        cr = self.cr
+        r = min(r, w / 2.0, h / 2.0)
+        cr.new_sub_path()
+        cr.arc(x + w - r, y + r, r, -math.pi / 2, 0)
+        cr.arc(x + w - r, y + h - r, r, 0, math.pi / 2)
+        cr.arc(x + r, y + h - r, r, math.pi / 2, math.pi)
+        cr.arc(x + r, y + r, r, math.pi, 1.5 * math.pi)
+        cr.close_path()
+        if fill:
+            cr.set_source_rgb(*rgb(fill))
+            cr.fill_preserve() if edge else cr.fill()
+        if edge:
+            cr.set_source_rgb(*rgb(edge))
+            cr.set_line_width(line)
+            cr.stroke()
+
+    def text(self, x, y, w, h, label, colour, size, bold=True, align="center"):
+        cr = self.cr
+        cr.select_font_face(FONT, cairo.FONT_SLANT_NORMAL,
+                            cairo.FONT_WEIGHT_BOLD if bold else cairo.FONT_WEIGHT_NORMAL)
+        cr.set_font_size(size)
+        ext = cr.text_extents(label)
+        while ext.width > w - 2 and size > 6:
+            size -= 0.5
+            cr.set_font_size(size)
+            ext = cr.text_extents(label)
+        tx = x + (w - ext.width) / 2 - ext.x_bearing if align == "center" else x + 2 - ext.x_bearing
+        fe = cr.font_extents()
+        ty = y + h / 2 + (fe[0] - fe[1]) / 2
+        cr.set_source_rgb(*rgb(colour))
+        cr.move_to(tx, ty)
+        cr.show_text(label)
+        cr.new_path()
+
+    def panel(self, x, y, w, h, title=None):
+        self.rounded(x + 0.5, y + 0.5, w - 1, h - 1, self.s(5), PANEL, PANEL_EDGE)
+        if title:
+            self.text(x + 6, y + 2, w - 12, self.s(14), title, DIM, self.s(9), align="left")
+
+    # Placing controls -----------------------------------------------------------------
+    def origin(self):
+        """Where the current container starts on screen and in the bitmap."""
+        if self.group is None:
+            return 0, 0, 0, 0
+        page, gx, gy, ux, uy = self.group
+        return gx, gy, ux, uy
+
+    def add(self, tag, action, x, y, w, h, deck=None, **attrs):
+        """x, y are window coordinates; drawing happens at the bitmap place of the container."""
+        gx, gy, ux, uy = self.origin()
+        a = {"action": action}
+        if deck is not None:
+            a["deck"] = deck
+        if self.group is not None:
+            a["panel"] = self.group[0]
+        a["posx"], a["posy"], a["width"], a["height"] = x - gx, y - gy, w, h
+        if (ux, uy) != (gx, gy):
+            a["upx"], a["upy"] = x - gx + ux, y - gy + uy
+        a.update(attrs)
+        body = " ".join("%s=%s" % (k, quoteattr(str(v))) for k, v in a.items())
+        self.elements.append((1 if self.group is None else 2, "<%s %s/>" % (tag, body)))
+        return x, y  # pages are drawn through a translation, see page()
+
+    def button(self, action, x, y, w, h, label, deck=None, lit="plain", switch=False, colour=None):
+        bx, by = self.add("button", action, x, y, w, h, deck, isswitch="yes" if switch else "no",
+                          **{"_states": "1"})
+        self.draw_key(bx, by, w, h, label, "up", lit, colour)
+        self.state_boxes.append((len(self.elements) - 1, w, h, label, lit, colour))
+
+    def draw_key(self, x, y, w, h, label, state, lit, colour):
+        r = self.s(3)
+        accent = colour or LIT[lit]
+        if state == "up":
+            self.rounded(x + 0.5, y + 0.5, w - 1, h - 1, r, KEY, KEY_EDGE)
+            self.fill_rect(x + 3, y + h - 3, w - 6, 1.5, lighter(accent, 0.0) if colour else KEY_EDGE)
+            fg = TEXT
+        elif state == "over":
+            self.rounded(x + 0.5, y + 0.5, w - 1, h - 1, r, KEY_OVER, lighter(KEY_EDGE, 0.25))
+            self.fill_rect(x + 3, y + h - 3, w - 6, 1.5, accent)
+            fg = "#ffffff"
+        else:  # lit
+            self.rounded(x + 0.5, y + 0.5, w - 1, h - 1, r, accent, lighter(accent, 0.35))
+            fg = "#101114"
+        self.text(x + 1, y, w - 2, h - 1, label, fg, min(self.s(10), h * 0.55))
+
+    def knob(self, action, x, y, size, deck=None, label=None, colour="#d8dce4"):
+        bx, by = self.add("slider", action, x, y, size, size, deck, isknob="yes",
+                          slidercolor=colour, backcolor=PANEL)
+        cr = self.cr
+        cr.new_path()
+        cx, cy, r = bx + size / 2.0, by + size / 2.0, size / 2.0 - 1
+        cr.set_line_width(max(1.5, size / 12.0))
+        cr.set_source_rgb(*rgb("#30343c"))
+        cr.arc(cx, cy, r - 1, math.radians(135), math.radians(405))
+        cr.stroke()
+        cr.arc(cx, cy, r * 0.72, 0, 2 * math.pi)
+        grad = cairo.LinearGradient(cx, cy - r, cx, cy + r)
+        grad.add_color_stop_rgb(0, *rgb("#3c4049"))
+        grad.add_color_stop_rgb(1, *rgb("#22252b"))
+        cr.set_source(grad)
+        cr.fill_preserve()
+        cr.set_source_rgb(*rgb("#4a4f5a"))
+        cr.set_line_width(1)
+        cr.stroke()
+        if label:
+            self.text(x - 8, y + size, size + 16, self.s(11), label, DIM, self.s(8))
+
+    def fader(self, action, x, y, w, h, deck=None, horizontal=False):
+        cap_w, cap_h = (self.s(14), h - 4) if horizontal else (w - 4, self.s(14))
+        bx, by = self.add("slider", action, x, y, w, h, deck, cursorwidth=cap_w, cursorheight=cap_h,
+                          slidercolor="#d8dce4", backcolor=PANEL)
+        cr = self.cr
+        if horizontal:
+            for i in range(11):
+                tx = bx + cap_w / 2 + (w - cap_w) * i / 10.0
+                self.fill_rect(tx, by + 1, 1, 3 if i % 5 else 5, "#4a4f5a")
+            self.rounded(bx + cap_w / 2, by + h / 2 - 2, w - cap_w, 4, 2, "#07080a", "#2b2e35")
+        else:
+            for i in range(11):
+                ty = by + cap_h / 2 + (h - cap_h) * i / 10.0
+                self.fill_rect(bx + 1, ty, 3 if i % 5 else 5, 1, "#4a4f5a")
+            self.rounded(bx + w / 2 - 2, by + cap_h / 2, 4, h - cap_h, 2, "#07080a", "#2b2e35")
+
+    def display(self, action, x, y, w, h, deck=None, size=2, colour=TEXT, align="center"):
+        self.add("textarea", action, x, y, w, h, deck, graphics_mode=1, backcolor=SCREEN,
+                 bordercolor="#262930", bordervisible="yes", fontcolor=colour, fontsize=size,
+                 fontstyle="bold", fontalign=align)
+
+    def label(self, action, x, y, w, h, deck=None, colour=DIM, size=0, align="center"):
+        self.add("textarea", action, x, y, w, h, deck, fontcolor=colour, fontsize=size,
+                 fontstyle="bold", fontalign=align)
+
+    def screen(self, tag, action, x, y, w, h, deck=None, **attrs):
+        bx, by = self.add(tag, action, x, y, w, h, deck, **attrs)
+        self.rounded(bx + 0.5, by + 0.5, w - 1, h - 1, self.s(3), SCREEN, "#262930")
+        return bx, by
+
+    def meter(self, action, x, y, w, h, deck=None, horizontal=False):
+        bx, by = self.add("vumeter", action, x, y, w, h, deck, colorlow="#2fd27c", colormid="#f4e04d",
+                          colorhigh="#ff4b4b", backcolorlow="#12301f", backcolormid="#333116",
+                          backcolorhigh="#3a1616")
+        n = 16
+        for i in range(n):
+            colour = "#12301f" if i < 11 else "#333116" if i < 14 else "#3a1616"
+            if horizontal:
+                seg = (w - 2) / float(n)
+                self.fill_rect(bx + 1 + i * seg, by + 1, seg - 1, h - 2, colour)
+            else:
+                seg = (h - 2) / float(n)
+                self.fill_rect(bx + 1, by + h - 1 - (i + 1) * seg, w - 2, seg - 1, colour)
+
+    # Groups -----------------------------------------------------------------------------
+    def open_group(self, x, y, w, h, pages):
+        self.big = (x, y, w, h)
+        attrs = {"action": "big_tab", "posx": x, "posy": y, "width": w, "height": h, "panels": pages}
+        for i in range(pages):
+            ux, uy = (x, y) if i == 0 else (0, self.h + (i - 1) * self.page_h)
+            attrs["up%dx" % i], attrs["up%dy" % i] = ux, uy
+        body = " ".join("%s=%s" % (k, quoteattr(str(v))) for k, v in attrs.items())
+        self.elements.append((1, "<group %s>" % body))
+
+    def page(self, index):
+        x, y, w, h = self.big
+        ux, uy = (x, y) if index == 0 else (0, self.h + (index - 1) * self.page_h)
+        self.group = (index, x, y, ux, uy)
+        self.cr.identity_matrix()
+        self.cr.translate(ux - x, uy - y)  # draw in window coordinates, land on the page's place
+        if index > 0:
+            self.fill_rect(x, y, w, h, BG)
+            self.panel(x, y, w, h)
+
+    def close_group(self):
+        self.group = None
+        self.cr.identity_matrix()
+        self.elements.append((1, "</group>"))
+
+    # Output -----------------------------------------------------------------------------
+    def pack_states(self):
+        """Hover and lit looks of every button, packed in rows below the pages."""
+        x, y, row_h = 0, self.state_y, 0
+        for index, w, h, label, lit, colour in self.state_boxes:
+            if x + 2 * w > self.w:
+                x, y, row_h = 0, y + row_h, 0
+            self.draw_key(x, y, w, h, label, "over", lit, colour)
+            self.draw_key(x + w, y, w, h, label, "lit", lit, colour)
+            depth, xml = self.elements[index]
+            states = 'overx="%d" overy="%d" downx="%d" downy="%d" selx="%d" sely="%d" ' \
+                     'overselx="%d" oversely="%d" downselx="%d" downsely="%d"' % (
+                         x, y, x + w, y, x + w, y, x + w, y, x + w, y)
+            self.elements[index] = (depth, xml.replace('_states="1"', states))
+            x += 2 * w
+            row_h = max(row_h, h)
+        return y + row_h
+
+    def write(self, folder):
+        bottom = self.pack_states()
+        base = os.path.join(folder, "%s %dx%d" % (NAME, self.w, self.h))
+        cropped = cairo.ImageSurface(cairo.FORMAT_RGB24, self.w, bottom)
+        cr = cairo.Context(cropped)
+        cr.set_source_surface(self.surface, 0, 0)
+        cr.paint()
+        cropped.write_to_png(base + ".png")
+        lines = ['<?xml version="1.0" encoding="UTF-8"?>',
+                 '<skin skinname=%s screenwidth="%d" screenheight="%d" targetversion="2">' % (
+                     quoteattr(NAME), self.w, self.h),
+                 '  <window name="main" width="%d" height="%d" upx="0" upy="0" usecolors="no">' % (
+                     self.w, self.h)]
+        for depth, xml in self.elements:
+            lines.append("  " * (depth + 1) + xml)
+        lines += ["  </window>", "</skin>", ""]
+        with open(base + ".xml", "w") as out:
+            out.write("\n".join(lines))
+
+
+# The layout ---------------------------------------------------------------------------------
+
+def badge(skin, x, y, size, deck):
+    bx, by = x, y
+    skin.rounded(bx, by, size, size, skin.s(3), DECK_COLOURS[deck])
+    skin.text(bx, by, size, size, DECK_LETTERS[deck], "#101114", size * 0.7)
+
+
+def row_of_buttons(skin, x, y, w, h, specs, deck=None, gap=3):
+    """specs: (action, label, lit, switch, colour) tuples laid out evenly."""
+    n = len(specs)
+    bw = (w - gap * (n - 1)) / float(n)
+    for i, (action, label, lit, switch, colour) in enumerate(specs):
+        bx = int(round(x + i * (bw + gap)))
+        nx = int(round(x + (i + 1) * (bw + gap) - gap))
+        skin.button(action, bx, y, nx - bx, h, label, deck, lit, switch, colour)
+
+
+def top_bar(skin, gap):
+    s, W = skin.s, skin.w
+    h = s(34)
+    bh = h - s(14)
+    k = h - s(8)
+    skin.panel(0, 0, W, h)
+    skin.text(gap + 2, 0, s(120), h, "ZORVIK LUMO", "#e8ebf0", s(14), align="left")
+    x = gap + s(124)
+    skin.display("time", x, s(6), s(64), h - s(12), size=3, colour="#e8ebf0")
+    x += s(64) + gap * 2
+    # Microphone.
+    skin.label("label_gain_mic", x, 0, s(30), h, align="right")
+    skin.knob("mic_gain", x + s(32), s(4), k)
+    x += s(32) + k + gap
+    row_of_buttons(skin, x, s(7), s(100), bh, [("onair", "ON AIR", "rec", True, None),
+                                               ("talkover", "TALK", "cue", True, None)])
+    # Window buttons at the right edge, the CPU meter before them.
+    specs = [("learn", "LEARN", "cue", True, None, s(50)), ("cfg", "SETUP", "plain", False, None, s(50)),
+             ("minimize", "_", "plain", False, None, s(24)), ("maximize", "[ ]", "plain", False, None, s(24)),
+             ("close", "X", "kill", False, None, s(24))]
+    right = W - gap - sum(spec[5] for spec in specs) - 3 * (len(specs) - 1)
+    x = right
+    for action, label, lit, switch, colour, w in specs:
+        skin.button(action, x, s(7), w, bh, label, None, lit, switch, colour)
+        x += w + 3
+    skin.meter("vm_cpu", right - gap - s(30), s(12), s(30), h - s(24), horizontal=True)
+    # Master section, ending before them.
+    cluster = 3 * (s(46) + k + gap) + s(90) + gap + s(54) + gap + s(44) + 3 + s(62)
+    x = right - 3 * gap - s(30) - cluster
+    for action, label_action in (("master_gain", "label_gain_master"), ("monitor_gain", "label_gain_monitor"),
+                                 ("cue_pfl_mix", "label_pfl_mix")):
+        skin.label(label_action, x, 0, s(44), h, align="right")
+        skin.knob(action, x + s(46), s(4), k)
+        x += s(46) + k + gap
+    mh = (h - s(14)) // 2
+    skin.meter("vm_masterl", x, s(6), s(90), mh, horizontal=True)
+    skin.meter("vm_masterr", x, s(8) + mh, s(90), mh, horizontal=True)
+    x += s(90) + gap
+    skin.button("limiter", x, s(7), s(54), bh, "LIMIT", None, "fx", True)
+    x += s(54) + gap
+    skin.button("recording", x, s(7), s(44), bh, "REC", None, "rec", True)
+    x += s(44) + 3
+    skin.display("record_time", x, s(7), s(62), bh, colour="#ff6b6b")
+    return h
+
+
+def waveforms(skin, y, gap, wave_h):
+    s, W = skin.s, skin.w
+    for deck in range(4):
+        wy = y + deck * (wave_h + 2)
+        badge(skin, gap, wy, wave_h, deck)
+        x, w = gap + wave_h + 3, W - 2 * gap - wave_h - 3
+        bx, by = skin.screen("sounddisplay", "sd_deck", x, wy, w, wave_h, deck,
+                             datacolor=DECK_COLOURS[deck], cursorcolor="#ffffff", loopcolor="#1fc8c8",
+                             cuecolor="#ffb02e", fontcolor=TEXT, fontsize=0)
+        mid = by + wave_h / 2.0
+        for i in range(1, 32):
+            skin.fill_rect(bx + w * i / 32.0, by + 2, 1, wave_h - 4, "#15171b")
+        skin.fill_rect(bx + 2, mid, w - 4, 1, lighter(DECK_COLOURS[deck], 0.0))
+        skin.fill_rect(bx + w * 0.25, by + 1, 2, wave_h - 2, "#f0f0f0")
+    return 4 * (wave_h + 2) - 2
+
+
+def wheel(skin, x, y, size, deck):
+    bx, by = skin.add("sg_wheel", "deck_wheel", x, y, size, size, deck, size=size,
+                      cursorcolor=DECK_COLOURS[deck], trailcursorcolor="#555a66")
+    cr = skin.cr
+    cr.new_path()
+    cx, cy, r = bx + size / 2.0, by + size / 2.0, size / 2.0 - 1.5
+    cr.arc(cx, cy, r, 0, 2 * math.pi)
+    cr.set_source_rgb(*rgb("#08090b"))
+    cr.fill()
+    cr.set_line_width(max(2, size / 28.0))
+    cr.set_source_rgb(*rgb(DECK_COLOURS[deck]))
+    cr.arc(cx, cy, r - 1, 0, 2 * math.pi)
+    cr.stroke()
+    grad = cairo.RadialGradient(cx, cy - r * 0.3, r * 0.1, cx, cy, r * 0.9)
+    grad.add_color_stop_rgb(0, *rgb("#2e323a"))
+    grad.add_color_stop_rgb(1, *rgb("#17191d"))
+    cr.arc(cx, cy, r * 0.88, 0, 2 * math.pi)
+    cr.set_source(grad)
+    cr.fill()
+    cr.set_line_width(1)
+    for i in range(48):  # platter dots
+        a = 2 * math.pi * i / 48
+        cr.set_source_rgb(*rgb("#3b3f48"))
+        cr.arc(cx + math.cos(a) * r * 0.8, cy + math.sin(a) * r * 0.8, max(0.8, size / 150.0), 0, 2 * math.pi)
+        cr.fill()
+    cr.set_source_rgb(*rgb("#f0f0f0"))
+    cr.set_line_width(max(2, size / 40.0))
+    cr.move_to(cx, cy - r * 0.86)
+    cr.line_to(cx, cy - r * 0.55)
+    cr.stroke()
+    skin.rounded(cx - r * 0.3, cy - r * 0.3, r * 0.6, r * 0.6, r * 0.3, "#0e0f12", DECK_COLOURS[deck])
+    skin.text(cx - r * 0.3, cy - r * 0.3, r * 0.6, r * 0.6, DECK_LETTERS[deck], DECK_COLOURS[deck], r * 0.32)
+
+
+def deck_column(skin, deck, x, y, w, h):
+    s = skin.s
+    colour = DECK_COLOURS[deck]
+    skin.panel(x, y, w, h)
+    pad, row, gap = s(5), s(20), 3
+    ix, iw = x + pad, w - 2 * pad
+    badge(skin, ix, y + pad, row, deck)
+    skin.display("deck_songname", ix + row + gap, y + pad, iw - row - gap, row, deck, size=1, align="left")
+    y2 = y + pad + row + gap
+    third = (iw - 2 * gap) // 3
+    skin.display("deck_elapsed", ix, y2, third, row, deck, size=2, colour="#e8ebf0")
+    skin.display("deck_remained", ix + third + gap, y2, third, row, deck, size=2, colour=DIM)
+    skin.display("deck_bpm", ix + 2 * (third + gap), y2, iw - 2 * (third + gap), row, deck, size=2, colour=colour)
+    y3 = y2 + row + gap
+    skin.screen("sg_beatpos", "deck_beatpos", ix, y3, iw, s(7), deck, elementwidth=iw // 4)
+    for i in range(1, 4):
+        skin.fill_rect(ix + iw * i // 4, y3 + 1, 1, s(7) - 2, "#2b2e35")
+    y4 = y3 + s(7) + gap
+    bottom_rows = s(24) + 3 * row + 4 * gap
+    avail = y + h - pad - bottom_rows - y4
+    side = max(s(44), int(iw * 0.27))
+    size = int(min(avail, iw - side - gap))
+    wheel(skin, ix, y4 + (avail - size) // 2, size, deck)
+    # Pitch column beside the wheel.
+    px, pw = ix + size + gap + 2, iw - size - gap - 2
+    small = s(16)
+    skin.display("deck_pitch_tempo", px, y4, pw, small, deck, size=0, colour=colour)
+    fader_h = avail - 3 * (small + gap) - gap
+    skin.fader("deck_pitch", px + pw // 2 - s(11), y4 + small + gap, s(22), fader_h, deck)
+    yb = y4 + small + gap + fader_h + gap
+    row_of_buttons(skin, px, yb, pw, small, [("deck_bend_down", "-", "sync", False, None),
+                                            ("deck_bend_up", "+", "sync", False, None)], deck)
+    row_of_buttons(skin, px, yb + small + gap, pw, small, [("deck_key_lock", "KEY", "sync", True, None),
+                                                          ("deck_reset_pitch", "0", "plain", False, None)], deck)
+    # Transport, loops, hot cues, effects.
+    yt = y + h - pad - bottom_rows + gap
+    row_of_buttons(skin, ix, yt, iw, s(24), [("deck_cue", "CUE", "cue", False, None),
+                                            ("deck_play_pause", "PLAY", "play", True, None),
+                                            ("deck_sync", "SYNC", "sync", False, None),
+                                            ("deck_load", "LOAD", "plain", False, None)], deck)
+    yl = yt + s(24) + gap
+    row_of_buttons(skin, ix, yl, iw, row, [("deck_loop_in_end", "IN", "loop", False, None),
+                                          ("deck_loop_out", "OUT", "loop", False, None),
+                                          ("deck_loop_half", "1/2", "loop", True, None),
+                                          ("deck_loop_1", "1", "loop", True, None),
+                                          ("deck_loop_2", "2", "loop", True, None),
+                                          ("deck_loop_4", "4", "loop", True, None),
+                                          ("deck_loop_8", "8", "loop", True, None),
+                                          ("deck_loop_16", "16", "loop", True, None)], deck, gap=2)
+    yc = yl + row + gap
+    row_of_buttons(skin, ix, yc, iw, row, [("deck_cuepos_%d" % (i + 1), str(i + 1), "plain", False, HOTCUE[i])
+                                          for i in range(8)], deck, gap=2)
+    yf = yc + row + gap
+    row_of_buttons(skin, ix, yf, iw, row, [("fx_sel", "FX", "fx", True, None),
+                                          ("deck_reverse", "REV", "fx", True, None),
+                                          ("deck_brake", "BRAKE", "fx", True, None),
+                                          ("deck_skip_beat_prev", "-1", "plain", False, None),
+                                          ("deck_skip_beat", "+1", "plain", False, None)], deck, gap=2)
+
+
+def mixer(skin, x, y, w, h, order):
+    s = skin.s
+    skin.panel(x, y, w, h)
+    pad, gap = s(5), 3
+    sw = (w - 2 * pad) // 4
+    xf_h = s(22)
+    head = s(14)
+    cue_h = s(16)
+    min_fader = s(44)
+    knob = int(max(s(16), min(sw - s(24), s(38), (h - 2 * pad - head - cue_h - min_fader - xf_h - 6 * gap) / 5 - 2)))
+    for i, deck in enumerate(order):
+        sx = x + pad + i * sw
+        if i:
+            skin.fill_rect(sx - 1, y + pad, 1, h - 2 * pad - xf_h - gap, PANEL_EDGE)
+        badge(skin, sx + (sw - head) // 2, y + pad, head, deck)
+        ky = y + pad + head + gap
+        side_x, side_w = sx + knob + s(4), sw - knob - s(7)
+        rows = [("deck_gain", None, "label_gain"), ("deck_eq_high", ("deck_kill_high", "HI"), None),
+                ("deck_eq_mid", ("deck_kill_mid", "MID"), None), ("deck_eq_low", ("deck_kill_low", "LOW"), None),
+                ("deck_cutoff_filter", None, "label_filter")]
+        for action, kill, label in rows:
+            skin.knob(action, sx + s(2), ky, knob, deck, colour=DECK_COLOURS[deck] if action == "deck_cutoff_filter" else "#d8dce4")
+            if kill:
+                skin.button(kill[0], side_x, ky + (knob - s(15)) // 2, side_w, s(15), kill[1], deck, "kill", True)
+            else:
+                skin.label(label, side_x - 2, ky, side_w + 4, knob, deck, size=0)
+            ky += knob + 2
+        ky += gap
+        skin.button("deck_monitor", sx + s(2), ky, sw - s(5), cue_h, "CUE", deck, "cue", True)
+        ky += cue_h + gap
+        fader_h = y + h - pad - xf_h - gap - ky
+        mw = s(6)
+        skin.fader("deck_volume", sx + s(2), ky, sw - mw - s(8), fader_h, deck)
+        skin.meter("vm_deck", sx + sw - mw - s(4), ky, mw, fader_h, deck)
+    skin.fader("crossfader", x + pad + s(20), y + h - pad - xf_h, w - 2 * pad - s(40), xf_h, horizontal=True)
+    skin.text(x + pad, y + h - pad - xf_h, s(18), xf_h, "A", DIM, s(10))
+    skin.text(x + w - pad - s(18), y + h - pad - xf_h, s(18), xf_h, "B", DIM, s(10))
+
+
+def library_toolbar(skin, x, y, w, h):
+    s = skin.s
+    search_w = int(w * 0.2)
+    skin.screen("editarea", "et_search", x, y, search_w, h, backcolor=SCREEN, fontcolor=TEXT, fontsize=1)
+    skin.text(x + 6, y, search_w, h, "Search...", "#4c525e", s(10), bold=False, align="left")
+    x += search_w + 6
+    specs = [("add", "ADD", "plain", False, None), ("add_dir", "FOLDER", "plain", False, None),
+             ("remove", "REMOVE", "plain", False, None), ("clear", "CLEAR", "plain", False, None),
+             ("shuffle", "SHUFFLE", "plain", False, None), ("ss_preview", "PREVIEW", "cue", True, None)]
+    bw = s(62)
+    row_of_buttons(skin, x, y, len(specs) * (bw + 3) - 3, h, specs)
+    x += len(specs) * (bw + 3) + 6
+    skin.knob("preview", x, y, h)
+    x += h + 10
+    row_of_buttons(skin, x, y, s(140) + 3, h, [("autodj", "AUTO-MIX", "play", True, None),
+                                               ("autodj_next", "MIX NOW", "plain", False, None)])
+    x += s(140) + 6
+    skin.button("autodj_less", x, y, s(22), h, "-", None, "plain")
+    x += s(22) + 3
+    skin.display("auto_dj_time", x, y, s(48), h, size=1)
+    x += s(48) + 3
+    skin.button("autodj_more", x, y, s(22), h, "+", None, "plain")
+    x += s(22) + 10
+    right = skin.w - 2 * 6 - 3 * s(66) - 6
+    tabs = [("fx_mic_sel", "MIC FX", "fx", True, None), ("fx_master_sel", "MASTER FX", "fx", True, None),
+            ("fx_samples_sel", "SAMPLER", "fx", True, None)]
+    row_of_buttons(skin, max(x, right), y, 3 * s(66) + 6, h, tabs)
+
+
+def list_screen(skin, tag, action, x, y, w, h, columns, rows_h):
+    bx, by = skin.screen(tag, action, x, y, w, h, fontcolor=TEXT, headerfontcolor=DIM, gridcolor="#1c1f24",
+                         cursorcolor="#2a3f5c", slidercolor="#3b3f48", lineheight=rows_h, fontsize=1)
+    head = rows_h + 2
+    skin.fill_rect(bx + 1, by + 1, w - 2, head, "#16181c")
+    cx = bx + 6
+    total = sum(c[1] for c in columns)
+    for name, share in columns:
+        cw = (w - 14) * share / float(total)
+        skin.text(cx, by + 1, cw, head, name, DIM, skin.s(9), align="left")
+        cx += cw
+    y0 = by + head + 1
+    i = 0
+    while y0 + rows_h < by + h - 2:
+        if i % 2:
+            skin.fill_rect(bx + 1, y0, w - 2, rows_h, "#0f1013")
+        y0 += rows_h
+        i += 1
+    skin.fill_rect(bx + w - 9, by + head + 2, 6, h - head - 4, "#15171b")
+
+
+def effects_page(skin, deck, x, y, w, h):
+    s = skin.s
+    pad, gap = s(6), 4
+    badge(skin, x + pad, y + pad, s(18), deck)
+    skin.label("label_effects", x + pad + s(22), y + pad, s(90), s(18), deck, size=1, align="left")
+    skin.button("fx_add", x + w - pad - s(80), y + pad, s(80), s(18), "ADD FX", deck, "fx")
+    names = [("pan", "AUTOPAN"), ("flanger", "FLANGER"), ("phaser", "PHASER"), ("reverb", "REVERB"),
+             ("echo", "ECHO"), ("delay", "DELAY"), ("beatwaw", "BEATWAW")]
+    chain_w = int(w * 0.26)
+    bw = (w - 2 * pad - chain_w - gap * 7) / 7.0
+    top = y + pad + s(18) + gap
+    bh = s(18)
+    knob = int(min((bw - 8) / 3, h - (top - y) - bh - s(14) - pad - gap * 2 - s(12)))
+    for i, (fx, title) in enumerate(names):
+        bx = int(x + pad + i * (bw + gap))
+        skin.panel(bx, top, int(bw), y + h - pad - top)
+        skin.button("deck_fx_" + fx, bx + 3, top + 3, int(bw) - 6, bh, title, deck, "fx", True)
+        kw = (int(bw) - 6) / 3.0
+        for j, p in enumerate(("drywet", "param1", "param2")):
+            kx = int(bx + 3 + j * kw + (kw - knob) / 2)
+            ky = top + 3 + bh + gap
+            skin.knob("deck_fx_%s_%s" % (fx, p), kx, ky, knob, deck, colour=DECK_COLOURS[deck])
+            skin.display("deck_fx_%s_%s_val" % (fx, p), int(bx + 3 + j * kw), ky + knob + 2, int(kw) - 1, s(12),
+                         deck, size=0, colour=DIM)
+    cx = int(x + w - pad - chain_w)
+    skin.panel(cx, top, chain_w, y + h - pad - top)
+    rh = (y + h - pad - top - 6 - 3 * 3) // 4
+    for i in range(4):
+        ry = top + 3 + i * (rh + 3)
+        skin.button("deck_fx_on%d" % (i + 1), cx + 3, ry, s(34), rh, "ON", deck, "fx", True)
+        skin.display("deck_fx_name%d" % (i + 1), cx + s(40), ry, chain_w - s(40) - s(44) - 6, rh, deck, size=0,
+                     align="left")
+        skin.button("deck_fx_edit%d" % (i + 1), cx + chain_w - s(44) - 3, ry, s(44), rh, "EDIT", deck)
+
+
+def mic_page(skin, x, y, w, h):
+    s = skin.s
+    pad = s(8)
+    skin.label("label_microphone", x + pad, y + pad, s(160), s(18), size=1, align="left")
+    skin.button("fx_mic_add", x + w - pad - s(80), y + pad, s(80), s(18), "ADD FX", None, "fx")
+    knob = min(s(48), h - 3 * pad - s(18) - s(14) * 2)
+    kx = x + pad
+    ky = y + 2 * pad + s(18)
+    for band, label, kill, title in (("low", "label_eqlow_mic", "mic_kill_low", "LOW"),
+                                     ("mid", "label_eqmid_mic", "mic_kill_mid", "MID"),
+                                     ("high", "label_eqhigh_mic", "mic_kill_high", "HIGH")):
+        skin.label(label, kx, ky, knob + s(20), s(14))
+        skin.knob("mic_eq_" + band, kx + s(10), ky + s(14), knob)
+        skin.display("mic_eq_%s_val" % band, kx, ky + s(14) + knob + 2, knob + s(20), s(14), size=0)
+        skin.button(kill, kx + knob + s(26), ky + s(14) + knob // 2 - s(9), s(44), s(18), title, None, "kill", True)
+        kx += knob + s(84)
+    skin.display("mic_gain_val", kx, ky + s(14), s(60), s(18), size=1)
+    skin.meter("vm_microphone", kx + s(70), ky + s(14), s(10), knob + s(16))
+
+
+def master_page(skin, x, y, w, h):
+    s = skin.s
+    pad = s(8)
+    skin.label("label_master_monitor", x + pad, y + pad, s(200), s(18), size=1, align="left")
+    skin.button("fx_master_add", x + w - pad - s(80), y + pad, s(80), s(18), "ADD FX", None, "fx")
+    knob = min(s(48), h - 3 * pad - s(18) - s(14) * 2)
+    ky = y + 2 * pad + s(18)
+    kx = x + pad
+    for action, label, val in (("cf_curve", "label_cf_curve", "cf_curve_val"),
+                               ("cue_pgm_mix", None, None)):
+        if label:
+            skin.label(label, kx, ky, knob + s(20), s(14))
+        skin.knob(action, kx + s(10), ky + s(14), knob)
+        if val:
+            skin.display(val, kx, ky + s(14) + knob + 2, knob + s(20), s(14), size=0)
+        kx += knob + s(40)
+    skin.display("master_gain_val", kx, ky + s(14), s(64), s(18), size=1)
+    skin.display("monitor_gain_val", kx, ky + s(36), s(64), s(18), size=1)
+    kx += s(80)
+    col = [("phones_split", "SPLIT CUE", "cue"), ("sync_lock", "SYNC LOCK", "sync"),
+           ("lock_crossfaders", "LINK XF", "plain")]
+    for i, (action, title, lit) in enumerate(col):
+        skin.button(action, kx, ky + i * s(24), s(96), s(20), title, None, lit, True)
+    kx += s(110)
+    fw = min(s(220), x + w - pad - kx - s(110))
+    skin.text(kx, ky, fw, s(14), "AUDIO / VIDEO CROSSFADERS", DIM, s(9))
+    skin.fader("cf_audio", kx, ky + s(16), fw, s(20), horizontal=True)
+    skin.fader("cf_video", kx, ky + s(40), fw, s(20), horizontal=True)
+    kx += fw + s(10)
+    skin.button("enable_video", kx, ky, s(96), s(20), "VIDEO", None, "sync", True)
+    skin.button("enable_karaoke", kx, ky + s(24), s(96), s(20), "KARAOKE", None, "sync", True)
+
+
+def sampler_page(skin, x, y, w, h):
+    s = skin.s
+    skin.label("label_sampler", x + s(8), y + s(8), s(160), s(18), size=1, align="left")
+    for i in range(8):
+        cw = (w - s(16) - 7 * 6) / 8.0
+        cx = x + s(8) + i * (cw + 6)
+        skin.rounded(cx, y + s(32), cw, h - s(42), s(4), "#15171b", "#262930")
+        skin.text(cx, y + s(36), cw, s(16), "SLOT %d" % (i + 1), "#4c525e", s(9))
+
+
+def layout(skin):
+    s, W, H = skin.s, skin.w, skin.h
+    gap = s(6)
+    wave_h = int(H * (0.045 if H < 700 else 0.052))
+    lib_h = int(H * (0.27 if H < 700 else 0.30))
+    tool_h = s(22)
+    deck_y = s(34) + gap + 4 * (wave_h + 2) - 2 + gap
+    lib_y = H - gap - lib_h
+    deck_h = lib_y - tool_h - 2 * gap - deck_y
+    page_h = lib_h
+    skin.begin(page_h, 7)
+    top_bar(skin, gap)
+    waveforms(skin, s(34) + gap, gap, wave_h)
+    mixer_w = int(W * 0.23)
+    deck_w = (W - mixer_w - 6 * gap) // 4
+    xs = [gap, gap * 2 + deck_w]
+    mixer_x = xs[1] + deck_w + gap
+    xs += [mixer_x + mixer_w + gap, mixer_x + mixer_w + 2 * gap + deck_w]
+    mixer_w = xs[2] - gap - mixer_x
+    last_w = W - gap - xs[3]
+    for deck, x, w in ((2, xs[0], deck_w), (0, xs[1], deck_w), (1, xs[2], deck_w), (3, xs[3], last_w)):
+        deck_column(skin, deck, x, deck_y, w, deck_h)
+    mixer(skin, mixer_x, deck_y, mixer_w, deck_h, [2, 0, 1, 3])
+    library_toolbar(skin, gap, lib_y - tool_h - gap, W - 2 * gap, tool_h)
+    gx, gy, gw, gh = gap, lib_y, W - 2 * gap, lib_h
+    skin.open_group(gx, gy, gw, gh, 8)
+    skin.page(0)
+    browser_w = int(gw * 0.2)
+    rows_h = s(18)
+    list_screen(skin, "browser", "browser", gx, gy, browser_w, gh, [("FOLDERS AND LISTS", 1)], rows_h)
+    list_screen(skin, "list", "playlist", gx + browser_w + gap, gy, gw - browser_w - gap, gh,
+                [("TITLE", 5), ("ARTIST", 4), ("BPM", 1), ("KEY", 1), ("LENGTH", 1.2)], rows_h)
+    for deck in range(4):
+        skin.page(deck + 1)
+        effects_page(skin, deck, gx, gy, gw, gh)
+    skin.page(5)
+    mic_page(skin, gx, gy, gw, gh)
+    skin.page(6)
+    master_page(skin, gx, gy, gw, gh)
+    skin.page(7)
+    sampler_page(skin, gx, gy, gw, gh)
+    skin.close_group()
+
+
+def main():
+    here = os.path.dirname(os.path.abspath(__file__))
+    folder = sys.argv[1] if len(sys.argv) > 1 else os.path.join(here, "..", "..", "data", "skins")
+    os.makedirs(folder, exist_ok=True)
+    for width, height in SIZES:
+        skin = Skin(width, height)
+        layout(skin)
+        skin.write(folder)
+        print("%s %dx%d: %d elements" % (NAME, width, height, len(skin.elements)))
+
+
+if __name__ == "__main__":
+    main()
