@@ -133,7 +133,7 @@ class Skin:
         if self.group is not None:
             a["panel"] = self.group[0]
         a["posx"], a["posy"], a["width"], a["height"] = x - gx, y - gy, w, h
-        if (ux, uy) != (gx, gy):
+        if self.group is not None:  # inside a page the position is relative, so the corner is explicit
             a["upx"], a["upy"] = x - gx + ux, y - gy + uy
         a.update(attrs)
         body = " ".join("%s=%s" % (k, quoteattr(str(v))) for k, v in a.items())
@@ -336,17 +336,17 @@ def top_bar(skin, gap):
         x += w + 3
     skin.meter("vm_cpu", right - gap - s(30), s(12), s(30), h - s(24), horizontal=True)
     # Master section, ending before them.
-    cluster = 3 * (s(46) + k + gap) + s(90) + gap + s(54) + gap + s(44) + 3 + s(62)
+    cluster = 3 * (s(54) + k + gap) + s(80) + gap + s(54) + gap + s(44) + 3 + s(62)
     x = right - 3 * gap - s(30) - cluster
     for action, label_action in (("master_gain", "label_gain_master"), ("monitor_gain", "label_gain_monitor"),
                                  ("cue_pfl_mix", "label_pfl_mix")):
-        skin.label(label_action, x, 0, s(44), h, align="right")
-        skin.knob(action, x + s(46), s(4), k)
-        x += s(46) + k + gap
+        skin.label(label_action, x, 0, s(52), h, align="right")
+        skin.knob(action, x + s(54), s(4), k)
+        x += s(54) + k + gap
     mh = (h - s(14)) // 2
-    skin.meter("vm_masterl", x, s(6), s(90), mh, horizontal=True)
-    skin.meter("vm_masterr", x, s(8) + mh, s(90), mh, horizontal=True)
-    x += s(90) + gap
+    skin.meter("vm_masterl", x, s(6), s(80), mh, horizontal=True)
+    skin.meter("vm_masterr", x, s(8) + mh, s(80), mh, horizontal=True)
+    x += s(80) + gap
     skin.button("limiter", x, s(7), s(54), bh, "LIMIT", None, "fx", True)
     x += s(54) + gap
     skin.button("recording", x, s(7), s(44), bh, "REC", None, "rec", True)

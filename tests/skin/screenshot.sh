@@ -1,0 +1,59 @@
+#!/usr/bin/env bash
+# Starts zorvik-lumo on a private Xvfb display of the given size with an empty data root, waits
+# for its window and first frame, saves a screenshot, closes the program with a termination
+# signal and checks that it closed cleanly.
+#
+#   screenshot.sh PROGRAM WIDTH HEIGHT OUTPUT.png
+set -euo pipefail
+program=$1 width=$2 height=$3 output=$4
+
+home=$(mktemp -d)
+display=""
+xvfb_pid="" app_pid=""
+cleanup() {
+  [[ -n "$app_pid" ]] && kill "$app_pid" 2>/dev/null || true
+  [[ -n "$xvfb_pid" ]] && kill "$xvfb_pid" 2>/dev/null || true
+  rm -rf "$home"
+}
+trap cleanup EXIT
+
+# A free display number: the first without a lock file, claimed by Xvfb itself.
+for n in $(seq 120 180); do
+  [[ -e /tmp/.X$n-lock ]] && continue
+  Xvfb ":$n" -screen 0 "${width}x${height}x24" -dpi 96 -nolisten tcp >/dev/null 2>&1 &
+  xvfb_pid=$!
+  sleep 0.5
+  if kill -0 "$xvfb_pid" 2>/dev/null; then display=":$n"; break; fi
+  xvfb_pid=""
+done
+[[ -n "$display" ]] || { echo "no free X display"; exit 1; }
+export DISPLAY=$display
+
+mkdir -p "$(dirname "$output")"
+ZORVIK_LUMO_HOME=$home ZORVIK_LUMO_STARTUP_REPORT=1 "$program" >"$home/stdout.txt" 2>"$home/stderr.txt" &
+app_pid=$!
+
+# The first frame is reported on stdout once it has been painted.
+for _ in $(seq 1 200); do
+  grep -q startup-to-first-frame-ms "$home/stdout.txt" 2>/dev/null && break
+  kill -0 "$app_pid" 2>/dev/null || { echo "program exited early"; cat "$home/stderr.txt"; exit 1; }
+  sleep 0.1
+done
+grep startup-to-first-frame-ms "$home/stdout.txt" || { echo "no first frame"; cat "$home/stderr.txt"; exit 1; }
+xdotool search --sync --onlyvisible --name "Zorvik Lumo 2" >/dev/null
+xdotool mousemove 0 0  # no hint under the pointer
+sleep 1  # let every control's paint reach the screen
+import -window root "$output"
+
+kill -TERM "$app_pid"
+status=0
+for _ in $(seq 1 100); do
+  kill -0 "$app_pid" 2>/dev/null || break
+  sleep 0.1
+done
+if kill -0 "$app_pid" 2>/dev/null; then echo "program did not close"; exit 1; fi
+wait "$app_pid" || status=$?
+app_pid=""
+grep -q "error - NO SKIN WAS LOADED" "$home/stderr.txt" && { echo "no skin loaded"; exit 1; }
+[[ $status -eq 0 ]] || { echo "program exit status $status"; cat "$home/stderr.txt"; exit 1; }
+echo "saved $output"
