@@ -1,0 +1,86 @@
+// Language files: the version gate, the in-place line breaks, keys through the lookup, and what
+// a reader gets for an entry that is not there.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+#include "app/Language.h"
+
+namespace {
+
+int Lookup(const std::string& key) {
+  if (int number = NumericLanguageKey(key); number > 0) return number;
+  return key == "deck_play_pause" ? 15 : 0;
+}
+
+bool Load(const std::string& text, LanguageTables& tables) {
+  return LoadLanguageMemory(text.data(), text.size(), Lookup, tables);
+}
+
+}  // namespace
+
+TEST(Language, LoadsStringsLabelsAndHintsByNumber) {
+  LanguageTables tables;
+  ASSERT_TRUE(Load(R"(<languagestrings targetversion="208" locale="fr">
+      <string action="40" value="Line one\nline two"/>
+      <label action="deck_play_pause" value="PLAY"/>
+      <hint action="deck_play_pause" value="Play or pause"/>
+      <string action="unknown_name" value="skipped"/>
+      <string action="0" value="skipped"/>
+      <string action="41" value="ends in \"/>
+    </languagestrings>)", tables));
+  EXPECT_EQ(tables.language, "english");  // the default without a language attribute
+  EXPECT_EQ(tables.locale, "fr");
+  EXPECT_EQ(tables.strings[40], std::string("Line one\r\nline two"));
+  EXPECT_EQ(tables.strings[40].size(), std::strlen("Line one\\nline two"));
+  EXPECT_EQ(tables.strings[41], "ends in \\");
+  SetLanguage(tables);
+  EXPECT_EQ(LangLabel(15), "PLAY");
+  EXPECT_EQ(LangHint(15), "Play or pause");
+  EXPECT_EQ(LangString(39), "");   // a gap
+  EXPECT_EQ(LangString(5000), "");  // beyond the table
+  EXPECT_EQ(LangString(-1), "");
+  EXPECT_EQ(LangLabel(16), "");
+}
+
+TEST(Language, RefusedFilesLeaveTheTablesAlone) {
+  LanguageTables tables;
+  tables.language = "kept";
+  EXPECT_FALSE(Load(R"(<languagestrings targetversion="207"><string action="1" value="x"/></languagestrings>)", tables));
+  EXPECT_FALSE(Load(R"(<languagestrings><string action="1" value="x"/></languagestrings>)", tables));
+  EXPECT_FALSE(Load(R"(<strings targetversion="208"/>)", tables));
+  EXPECT_FALSE(Load("<languagestrings targetversion=\"208\">", tables));
+  EXPECT_FALSE(Load("", tables));
+  EXPECT_EQ(tables.language, "kept");
+}
+
+TEST(Language, ChoosesTheUsersFileOnlyWhenItPasses) {
+  namespace fs = std::filesystem;
+  fs::path dir = fs::temp_directory_path() / ("language-" + std::to_string(::getpid()));
+  fs::create_directories(dir / "settings");
+  fs::create_directories(dir / "languages");
+  std::string settings = (dir / "settings").string() + "/", shipped = (dir / "languages").string() + "/";
+  EXPECT_EQ(FindLanguageFile(settings, shipped), "");
+  std::ofstream(dir / "languages" / "english.xml") << R"(<languagestrings language="English" targetversion="208"/>)";
+  ASSERT_EQ(ListLanguageFiles(shipped).size(), 1u);
+  EXPECT_EQ(ListLanguageFiles(shipped)[0].language, "English");
+  std::ofstream(dir / "settings" / "language.xml") << R"(<languagestrings targetversion="207"/>)";
+  EXPECT_EQ(FindLanguageFile(settings, shipped), "");  // old user file, nothing shipped under that name
+  std::ofstream(dir / "languages" / "language.xml") << R"(<languagestrings targetversion="208"/>)";
+  EXPECT_EQ(FindLanguageFile(settings, shipped), shipped + "language.xml");
+  std::ofstream(dir / "settings" / "language.xml") << R"(<languagestrings targetversion="208"/>)";
+  EXPECT_EQ(FindLanguageFile(settings, shipped), settings + "language.xml");
+  fs::remove_all(dir);
+}
+
+// The shipped English file loads and has the texts the program asks for.
+TEST(Language, ShippedEnglishIsComplete) {
+  LanguageTables tables;
+  ASSERT_TRUE(LoadLanguageFile(LUMO_SOURCE_DIR "/data/languages/english.xml", Lookup, tables));
+  for (int number : {kStrDisplayTooSmall, kStrFullScreenConfirm, kStrAlreadyRunning, kStrQuitConfirm, kStrNoOutputDevice}) {
+    ASSERT_LT(static_cast<size_t>(number), tables.strings.size());
+    EXPECT_FALSE(tables.strings[number].empty()) << number;
+  }
+}
