@@ -474,8 +474,8 @@ def mixer(skin, x, y, w, h, order):
     xf_h = s(22)
     head = s(14)
     cue_h = s(16)
-    min_fader = s(44)
-    knob = int(max(s(16), min(sw - s(24), s(38), (h - 2 * pad - head - cue_h - min_fader - xf_h - 6 * gap) / 5 - 2)))
+    min_fader = s(84)
+    knob = int(max(s(16), min(sw - s(24), s(30), (h - 2 * pad - head - cue_h - min_fader - xf_h - 6 * gap) / 5 - 2)))
     for i, deck in enumerate(order):
         sx = x + pad + i * sw
         if i:
