@@ -8,6 +8,7 @@
 #include "skin/model/KeyName.h"
 #include "skin/model/ScrollModel.h"
 #include "skin/model/SkinAttributeList.h"
+#include "skin/model/SkinCheck.h"
 #include "skin/model/SkinList.h"
 #include "skin/model/SkinTemplates.h"
 #include "skin/model/SkinXml.h"
@@ -184,4 +185,36 @@ TEST(ScrollModel, ThumbAndOffsetsStayInTheTrack) {
   model.SetVisibleLines(-3);
   EXPECT_EQ(model.trackSize, 2);
   EXPECT_EQ(model.visibleLines, 1);
+}
+
+TEST(SkinCheck, FindsWhatTheLoaderWouldGetWrong) {
+  fs::path dir = fs::temp_directory_path() / ("skincheck-" + std::to_string(::getpid()));
+  fs::create_directories(dir);
+  // A 100x100 PNG header is all the check reads of the bitmap.
+  const unsigned char png[26] = {0x89, 'P', 'N', 'G', 13, 10, 26, 10, 0, 0, 0, 13, 'I', 'H', 'D', 'R',
+                                 0, 0, 0, 100, 0, 0, 0, 100, 8, 2};
+  std::ofstream(dir / "s.png", std::ios::binary).write(reinterpret_cast<const char*>(png), sizeof png);
+  std::ofstream(dir / "s.xml") << R"(<skin skinname="S" targetversion="2"><window name="main" width="100" height="100">
+  <button action="deck_pley" deck="0" posx="0" posy="0" width="10" height="10"/>
+  <slider action="crossfader" deck="1" posx="0" posy="20" width="10" height="10"/>
+  <button action="deck_cue" posx="0" posy="40" width="10" height="10"/>
+  <button action="deck_cue" deck="0" posx="95" posy="0" width="10" height="10"/>
+  <button action="deck_play_pause" deck="0" posx="90" posy="5" width="10" height="10"/>
+  <textarea action="deck_bpm" deck="0" posx="90" posy="5" width="10" height="10" graphics_mode="1"/>
+  <button action="_x" posx="50" posy="50" width="10" height="10" onmousedown="go();"/>
+</window></skin>)";
+  SkinCheckResult result = CheckSkinFile((dir / "s.xml").string());
+  ASSERT_TRUE(result.readable);
+  std::vector<int> lines;
+  for (const SkinFinding& finding : result.findings) lines.push_back(finding.line);
+  // Unknown name, deck on a global control, deck control without a deck, outside the bitmap
+  // (once, not once per fallback state), overlap of two buttons; the text display overlaps
+  // nothing interactive.
+  EXPECT_EQ(lines, (std::vector<int>{2, 3, 4, 5, 6})) << result.findings.size();
+  EXPECT_NE(result.script.find("function _x_onmousedown"), std::string::npos);
+  int width = 0, height = 0;
+  EXPECT_TRUE(ReadImageSize((dir / "s.png").string(), width, height));
+  EXPECT_EQ(width, 100);
+  EXPECT_FALSE(ReadImageSize((dir / "s.xml").string(), width, height));
+  fs::remove_all(dir);
 }
