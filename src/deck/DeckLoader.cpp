@@ -44,7 +44,7 @@ void CSoundSource::loaderPass() {
   if (loadPending.load(std::memory_order_acquire)) {
     DoLoad();
     loadPending.store(0, std::memory_order_release);
-    if (requestedAutoPlay_) setPlaying(1);
+    if (loadAutoPlay_) setPlaying(1);
   }
   if (fileOpen.load(std::memory_order_acquire) && !quit.load(std::memory_order_acquire)) {
     int cue = cuePos.load(std::memory_order_relaxed);
@@ -91,6 +91,7 @@ void CSoundSource::DoLoad() {
   {
     std::lock_guard lock(requestLock_);
     path = requestedPath_;
+    loadAutoPlay_ = requestedAutoPlay_;
   }
   UnloadTrack();
   {
@@ -143,10 +144,17 @@ void CSoundSource::DoLoad() {
     analysed.store(1, std::memory_order_release);
     if (!autoCueDisabled.load(std::memory_order_relaxed)) FindFirstAndLastSound();
   }
-  // The first render parks the deck at the first sound.
+  // The first render parks the deck at the first sound. A load that plays at once starts
+  // from there too: parking it in the render would stop the playback the load just asked for.
   if (startAtFirstSound_.load(std::memory_order_acquire)) {
     cuePos.store(cueTable[kFirstSoundSlot], std::memory_order_relaxed);
-    stopAtCue.store(1, std::memory_order_release);
+    if (loadAutoPlay_) {
+      position.store(cueTable[kFirstSoundSlot], std::memory_order_release);
+      startAtFirstSound_.store(0, std::memory_order_release);
+      cuePos.store(cueTable[cueSlot.load(std::memory_order_relaxed)], std::memory_order_relaxed);
+    } else {
+      stopAtCue.store(1, std::memory_order_release);
+    }
   } else {
     cuePos.store(cueTable[cueSlot.load(std::memory_order_relaxed)], std::memory_order_relaxed);
   }

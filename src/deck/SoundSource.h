@@ -213,6 +213,7 @@ class CSoundSource : public CAudioSignalSource {
   std::string filePath_;
   TSongRecord* requestedRecord_ = nullptr;
   int requestedAutoPlay_ = 0;
+  int loadAutoPlay_ = 0;  // the loader's copy of the request
   std::atomic<int> startAtFirstSound_{0};
   std::atomic<int> inLoaderPass_{0};
 
