@@ -14,7 +14,10 @@ OutputPlan PlanAudioOutputs(int channels, int primary, int secondary, int mode, 
     secondary = -1;
     multichannel = channels;
   }
-  if (primary < 0 || primary >= deviceCount) return plan;  // nothing to open: the null back end
+  if (primary < 0 || primary >= deviceCount) {  // nothing to open: the null back end runs
+    plan.channels = plan.mode == 2 ? multichannel : 2;
+    return plan;
+  }
   plan.primary = primary;
   if (secondary == primary) secondary = -1;
   if (primary >= systemCount) {
