@@ -17,6 +17,8 @@ struct OutputDeviceInfo {
   std::string name;
   int channels = 2;
   bool pro = false;  // JACK
+  int api = 0;        // system devices: the RtAudio API and its device number, as probed
+  int apiDevice = -1;
 };
 
 // Settings: primary (audio0) and secondary (audio1) device indices, latency (latncy, total
@@ -42,7 +44,7 @@ void CloseAudioOutputs(int freeDeviceTable);
 
 // What the layer is doing now, for `lumo` and the tests.
 struct OutputStatus {
-  bool primaryOpen = false;
+  bool primaryOpen = false;  // a real device (not the null back end) plays the mix
   bool secondaryOpen = false;
   bool nullBackend = false;
   std::string primaryName;  // "null" for the null back end
