@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <string>
 #include <thread>
 
 #include "app/Engine.h"
@@ -102,8 +103,13 @@ void ShowProgress(double seconds, double total, const std::string& label) {
   int filled = static_cast<int>(share * kWidth);
   std::string bar(static_cast<size_t>(filled), '#');
   bar.append(static_cast<size_t>(kWidth - filled), '.');
-  std::fprintf(stderr, "\r  %s / %s  [%s]  %s   ", FormatClock(seconds).c_str(),
-               FormatClock(total).c_str(), bar.c_str(), label.c_str());
+  char line[256];
+  std::snprintf(line, sizeof line, "\r  %s / %s  [%s]  %s   ", FormatClock(seconds).c_str(),
+                FormatClock(total).c_str(), bar.c_str(), label.c_str());
+  static std::string shown;
+  if (shown == line) return;  // redraw only what changed
+  shown = line;
+  std::fputs(line, stderr);
   std::fflush(stderr);
 }
 
