@@ -249,6 +249,10 @@ void CSoundSource::ApplySeek(double target, bool streamed) {
   int targetBlock = BlockOf(target);
   int dir = speed.load(std::memory_order_relaxed) < 0 ? -1 : 1;
   LoadBlock(targetBlock);
+  // The render's span reaches a block's length behind the position too; a target just past a
+  // block boundary needs the block before it, or the first blocks after the jump are silent.
+  int behind = BlockOf(target - dir * (kMaxBlockFrames + 12.0));
+  if (behind != targetBlock) LoadBlock(behind);
   if (!streamed) LoadBlock(targetBlock + dir);
   loopActive.store(0, std::memory_order_relaxed);
   if (target >= 0 && target < length) {
@@ -259,7 +263,7 @@ void CSoundSource::ApplySeek(double target, bool streamed) {
   seekPending.store(0, std::memory_order_release);
   PauseForRender(5);
   for (int b = 1; b <= memory.blockCount() - 4; ++b) {
-    if (std::abs(b - targetBlock) > 1) DropBlock(b, false);
+    if (std::abs(b - targetBlock) > 1 && b != behind) DropBlock(b, false);
   }
 }
 

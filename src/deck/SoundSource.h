@@ -166,7 +166,7 @@ class CSoundSource : public CAudioSignalSource {
   LUMO_RT void FetchHermite(double pos, int length, float& left, float& right) const noexcept;
   LUMO_RT void FetchLinear16(double pos, int length, short& left, short& right) const noexcept;
   // A stop or a track end holds the newest output frame; each held frame is it scaled by
-  // fadeCount / 441, one step lower per frame, so the fade spans exactly 441 frames.
+  // holdCount / 441, one step lower per frame, so the fade spans exactly 441 frames.
   LUMO_RT void BeginHold() noexcept;
   LUMO_RT void NextHeldFrame(float& left, float& right) noexcept;
   LUMO_RT void StartBlockGain() noexcept;
@@ -228,5 +228,6 @@ class CSoundSource : public CAudioSignalSource {
   float gain_ = 1.0f;
   float lastLeft_ = 0.0f, lastRight_ = 0.0f;  // newest output frame
   float heldLeft_ = 0.0f, heldRight_ = 0.0f;  // the frame a stop fades out
+  int holdCount_ = 0;                          // the held frame's fade, 441 down to 0
   bool holding_ = true;                        // no live audio: the held frame fades
 };

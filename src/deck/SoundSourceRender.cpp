@@ -107,6 +107,7 @@ void CSoundSource::Render(Sample* out, int frames, Fetch fetch) noexcept {
     if (ClampAtTrackEnd(pos, length)) break;
     float left, right;
     fetch(pos, length, left, right);
+    holding_ = false;
     lastLeft_ = left * gain_;
     lastRight_ = right * gain_;
     Put(out, i, lastLeft_, lastRight_);
@@ -161,7 +162,6 @@ void CSoundSource::StartBlockGain() noexcept {
                     spd > 0.6 && !externalSpeed.load(std::memory_order_relaxed);
   fadeCount_ = fullVolume ? kFadeLength : static_cast<int>(std::lround(std::min(spd, 1.0) * kFadeLength));
   gain_ = static_cast<float>(fadeCount_) / kFadeLength;
-  holding_ = false;
 }
 
 double CSoundSource::NextSpeedStep(double current) noexcept {
@@ -252,18 +252,18 @@ void CSoundSource::FetchLinear16(double pos, int length, short& left, short& rig
 }
 
 void CSoundSource::BeginHold() noexcept {
-  if (holding_) return;
+  if (holding_) return;  // a hold that runs on from the last block keeps fading, not restarts
   heldLeft_ = lastLeft_;
   heldRight_ = lastRight_;
-  fadeCount_ = kFadeLength;
+  holdCount_ = kFadeLength;
   holding_ = true;
 }
 
 void CSoundSource::NextHeldFrame(float& left, float& right) noexcept {
-  float scale = static_cast<float>(fadeCount_) / kFadeLength;
+  float scale = static_cast<float>(holdCount_) / kFadeLength;
   lastLeft_ = left = heldLeft_ * scale;
   lastRight_ = right = heldRight_ * scale;
-  if (fadeCount_ > 0 && --fadeCount_ == 0) heldLeft_ = heldRight_ = 0.0f;
+  if (holdCount_ > 0 && --holdCount_ == 0) heldLeft_ = heldRight_ = 0.0f;
 }
 
 void CSoundSource::PrepareBlock(int) noexcept {}
