@@ -1,5 +1,7 @@
-// The pro back end against a real JACK server: a private dummy-driver jackd at 48000 Hz, started
-// and killed by this test. A second client records what the output's master port plays.
+// The JACK-facing back ends against a real server: a private dummy-driver jackd at 48000 Hz,
+// started and killed by each test. A second client records what the output plays. The pro back
+// end speaks to JACK itself; the system back end is reached through RtAudio's own JACK API,
+// the one RtAudio device this machine without sound cards can open.
 
 #include <gtest/gtest.h>
 #include <jack/jack.h>
@@ -16,8 +18,12 @@
 #include <thread>
 #include <vector>
 
+#include <rtaudio/RtAudio.h>
+
 #include "OutputTestMix.h"
+#include "audio/MixCallback.h"
 #include "audio/OutputOptions.h"
+#include "audio/devices/OutputBackend.h"
 #include "audio/devices/OutputLayer.h"
 
 extern char** environ;
@@ -126,6 +132,13 @@ double MedianPeriod(const std::vector<float>& s, size_t from, size_t to) {
   return periods[periods.size() / 2];
 }
 
+// Waits (bounded) until the recorder is full.
+void WaitUntilRecorded(const PortRecorder& recorder, size_t samples) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(15);
+  while (recorder.recorded() < samples && std::chrono::steady_clock::now() < deadline)
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+}
+
 }  // namespace
 
 TEST(JackOutput, PullsTheMixAndResamplesToTheServerRate) {
@@ -154,9 +167,7 @@ TEST(JackOutput, PullsTheMixAndResamplesToTheServerRate) {
 
   PortRecorder recorder(48000);  // one second at the server's rate
   ASSERT_TRUE(recorder.Connect("zorvik-lumo:master_left"));
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(15);
-  while (recorder.recorded() < 48000 && std::chrono::steady_clock::now() < deadline)
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  WaitUntilRecorded(recorder, 48000);
   const uint64_t engineFrames = PrimaryFramesDelivered();
   CloseAudioOutputs(1);
   ASSERT_EQ(recorder.recorded(), 48000u);
@@ -168,4 +179,44 @@ TEST(JackOutput, PullsTheMixAndResamplesToTheServerRate) {
   // 1 kHz made at 44100 must play as 1 kHz at 48000: 48 samples a cycle. Played unresampled it
   // would be 44.1; half a sample of tolerance covers the interpolation of the crossings.
   EXPECT_NEAR(MedianPeriod(recorder.samples(), 4800, 48000), 48.0, 0.5);
+}
+
+TEST(SystemOutput, RtAudioStreamPlaysTheMixAsResampled16BitSamples) {
+  if (!JackdInstalled()) GTEST_SKIP() << "jackd is not installed";
+  PrivateJackServer server(48000);
+  ASSERT_TRUE(server.WaitUntilReady());
+
+  OutputDeviceInfo device;
+  {
+    RtAudio probe(RtAudio::UNIX_JACK);
+    probe.showWarnings(false);
+    for (unsigned int i = 0; i < probe.getDeviceCount(); ++i)
+      if (probe.getDeviceInfo(i).name == "system") device.apiDevice = static_cast<int>(i);
+  }
+  ASSERT_GE(device.apiDevice, 0) << "the dummy server's playback ports";
+  device.name = "Jack: system";
+  device.api = RtAudio::UNIX_JACK;
+
+  g_testMix.Reset();
+  g_testMix.frequency = 1000.0;
+  std::atomic<uint64_t> frames{0};
+  OutputBackendConfig config;
+  config.device = &device;
+  config.callback = &MixAudioBlock;
+  config.framesDelivered = &frames;
+  std::unique_ptr<COutputBackend> output = CreateSystemOutput();
+  ASSERT_TRUE(output->Open(config));
+  EXPECT_EQ(output->DeviceRate(), 48000);
+
+  PortRecorder recorder(24000);
+  ASSERT_TRUE(recorder.Connect("Zorvik Lumo:outport 0"));
+  WaitUntilRecorded(recorder, 24000);
+  output->Close();
+  ASSERT_EQ(recorder.recorded(), 24000u);
+  EXPECT_EQ(g_testMix.callsOffAudioThread.load(), 0);
+  EXPECT_GT(frames.load(), 22050u * 9 / 10);
+  EXPECT_NEAR(MedianPeriod(recorder.samples(), 4800, 24000), 48.0, 0.5);
+  // 0.5 leaves as 16000 (times 32000, not 32767), which RtAudio hands JACK as about 0.488.
+  const float peak = *std::max_element(recorder.samples().begin() + 4800, recorder.samples().end());
+  EXPECT_NEAR(peak, 16000.0f / 32768.0f, 0.003f);
 }
