@@ -7,9 +7,8 @@
 namespace {
 
 // A device playing a ring of 8 fragments: the cursor advances by `step` fragments between
-// polls; every fragment the scheduler fills is stamped with the lap it was filled for. The
-// check is the point of the ring: every fragment the cursor enters was filled on the lap
-// before, and none is filled twice per lap.
+// polls; every fragment the scheduler fills is stamped with the absolute fragment it will be
+// played as. The point of the ring: every fragment ahead of the cursor holds the coming mix.
 struct SimulatedRing {
   CFragmentScheduler scheduler;
   long long cursor = 0;                   // absolute fragment count

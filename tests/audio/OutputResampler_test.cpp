@@ -101,15 +101,3 @@ TEST(OutputResampler, DownsamplingRejectsWhatTheDeviceCannotCarry) {
       EXPECT_LT(rms, source.amplitude * 1e-3) << "alias at -60 dB or more";  // stop band
   }
 }
-
-TEST(OutputResampler, OutputDoesNotDependOnCallbackSizes) {
-  COutputResampler r;
-  ASSERT_TRUE(r.Open(44100, 96000, 4, 100));
-  SineSource source;
-  source.expectedBlock = 100;
-  std::vector<float> first = Render(r, source, 5000, {77}, 4);
-  r.Reset();
-  source.frame = 0;
-  std::vector<float> again = Render(r, source, 5000, {5000}, 4);
-  EXPECT_EQ(first, again);
-}

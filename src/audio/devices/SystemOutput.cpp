@@ -20,8 +20,11 @@
 
 namespace {
 
-void StreamError(RtAudioError::Type, const std::string& text) {
-  TraceLine("system output: %s", text.c_str());
+// Once a stream is open RtAudio reports through this, from its own thread: only a constant
+// line may leave it. Errors while opening are exceptions and are traced with their text.
+void StreamError(RtAudioError::Type type, const std::string&) {
+  if (type != RtAudioError::WARNING && type != RtAudioError::DEBUG_WARNING)
+    TraceLineRT("system output: the stream stopped on an error");
 }
 
 std::string TableName(RtAudio::Api api, const std::string& deviceName) {
@@ -86,6 +89,7 @@ bool CSystemOutput::OpenStream(const OutputBackendConfig& config, int deviceId, 
   try {
     audio_->openStream(&parameters, nullptr, RTAUDIO_SINT16, static_cast<unsigned int>(rate),
                        &frames, &CSystemOutput::Callback, this, &options, &StreamError);
+    if (!audio_->isStreamOpen()) return false;
   } catch (const RtAudioError& e) {
     TraceLine("system output: %s", e.what());
     return false;
