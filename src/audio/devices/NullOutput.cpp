@@ -21,10 +21,18 @@ namespace {
 constexpr long kPollNanoseconds = 1000000;  // 1 ms, like the device poll
 constexpr int kTimeCriticalClass = 6;
 
+constexpr int64_t kNanosecondsPerSecond = 1000000000;
+
 int64_t MonotonicNanoseconds() {
   timespec now;
   clock_gettime(CLOCK_MONOTONIC, &now);
-  return static_cast<int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
+  return static_cast<int64_t>(now.tv_sec) * kNanosecondsPerSecond + now.tv_nsec;
+}
+
+// Whole seconds apart, so the product cannot overflow however long the program runs.
+int64_t EngineFramesIn(int64_t nanoseconds) {
+  return nanoseconds / kNanosecondsPerSecond * kEngineRate +
+         nanoseconds % kNanosecondsPerSecond * kEngineRate / kNanosecondsPerSecond;
 }
 
 class CNullOutput final : public COutputBackend {
@@ -68,7 +76,7 @@ class CNullOutput final : public COutputBackend {
     while (!stop_.load(std::memory_order_relaxed)) {
       clock_nanosleep(CLOCK_MONOTONIC, 0, &period, nullptr);
       if (stop_.load(std::memory_order_relaxed)) break;
-      const int64_t framesPlayed = (MonotonicNanoseconds() - start) * kEngineRate / 1000000000;
+      const int64_t framesPlayed = EngineFramesIn(MonotonicNanoseconds() - start);
       FillBehindCursor(static_cast<int>((framesPlayed / fragment_) % kOutputFragments));
     }
   }
