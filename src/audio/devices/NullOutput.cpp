@@ -48,6 +48,7 @@ class CNullOutput final : public COutputBackend {
     feedConfig.fragmentFrames = fragment_;
     if (!feed_.Open(feedConfig, kEngineRate, fragment_)) return false;
     scheduler_.Reset();
+    cursorSeen_ = 0;
     stop_.store(false);
     running_ = StartThread(thread_, &CNullOutput::Entry, this);
     return running_;
@@ -76,8 +77,13 @@ class CNullOutput final : public COutputBackend {
     while (!stop_.load(std::memory_order_relaxed)) {
       clock_nanosleep(CLOCK_MONOTONIC, 0, &period, nullptr);
       if (stop_.load(std::memory_order_relaxed)) break;
-      const int64_t framesPlayed = EngineFramesIn(MonotonicNanoseconds() - start);
-      FillBehindCursor(static_cast<int>((framesPlayed / fragment_) % kOutputFragments));
+      const int64_t cursor = EngineFramesIn(MonotonicNanoseconds() - start) / fragment_;
+      // A poll that comes late walks the cursor forward in steps the ring can see, so no
+      // engine time is lost, however short the fragments.
+      while (cursorSeen_ < cursor) {
+        cursorSeen_ += std::min<int64_t>(cursor - cursorSeen_, kOutputFragments - 1);
+        FillBehindCursor(static_cast<int>(cursorSeen_ % kOutputFragments));
+      }
     }
   }
 
@@ -94,6 +100,7 @@ class CNullOutput final : public COutputBackend {
   std::unique_ptr<float[]> ring_;
   COutputFeed feed_;
   CFragmentScheduler scheduler_;
+  int64_t cursorSeen_ = 0;  // absolute fragment of the simulated cursor at the last poll
   pthread_t thread_{};
   bool running_ = false;
   std::atomic<bool> stop_{false};
