@@ -53,12 +53,9 @@ TEST_F(MonitorRelay, DropsABlockWhenTheReaderFallsBehind) {
 }
 
 TEST_F(MonitorRelay, FullRingLosesTheBlockAndMuteSilences) {
-  const int ringFrames = static_cast<int>(kMonitorRelayBytes / 8);  // 17640
-  RelayMonitorBlock(Block(4410, 0.5f).data(), 4410);
-  RelayMonitorBlock(Block(4410, 0.5f).data(), 4410);
-  RelayMonitorBlock(Block(4410, 0.5f).data(), 4410);
-  RelayMonitorBlock(Block(4410, 0.5f).data(), 4410);  // exactly full
-  RelayMonitorBlock(Block(1, 0.9f).data(), 1);        // lost
+  const int ringFrames = static_cast<int>(kMonitorRelayBytes / 8);  // 17640: four full blocks
+  for (int i = 0; i < 4; ++i) RelayMonitorBlock(Block(4410, 0.5f).data(), 4410);
+  RelayMonitorBlock(Block(1, 0.9f).data(), 1);  // lost
   std::vector<float> out = Block(ringFrames, 0.0f);
   g_outputOptions.muteOutput = 1;
   EXPECT_EQ(MonitorAudioBlock(out.data(), ringFrames, 2), ringFrames);

@@ -2,102 +2,72 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <vector>
-
 namespace {
 
-// Converts one float through a device type and back, on channel 1 of 2 so the interleave
-// stride is exercised too.
+// One float out to a device type and back in, on channel 1 of 2 so the stride is exercised and
+// channel 0 must stay untouched.
 template <typename Device>
 Device Out(int type, float x) {
-  float frame[2] = {99.0f, x};
+  const float frame[2] = {99.0f, x};
   Device d{};
   EXPECT_TRUE(ChannelFromFloat(type, frame, 1, 2, &d, 1));
   return d;
 }
-
 template <typename Device>
 float In(int type, Device d) {
   float frame[2] = {99.0f, 99.0f};
   EXPECT_TRUE(ChannelToFloat(type, &d, frame, 1, 1, 2));
-  EXPECT_EQ(frame[0], 99.0f);  // the other channel is left alone
+  EXPECT_EQ(frame[0], 99.0f);
   return frame[1];
 }
-
-struct Bytes3 { uint8_t b[3]; };
+constexpr float kHalf = 0.5f;
+struct Bytes3 {
+  uint8_t b[3];
+};
 
 }  // namespace
 
-TEST(SampleConversions, Int16UsesAsymmetricScales) {
-  EXPECT_FLOAT_EQ(In<int16_t>(kSampleInt16LSB, 32767), 32767 * 3.0517578e-5f);
-  EXPECT_FLOAT_EQ(In<int16_t>(kSampleInt16LSB, -32768), -1.0f);
-  EXPECT_EQ(Out<int16_t>(kSampleInt16LSB, 1.0f), 32767);
-  EXPECT_EQ(Out<int16_t>(kSampleInt16LSB, -1.0f), -32767);
-  EXPECT_EQ(Out<int16_t>(kSampleInt16LSB, 2.0f), 32767);   // clipped, not wrapped
-  EXPECT_EQ(Out<int16_t>(kSampleInt16LSB, -2.0f), -32768);
-  EXPECT_EQ(Out<int16_t>(kSampleInt16LSB, 0.6f / 32767.0f), 1);  // rounds, not truncates
-}
-
-TEST(SampleConversions, Int24BuildsTopBitsInBothByteOrders) {
-  Bytes3 le{{0x56, 0x34, 0x12}}, be{{0x12, 0x34, 0x56}};
-  const float expected = static_cast<float>(0x12345600) * 4.656613e-10f;
-  EXPECT_FLOAT_EQ(In(kSampleInt24LSB, le), expected);
-  EXPECT_FLOAT_EQ(In(kSampleInt24MSB, be), expected);
-  Bytes3 negative{{0x00, 0x00, 0x80}};  // most negative, little endian
-  EXPECT_LT(In(kSampleInt24LSB, negative), -0.99999f);
-
-  // +1.0 leaves as 0x7fffff (2147483392 >> 8), never wrapping to negative.
-  Bytes3 full = Out<Bytes3>(kSampleInt24LSB, 1.5f);
-  EXPECT_EQ(full.b[0], 0xff);
-  EXPECT_EQ(full.b[1], 0xff);
-  EXPECT_EQ(full.b[2], 0x7f);
-  Bytes3 fullBe = Out<Bytes3>(kSampleInt24MSB, 1.0f);
-  EXPECT_EQ(fullBe.b[0], 0x7f);
-  EXPECT_EQ(fullBe.b[2], 0xff);
-  Bytes3 half = Out<Bytes3>(kSampleInt24LSB, -0.5f);
-  EXPECT_NEAR(In(kSampleInt24LSB, half), -0.5f, 1e-6f);
-}
-
-TEST(SampleConversions, Int32AndFloatsClipAtFullScale) {
+TEST(SampleConversions, IntegerTypesKeepTheirAsymmetricScales) {
+  EXPECT_FLOAT_EQ(In<int16_t>(kSampleInt16LSB, -32768), -1.0f);  // in by 3.0517578e-5
+  EXPECT_EQ(Out<int16_t>(kSampleInt16LSB, 1.0f), 32767);          // out by 32767
+  EXPECT_EQ(Out<int16_t>(kSampleInt16LSB, -2.0f), -32768);        // clipped, not wrapped
+  EXPECT_EQ(Out<int16_t>(kSampleInt16LSB, 0.6f / 32767.0f), 1);   // rounded, not truncated
   EXPECT_EQ(Out<int32_t>(kSampleInt32LSB, 1.0f), 2147483392);
   EXPECT_EQ(Out<int32_t>(kSampleInt32LSB, -3.0f), -2147483392);
   EXPECT_FLOAT_EQ(In<int32_t>(kSampleInt32LSB, 1 << 30), (1 << 30) * 4.656613e-10f);
-  EXPECT_EQ(Out<float>(kSampleFloat32LSB, 1.25f), 1.0f);
-  EXPECT_EQ(Out<float>(kSampleFloat32LSB, -0.25f), -0.25f);
-  EXPECT_EQ(In<float>(kSampleFloat32LSB, 1.25f), 1.25f);  // the way in copies, unclipped
-  EXPECT_EQ(Out<double>(kSampleFloat64LSB, -7.0f), -1.0);
-  EXPECT_EQ(In<double>(kSampleFloat64LSB, 0.1), 0.1f);
-}
-
-TEST(SampleConversions, Int8IsTheHighByte) {
-  EXPECT_FLOAT_EQ(In<int8_t>(kSampleInt8LSB, -128), -1.0f);
   EXPECT_FLOAT_EQ(In<int8_t>(kSampleInt8LSB, 64), 0.5f);
-  EXPECT_EQ(Out<int8_t>(kSampleInt8LSB, 1.0f), 127);    // 0x7fff
-  EXPECT_EQ(Out<int8_t>(kSampleInt8LSB, -1.0f), -128);  // 0x8001 shifts down to 0x80
-  EXPECT_EQ(Out<int8_t>(kSampleInt8LSB, 0.2f), 25);     // 6553 = 0x1999
+  EXPECT_EQ(Out<int8_t>(kSampleInt8LSB, -1.0f), -128);  // -32767 = 0x8001: high byte 0x80
   EXPECT_EQ(Out<int8_t>(kSampleInt8LSB, -0.2f), -26);   // -6553 = 0xe667: the shift floors
 }
 
-TEST(SampleConversions, UnknownTypesLeaveBuffersUntouched) {
-  float interleaved[4] = {0.5f, 0.5f, 0.5f, 0.5f};
-  int32_t device[2] = {7, 7};
-  EXPECT_FALSE(ChannelFromFloat(21, interleaved, 0, 2, device, 2));
-  EXPECT_FALSE(ChannelToFloat(2, device, interleaved, 2, 0, 2));
-  EXPECT_EQ(device[0], 7);
-  EXPECT_EQ(interleaved[0], 0.5f);
-  EXPECT_STREQ(SampleTypeName(kSampleInt8LSB), "Int8LSB - SMALL ENDIAN (PC) - (not ASIO)");
-  EXPECT_STREQ(SampleTypeName(kSampleInt24MSB), "Int24MSB - BIG ENDIAN (Mac)");
-  EXPECT_STREQ(SampleTypeName(3), "");
+TEST(SampleConversions, Int24BuildsTheTopBitsInBothByteOrders) {
+  const float expected = static_cast<float>(0x12345600) * 4.656613e-10f;
+  EXPECT_FLOAT_EQ(In(kSampleInt24LSB, Bytes3{{0x56, 0x34, 0x12}}), expected);
+  EXPECT_FLOAT_EQ(In(kSampleInt24MSB, Bytes3{{0x12, 0x34, 0x56}}), expected);
+  EXPECT_LT(In(kSampleInt24LSB, Bytes3{{0x00, 0x00, 0x80}}), -0.99999f);
+  const Bytes3 full = Out<Bytes3>(kSampleInt24LSB, 1.5f);  // 2147483392 >> 8 = 0x7fffff
+  EXPECT_EQ(full.b[0] | full.b[1] << 8 | full.b[2] << 16, 0x7fffff);
+  const Bytes3 fullBigEndian = Out<Bytes3>(kSampleInt24MSB, 1.0f);
+  EXPECT_EQ(fullBigEndian.b[0] << 16 | fullBigEndian.b[1] << 8 | fullBigEndian.b[2], 0x7fffff);
+  EXPECT_NEAR(In(kSampleInt24LSB, Out<Bytes3>(kSampleInt24LSB, -0.5f)), -0.5f, 1e-6f);
+}
+
+TEST(SampleConversions, FloatsClipOnTheWayOutOnlyAndUnknownTypesAreSkipped) {
+  EXPECT_EQ(Out<float>(kSampleFloat32LSB, 1.25f), 1.0f);
+  EXPECT_EQ(In<float>(kSampleFloat32LSB, 1.25f), 1.25f);
+  EXPECT_EQ(Out<double>(kSampleFloat64LSB, -7.0f), -1.0);
+  EXPECT_EQ(In<double>(kSampleFloat64LSB, 0.1), 0.1f);
+  int32_t untouched = 7;  // any other type is left alone
+  EXPECT_FALSE(ChannelFromFloat(21, &kHalf, 0, 1, &untouched, 1));
+  EXPECT_EQ(untouched, 7);
 }
 
 TEST(SampleConversions, DeviceInt16ScalesBy32000RoundsAndClips) {
-  const float in[] = {1.0f, -1.0f, 1.5f, -1.5f, 0.4f / 32000, 1.6f / 32000, 0.7f / 32000,
-                      -0.7f / 32000, 3e-5f * 32767};
+  const float in[] = {1.0f, -1.5f, 1.6f / 32000, -0.7f / 32000, 0.4f / 32000, 3e-5f * 32767};
+  const int16_t expected[] = {32000, -32768, 2, -1, 0, 31456};
   int16_t out[std::size(in) + 1];
   out[std::size(in)] = 0x5a5a;  // guard
   DeviceInt16FromFloat(in, out, static_cast<int>(std::size(in)));
-  const int16_t expected[] = {32000, -32000, 32767, -32768, 0, 2, 1, -1, 31456};
   for (size_t i = 0; i < std::size(in); ++i) EXPECT_EQ(out[i], expected[i]) << "sample " << i;
   EXPECT_EQ(out[std::size(in)], 0x5a5a);
 }

@@ -21,10 +21,18 @@ namespace {
 constexpr long kPollNanoseconds = 1000000;  // 1 ms, like the device poll
 constexpr int kTimeCriticalClass = 6;
 
+constexpr int64_t kNanosecondsPerSecond = 1000000000;
+
 int64_t MonotonicNanoseconds() {
   timespec now;
   clock_gettime(CLOCK_MONOTONIC, &now);
-  return static_cast<int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
+  return static_cast<int64_t>(now.tv_sec) * kNanosecondsPerSecond + now.tv_nsec;
+}
+
+// Whole seconds apart, so the product cannot overflow however long the program runs.
+int64_t EngineFramesIn(int64_t nanoseconds) {
+  return nanoseconds / kNanosecondsPerSecond * kEngineRate +
+         nanoseconds % kNanosecondsPerSecond * kEngineRate / kNanosecondsPerSecond;
 }
 
 class CNullOutput final : public COutputBackend {
@@ -40,6 +48,7 @@ class CNullOutput final : public COutputBackend {
     feedConfig.fragmentFrames = fragment_;
     if (!feed_.Open(feedConfig, kEngineRate, fragment_)) return false;
     scheduler_.Reset();
+    cursorSeen_ = 0;
     stop_.store(false);
     running_ = StartThread(thread_, &CNullOutput::Entry, this);
     return running_;
@@ -68,8 +77,13 @@ class CNullOutput final : public COutputBackend {
     while (!stop_.load(std::memory_order_relaxed)) {
       clock_nanosleep(CLOCK_MONOTONIC, 0, &period, nullptr);
       if (stop_.load(std::memory_order_relaxed)) break;
-      const int64_t framesPlayed = (MonotonicNanoseconds() - start) * kEngineRate / 1000000000;
-      FillBehindCursor(static_cast<int>((framesPlayed / fragment_) % kOutputFragments));
+      const int64_t cursor = EngineFramesIn(MonotonicNanoseconds() - start) / fragment_;
+      // A poll that comes late walks the cursor forward in steps the ring can see, so no
+      // engine time is lost, however short the fragments.
+      while (cursorSeen_ < cursor) {
+        cursorSeen_ += std::min<int64_t>(cursor - cursorSeen_, kOutputFragments - 1);
+        FillBehindCursor(static_cast<int>(cursorSeen_ % kOutputFragments));
+      }
     }
   }
 
@@ -86,6 +100,7 @@ class CNullOutput final : public COutputBackend {
   std::unique_ptr<float[]> ring_;
   COutputFeed feed_;
   CFragmentScheduler scheduler_;
+  int64_t cursorSeen_ = 0;  // absolute fragment of the simulated cursor at the last poll
   pthread_t thread_{};
   bool running_ = false;
   std::atomic<bool> stop_{false};

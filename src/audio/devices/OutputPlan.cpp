@@ -42,3 +42,10 @@ bool IsExcludedSystemDevice(const std::string& name) {
     if (name.find(unit) != std::string::npos) return true;
   return false;
 }
+
+int ModeAfterDeviceChange(int mode, int primaryChannels, bool primaryPro, int* secondary) {
+  if (primaryChannels < 3 && mode == 2) mode = 0;
+  if (primaryChannels >= 3 && primaryPro) mode = 2;
+  if (mode > 0) *secondary = -1;
+  return mode;
+}

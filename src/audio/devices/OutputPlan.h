@@ -19,3 +19,8 @@ OutputPlan PlanAudioOutputs(int channels, int primary, int secondary, int mode, 
 
 // System devices that are used through the pro back end and so are left out of the table.
 bool IsExcludedSystemDevice(const std::string& name);
+
+// The options dialog's rule when the user confirms a device: a primary of fewer than 3
+// channels cannot run multichannel; a pro primary of 3 or more always does; any mode but
+// normal gives up the second card. Returns the mode; `secondary` is updated in place.
+int ModeAfterDeviceChange(int mode, int primaryChannels, bool primaryPro, int* secondary);

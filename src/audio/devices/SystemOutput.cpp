@@ -20,8 +20,27 @@
 
 namespace {
 
-void StreamError(RtAudioError::Type, const std::string& text) {
-  TraceLine("system output: %s", text.c_str());
+// Once a stream is open RtAudio reports through this, from its own thread: only a constant
+// line may leave it. Errors while opening are exceptions and are traced with their text.
+void StreamError(RtAudioError::Type type, const std::string&) {
+  if (type != RtAudioError::WARNING && type != RtAudioError::DEBUG_WARNING)
+    TraceLineRT("system output: the stream stopped on an error");
+}
+
+std::string TableName(RtAudio::Api api, const std::string& deviceName) {
+  return RtAudio::getApiDisplayName(api) + ": " + deviceName;
+}
+
+// Device numbers move when cards come and go: finds the table's device by its name again.
+int FindDevice(RtAudio& audio, RtAudio::Api api, const OutputDeviceInfo& device) {
+  const unsigned int count = audio.getDeviceCount();
+  if (device.apiDevice >= 0 && static_cast<unsigned int>(device.apiDevice) < count &&
+      TableName(api, audio.getDeviceInfo(static_cast<unsigned int>(device.apiDevice)).name) ==
+          device.name)
+    return device.apiDevice;
+  for (unsigned int i = 0; i < count; ++i)
+    if (TableName(api, audio.getDeviceInfo(i).name) == device.name) return static_cast<int>(i);
+  return -1;
 }
 
 int ChooseRate(const RtAudio::DeviceInfo& info) {
@@ -45,7 +64,7 @@ class CSystemOutput final : public COutputBackend {
  private:
   static int Callback(void* output, void* input, unsigned int frames, double streamTime,
                       RtAudioStreamStatus status, void* self) noexcept;
-  bool OpenStream(const OutputBackendConfig& config, int rate);
+  bool OpenStream(const OutputBackendConfig& config, int deviceId, int rate);
 
   std::unique_ptr<RtAudio> audio_;
   std::unique_ptr<float[]> scratch_;
@@ -56,12 +75,12 @@ class CSystemOutput final : public COutputBackend {
   COutputFeed feed_;
 };
 
-bool CSystemOutput::OpenStream(const OutputBackendConfig& config, int rate) {
+bool CSystemOutput::OpenStream(const OutputBackendConfig& config, int deviceId, int rate) {
   // One buffer is a fragment of engine time, whatever the device's rate.
   unsigned int frames = static_cast<unsigned int>(
       std::max(1L, std::lround(static_cast<double>(config.fragmentFrames) * rate / kEngineRate)));
   RtAudio::StreamParameters parameters;
-  parameters.deviceId = static_cast<unsigned int>(config.device->apiDevice);
+  parameters.deviceId = static_cast<unsigned int>(deviceId);
   parameters.nChannels = static_cast<unsigned int>(channels_);
   RtAudio::StreamOptions options;
   options.numberOfBuffers = kOutputFragments;
@@ -70,6 +89,7 @@ bool CSystemOutput::OpenStream(const OutputBackendConfig& config, int rate) {
   try {
     audio_->openStream(&parameters, nullptr, RTAUDIO_SINT16, static_cast<unsigned int>(rate),
                        &frames, &CSystemOutput::Callback, this, &options, &StreamError);
+    if (!audio_->isStreamOpen()) return false;
   } catch (const RtAudioError& e) {
     TraceLine("system output: %s", e.what());
     return false;
@@ -84,15 +104,22 @@ bool CSystemOutput::Open(const OutputBackendConfig& config) {
   if (!config.device) return false;
   channels_ = config.channels;
   try {
-    audio_ = std::make_unique<RtAudio>(static_cast<RtAudio::Api>(config.device->api));
+    const auto api = static_cast<RtAudio::Api>(config.device->api);
+    audio_ = std::make_unique<RtAudio>(api);
     audio_->showWarnings(false);
-    const RtAudio::DeviceInfo info =
-        audio_->getDeviceInfo(static_cast<unsigned int>(config.device->apiDevice));
+    const int id = FindDevice(*audio_, api, *config.device);
+    if (id < 0) {
+      TraceLine("system output: %s is gone", config.device->name.c_str());
+      audio_.reset();
+      return false;
+    }
+    const RtAudio::DeviceInfo info = audio_->getDeviceInfo(static_cast<unsigned int>(id));
     const int rate = ChooseRate(info);
-    if (!OpenStream(config, rate) &&
+    // A device that lists 44100 Hz may still refuse it; its own rate is the second try.
+    if (!OpenStream(config, id, rate) &&
         !(rate == kEngineRate && info.preferredSampleRate > 0 &&
           static_cast<int>(info.preferredSampleRate) != kEngineRate &&
-          OpenStream(config, static_cast<int>(info.preferredSampleRate)))) {
+          OpenStream(config, id, static_cast<int>(info.preferredSampleRate)))) {
       audio_.reset();
       return false;
     }
@@ -153,13 +180,12 @@ void AppendSystemDevices(std::vector<OutputDeviceInfo>* table) {
     try {
       RtAudio audio(api);
       audio.showWarnings(false);
-      const std::string apiName = RtAudio::getApiDisplayName(api);
       const unsigned int count = audio.getDeviceCount();
       for (unsigned int i = 0; i < count; ++i) {
         const RtAudio::DeviceInfo info = audio.getDeviceInfo(i);
         if (!info.probed || info.outputChannels == 0) continue;
         OutputDeviceInfo device;
-        device.name = apiName + ": " + info.name;
+        device.name = TableName(api, info.name);
         device.channels = static_cast<int>(info.outputChannels);
         device.api = static_cast<int>(api);
         device.apiDevice = static_cast<int>(i);
