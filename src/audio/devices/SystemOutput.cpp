@@ -4,6 +4,7 @@
 // 32000, rounded, clipped. A device that refuses 44100 Hz runs at its preferred rate and
 // COutputFeed resamples.
 
+#include <alsa/asoundlib.h>
 #include <rtaudio/RtAudio.h>
 
 #include <algorithm>
@@ -172,7 +173,12 @@ int CSystemOutput::Callback(void* output, void*, unsigned int frames, double,
 
 std::unique_ptr<COutputBackend> CreateSystemOutput() { return std::make_unique<CSystemOutput>(); }
 
+// ALSA prints every failed probe (a machine without a sound card gives dozens of lines) to
+// stderr; the device table says what exists, so the library's own chatter is dropped.
+static void QuietAlsaError(const char*, int, const char*, int, const char*, ...) {}
+
 void AppendSystemDevices(std::vector<OutputDeviceInfo>* table) {
+  snd_lib_error_set_handler(&QuietAlsaError);
   std::vector<RtAudio::Api> apis;
   RtAudio::getCompiledApi(apis);
   for (RtAudio::Api api : apis) {
