@@ -13,9 +13,9 @@ namespace {
 
 class CodecChainTest : public ::testing::Test {
  protected:
-  std::string Write(const WavSpec& spec, const std::vector<uint8_t>& data, const char* name = "t.wav") {
+  std::string Write(const WavLayout& layout, const std::vector<uint8_t>& data, const char* name = "t.wav") {
     std::string path = folder_.File(name);
-    WriteBytes(path, BuildWav(spec, data));
+    WriteBytes(path, BuildWav(layout, data));
     return path;
   }
   int Open(const std::string& path) {
@@ -41,7 +41,7 @@ struct TraceCapture {
 
 TEST_F(CodecChainTest, SixteenBitStereoAt44100IsBitExact) {
   std::vector<int16_t> samples = MakeTestSignal(44100);
-  ASSERT_TRUE(Open(Write(WavSpec{}, Int16Bytes(samples))));
+  ASSERT_TRUE(Open(Write(WavLayout{}, Int16Bytes(samples))));
   EXPECT_EQ(format_.frames, 44100);
   std::vector<int16_t> read(samples.size());
   ASSERT_EQ(chain_.read16(read.data(), 44100, 0), 44100);
@@ -49,13 +49,13 @@ TEST_F(CodecChainTest, SixteenBitStereoAt44100IsBitExact) {
 }
 
 TEST_F(CodecChainTest, EightBitMono22050BecomesStereoAt44100) {
-  WavSpec spec;
-  spec.channels = 1;
-  spec.rate = 22050;
-  spec.bits = 8;
+  WavLayout layout;
+  layout.channels = 1;
+  layout.rate = 22050;
+  layout.bits = 8;
   std::vector<uint8_t> data(22050, 128);  // silence in unsigned 8-bit
   for (size_t i = 0; i < data.size(); i += 100) data[i] = 200;
-  ASSERT_TRUE(Open(Write(spec, data)));
+  ASSERT_TRUE(Open(Write(layout, data)));
   EXPECT_EQ(format_.frames, 44100);
   EXPECT_EQ(chain_.sourceFormat().sampleRate, 22050);
   std::vector<int16_t> read(2 * 44100, 99);
@@ -67,13 +67,13 @@ TEST_F(CodecChainTest, EightBitMono22050BecomesStereoAt44100) {
 }
 
 TEST_F(CodecChainTest, TwentyFourBitReadsWithoutSignExtension) {
-  WavSpec spec;
-  spec.bits = 24;
-  spec.channels = 1;
+  WavLayout layout;
+  layout.bits = 24;
+  layout.channels = 1;
   // -0.5 full scale: 0xC00000 as 24-bit two's complement, little endian.
   std::vector<uint8_t> data;
   for (int i = 0; i < 300; ++i) data.insert(data.end(), {0x00, 0x00, 0xC0});
-  ASSERT_TRUE(Open(Write(spec, data)));
+  ASSERT_TRUE(Open(Write(layout, data)));
   std::vector<int16_t> read(600);
   ASSERT_EQ(chain_.read16(read.data(), 300, 0), 300);
   // The unsigned join reads the negative half-wave as 0.75 of full scale.
@@ -82,15 +82,15 @@ TEST_F(CodecChainTest, TwentyFourBitReadsWithoutSignExtension) {
 }
 
 TEST_F(CodecChainTest, FloatFilesRoundIntoSixteenBits) {
-  WavSpec spec;
-  spec.bits = 32;
-  spec.formatTag = 3;
+  WavLayout layout;
+  layout.bits = 32;
+  layout.formatTag = 3;
   std::vector<float> values(2 * 400);
   for (size_t i = 0; i < values.size(); ++i) values[i] = (i % 2 ? -0.5f : 0.25f);
   values[0] = 3.0f;  // out of range clips
   std::vector<uint8_t> data(values.size() * 4);
   std::memcpy(data.data(), values.data(), data.size());
-  ASSERT_TRUE(Open(Write(spec, data)));
+  ASSERT_TRUE(Open(Write(layout, data)));
   std::vector<int16_t> read(800);
   ASSERT_EQ(chain_.read16(read.data(), 400, 0), 400);
   EXPECT_EQ(read[0], 32767);
@@ -99,7 +99,7 @@ TEST_F(CodecChainTest, FloatFilesRoundIntoSixteenBits) {
 }
 
 TEST_F(CodecChainTest, Read16RefusesShortAndNegativeRequests) {
-  ASSERT_TRUE(Open(Write(WavSpec{}, Int16Bytes(MakeTestSignal(1000)))));
+  ASSERT_TRUE(Open(Write(WavLayout{}, Int16Bytes(MakeTestSignal(1000)))));
   std::vector<int16_t> read(2000);
   EXPECT_EQ(chain_.read16(read.data(), 255, 0), 0);
   EXPECT_EQ(chain_.read16(read.data(), 256, 0), 256);
@@ -108,12 +108,12 @@ TEST_F(CodecChainTest, Read16RefusesShortAndNegativeRequests) {
 }
 
 TEST_F(CodecChainTest, LowRateFilesConvertWithoutOverrunningTheBuffers) {
-  WavSpec spec;
-  spec.channels = 1;
-  spec.rate = 8000;
+  WavLayout layout;
+  layout.channels = 1;
+  layout.rate = 8000;
   std::vector<int16_t> mono(8000 * 3);
   for (size_t i = 0; i < mono.size(); ++i) mono[i] = static_cast<int16_t>(1000 * std::sin(i * 0.05));
-  ASSERT_TRUE(Open(Write(spec, Int16Bytes(mono))));
+  ASSERT_TRUE(Open(Write(layout, Int16Bytes(mono))));
   EXPECT_EQ(format_.frames, 44100 * 3);
   std::vector<int16_t> first(2 * 88200), again(2 * 44100);
   EXPECT_EQ(chain_.read16(first.data(), 88200, 0), 88200);
@@ -130,7 +130,7 @@ TEST_F(CodecChainTest, OpenRules) {
   EXPECT_TRUE(trace.Saw("no suitable codec found"));
   EXPECT_FALSE(chain_.isOpen());
 
-  std::string path = Write(WavSpec{}, Int16Bytes(MakeTestSignal(500)));
+  std::string path = Write(WavLayout{}, Int16Bytes(MakeTestSignal(500)));
   ASSERT_TRUE(Open(path));
   AudioFormat second = EngineFormat();
   EXPECT_FALSE(chain_.open(path, &second, 0, 88200)) << "an open chain refuses another file";

@@ -25,7 +25,7 @@ class WavDecoderTest : public ::testing::Test {
 TEST_F(WavDecoderTest, ReportsFormatAndReadsSequentiallyAndBySeekAlike) {
   std::vector<int16_t> samples = MakeTestSignal(5000);
   AudioFormat format;
-  ASSERT_TRUE(Open(BuildWav(WavSpec{}, Int16Bytes(samples)), format));
+  ASSERT_TRUE(Open(BuildWav(WavLayout{}, Int16Bytes(samples)), format));
   EXPECT_EQ(format.sampleRate, 44100);
   EXPECT_EQ(format.channels, 2);
   EXPECT_EQ(format.bitsPerSample, 16);
@@ -46,11 +46,11 @@ TEST_F(WavDecoderTest, ReportsFormatAndReadsSequentiallyAndBySeekAlike) {
 }
 
 TEST_F(WavDecoderTest, SkipsOddChunksWithTheirPadByte) {
-  WavSpec spec;
-  spec.chunksBeforeData = {{"LIST", {1, 2, 3}}, {"junk", {9, 9, 9, 9, 9}}};
+  WavLayout layout;
+  layout.chunksBeforeData = {{"LIST", {1, 2, 3}}, {"junk", {9, 9, 9, 9, 9}}};
   std::vector<int16_t> samples = MakeTestSignal(100);
   AudioFormat format;
-  ASSERT_TRUE(Open(BuildWav(spec, Int16Bytes(samples)), format));
+  ASSERT_TRUE(Open(BuildWav(layout, Int16Bytes(samples)), format));
   std::vector<int16_t> read(200);
   ASSERT_EQ(decoder_.read(read.data(), 100, 0), 100);
   EXPECT_EQ(read, samples);
@@ -58,30 +58,30 @@ TEST_F(WavDecoderTest, SkipsOddChunksWithTheirPadByte) {
 
 TEST_F(WavDecoderTest, RefusesWhatOtherDecodersOwnAndBrokenFiles) {
   AudioFormat format;
-  WavSpec extended;
+  WavLayout extended;
   extended.fmtLength = 18;
   EXPECT_FALSE(Open(BuildWav(extended, {0, 0, 0, 0}), format)) << "fmt of 18 bytes";
-  WavSpec noData;
+  WavLayout noData;
   noData.withData = false;
   noData.chunksBeforeData = {{"LIST", {1}}};
   EXPECT_FALSE(Open(BuildWav(noData, {}), format)) << "no data chunk must end the walk";
-  WavSpec adpcm;
+  WavLayout adpcm;
   adpcm.formatTag = 2;
   EXPECT_FALSE(Open(BuildWav(adpcm, {0, 0, 0, 0}), format));
-  WavSpec wide;
+  WavLayout wide;
   wide.bits = 64;
   wide.formatTag = 3;
   EXPECT_FALSE(Open(BuildWav(wide, std::vector<uint8_t>(64)), format)) << "64-bit would overrun the chain";
   EXPECT_FALSE(Open({'R', 'I', 'F', 'F', 0, 0}, format)) << "truncated header";
-  EXPECT_FALSE(Open(BuildWav(WavSpec{}, {0, 0, 0, 0}), format, "t.mp3")) << "not a .wav name";
+  EXPECT_FALSE(Open(BuildWav(WavLayout{}, {0, 0, 0, 0}), format, "t.mp3")) << "not a .wav name";
   EXPECT_FALSE(decoder_.isOpen);
 }
 
 TEST_F(WavDecoderTest, ClampsADataLengthPastTheEndOfTheFile) {
-  WavSpec spec;
-  spec.declaredDataLength = 0x7ffffff0;  // a recorder that died before writing the length
+  WavLayout layout;
+  layout.declaredDataLength = 0x7ffffff0;  // a recorder that died before writing the length
   AudioFormat format;
-  ASSERT_TRUE(Open(BuildWav(spec, Int16Bytes(MakeTestSignal(10))), format));
+  ASSERT_TRUE(Open(BuildWav(layout, Int16Bytes(MakeTestSignal(10))), format));
   EXPECT_EQ(format.frames, 10);
 }
 

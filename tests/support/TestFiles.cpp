@@ -43,30 +43,30 @@ void Put16(std::vector<uint8_t>& out, uint16_t v) {
 void PutTag(std::vector<uint8_t>& out, const char* tag) { out.insert(out.end(), tag, tag + 4); }
 }  // namespace
 
-std::vector<uint8_t> BuildWav(const WavSpec& spec, const std::vector<uint8_t>& data) {
+std::vector<uint8_t> BuildWav(const WavLayout& layout, const std::vector<uint8_t>& data) {
   std::vector<uint8_t> out;
   PutTag(out, "RIFF");
   Put32(out, 0);  // patched below
   PutTag(out, "WAVE");
   PutTag(out, "fmt ");
-  Put32(out, static_cast<uint32_t>(spec.fmtLength));
-  int blockAlign = (spec.bits + 7) / 8 * spec.channels;
-  Put16(out, static_cast<uint16_t>(spec.formatTag));
-  Put16(out, static_cast<uint16_t>(spec.channels));
-  Put32(out, static_cast<uint32_t>(spec.rate));
-  Put32(out, static_cast<uint32_t>(spec.rate * blockAlign));
+  Put32(out, static_cast<uint32_t>(layout.fmtLength));
+  int blockAlign = (layout.bits + 7) / 8 * layout.channels;
+  Put16(out, static_cast<uint16_t>(layout.formatTag));
+  Put16(out, static_cast<uint16_t>(layout.channels));
+  Put32(out, static_cast<uint32_t>(layout.rate));
+  Put32(out, static_cast<uint32_t>(layout.rate * blockAlign));
   Put16(out, static_cast<uint16_t>(blockAlign));
-  Put16(out, static_cast<uint16_t>(spec.bits));
-  for (int i = 16; i < spec.fmtLength; ++i) out.push_back(0);
-  for (const auto& [tag, body] : spec.chunksBeforeData) {
+  Put16(out, static_cast<uint16_t>(layout.bits));
+  for (int i = 16; i < layout.fmtLength; ++i) out.push_back(0);
+  for (const auto& [tag, body] : layout.chunksBeforeData) {
     PutTag(out, tag.c_str());
     Put32(out, static_cast<uint32_t>(body.size()));
     out.insert(out.end(), body.begin(), body.end());
     if (body.size() & 1) out.push_back(0);  // pad byte
   }
-  if (spec.withData) {
+  if (layout.withData) {
     PutTag(out, "data");
-    Put32(out, static_cast<uint32_t>(spec.declaredDataLength >= 0 ? spec.declaredDataLength
+    Put32(out, static_cast<uint32_t>(layout.declaredDataLength >= 0 ? layout.declaredDataLength
                                                                    : static_cast<int64_t>(data.size())));
     out.insert(out.end(), data.begin(), data.end());
   }
@@ -90,7 +90,7 @@ std::vector<uint8_t> Int16Bytes(const std::vector<int16_t>& samples) {
 }
 
 void WriteStereo16(const std::string& path, const std::vector<int16_t>& samples) {
-  WriteBytes(path, BuildWav(WavSpec{}, Int16Bytes(samples)));
+  WriteBytes(path, BuildWav(WavLayout{}, Int16Bytes(samples)));
 }
 
 std::vector<int16_t> MakeTestSignal(int frames, int seed) {

@@ -31,7 +31,7 @@ class ScopedDataRoot {
 };
 
 // Raw RIFF/WAVE pieces, so tests can build valid and broken files byte by byte.
-struct WavSpec {
+struct WavLayout {
   int formatTag = 1;
   int channels = 2;
   int rate = 44100;
@@ -41,7 +41,7 @@ struct WavSpec {
   bool withData = true;
   int64_t declaredDataLength = -1;  // -1: the real length
 };
-std::vector<uint8_t> BuildWav(const WavSpec& spec, const std::vector<uint8_t>& data);
+std::vector<uint8_t> BuildWav(const WavLayout& layout, const std::vector<uint8_t>& data);
 void WriteBytes(const std::string& path, const std::vector<uint8_t>& bytes);
 
 // 16-bit interleaved samples as little-endian bytes.
