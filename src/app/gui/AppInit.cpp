@@ -1,7 +1,11 @@
 #include "app/gui/AppInit.h"
 
 #include <wx/display.h>
+#include <wx/button.h>
+#include <wx/dialog.h>
 #include <wx/msgdlg.h>
+#include <wx/sizer.h>
+#include <wx/stattext.h>
 
 #include <cstdlib>
 #include <ctime>
@@ -9,7 +13,7 @@
 #include "app/DataFolders.h"
 #include "app/Language.h"
 #include "app/base/Trace.h"
-#include "app/gui/EngineSteps.h"
+#include "app/Engine.h"
 #include "skin/ControlTable.h"
 #include "skin/SkinLoader.h"
 #include "skin/ZQMainWindow.h"
@@ -27,6 +31,22 @@ void ShowLanguageMessage(int number, wxWindow* parent) {
   wxString text = wxString::FromUTF8(LangString(number));
   text.Replace("\r\n", "\n");
   wxMessageBox(text, "Message", wxOK, parent);
+}
+
+// The same box, modeless.
+void ShowLanguageNotice(int number, wxWindow* parent) {
+  wxString text = wxString::FromUTF8(LangString(number));
+  text.Replace("\r\n", "\n");
+  auto* box = new wxDialog(parent, wxID_ANY, "Message");
+  auto* sizer = new wxBoxSizer(wxVERTICAL);
+  sizer->Add(new wxStaticText(box, wxID_ANY, text), 0, wxALL, 16);
+  sizer->Add(new wxButton(box, wxID_OK, "OK"), 0, wxALIGN_RIGHT | wxLEFT | wxRIGHT | wxBOTTOM, 12);
+  box->SetSizerAndFit(sizer);
+  box->Bind(wxEVT_BUTTON, [box](wxCommandEvent&) { box->Destroy(); }, wxID_OK);
+  parent->CallAfter([box] {
+    box->CentreOnParent();
+    box->Show();
+  });
 }
 
 // The skin named in the settings, else the default for the display.
@@ -58,11 +78,11 @@ bool AppInit(ZQMainWindow* main) {
   ApplyLabelTexts();
 
   // Steps 12-19: the engine's objects.
-  StepCreateAudioObjects();
+  EngineCreateAudioObjects();
 
-  // Step 20: with no output device the engine runs on its null back end; say so once the
-  // window is up rather than holding the start-up on a box.
-  if (StepEnumerateDevices() == 0) main->CallAfter([main] { ShowLanguageMessage(kStrNoOutputDevice, main); });
+  // Step 20: with no output device the engine runs on its null back end. The box does not hold
+  // the program: it stays up beside the running window and goes with it.
+  if (EngineEnumerateDevices() == 0) ShowLanguageNotice(kStrNoOutputDevice, main);
 
   // Step 22: the shipped skins first, then the user's.
   SkinTable().clear();
@@ -71,7 +91,7 @@ bool AppInit(ZQMainWindow* main) {
   int skin = PickSkin(display, "");
 
   // Step 23: outputs open before the skin exists.
-  StepOpenOutputs();
+  EngineOpenOutputs();
 
   // Step 24.
   if (skin >= 0) LoadSkin(SkinTable()[skin].xmlPath, main);
@@ -82,15 +102,15 @@ bool AppInit(ZQMainWindow* main) {
   }
 
   // Step 28: the application threads start last, once all their targets exist.
-  StepStartThreads();
+  EngineStartThreads();
   return true;
 }
 
 void AppClose() {
   if (ZQMainWindow* main = MainWindow()) main->Hide();
-  StepStopThreads();
-  StepCloseOutputs();
+  EngineStopThreads();
+  EngineCloseOutputs();
   ReleaseSkinObjects();
-  StepDeleteAudioObjects();
+  EngineDeleteAudioObjects();
   TraceLine("closed");
 }

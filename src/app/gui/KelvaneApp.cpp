@@ -18,7 +18,7 @@
 #include "app/Language.h"
 #include "app/base/Trace.h"
 #include "app/gui/AppInit.h"
-#include "app/gui/EngineSteps.h"
+#include "app/Engine.h"
 #include "skin/model/ControlCatalogue.h"
 #include "skin/ZQMainWindow.h"
 
@@ -79,11 +79,17 @@ class KelvaneApp : public wxApp {
 bool KelvaneApp::OnInit() {
   // Step 1, the socket layer, needs no start on this platform. Step 3: no minidumps.
   wxHandleFatalExceptions(false);
+  // A toolkit assertion is a programming error to log, not a dialog that stops the program.
+  wxSetAssertHandler([](const wxString& file, int line, const wxString& func, const wxString& cond,
+                        const wxString& msg) {
+    TraceLine("toolkit assertion %s:%d %s: %s %s", file.utf8_str().data(), line, func.utf8_str().data(),
+              cond.utf8_str().data(), msg.utf8_str().data());
+  });
 
   // Step 4: folders first, so the instance lock can live in the data root (tests run several
   // programs side by side, each with its own root).
   std::string message;
-  if (!StepInitFolders(&message)) wxMessageBox(wxString::FromUTF8(message), "Message");
+  if (!EngineInitFolders(&message)) wxMessageBox(wxString::FromUTF8(message), "Message");
 
   // Step 2: one program per user and data root.
   checker_ = std::make_unique<wxSingleInstanceChecker>();
