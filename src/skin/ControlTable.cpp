@@ -5,6 +5,7 @@
 #include "app/Language.h"
 #include "app/base/Trace.h"
 #include "skin/SkinControls.h"
+#include "skin/ZQCustomPanel.h"
 
 ZQCustomControl* ControlTable[kControlTableRows][kControlIdCount] = {};
 
@@ -71,4 +72,18 @@ void ApplyLabelTexts() {
       else if (placeholder) control->SetText(placeholder);
     }
   }
+}
+
+PlacementCount CountPlacedControls() {
+  PlacementCount count;
+  for (auto& row : ControlTable) {
+    for (ZQCustomControl* control : row) {
+      if (!control || !control->Placed() || !control->IsShown()) continue;
+      ++count.placed;
+      auto* page = dynamic_cast<ZQCustomPanel*>(control->GetParent());
+      if (control->IsShownOnScreen()) ++count.onScreen;
+      else if (page && !page->IsShown()) ++count.onHiddenPages;
+    }
+  }
+  return count;
 }

@@ -23,3 +23,12 @@ void ClearControlTable();
 // Puts the language's label texts on the label controls and its hints on every control (at
 // start-up and after a change of language), and the placeholder texts of value displays the tick has not written yet.
 void ApplyLabelTexts();
+
+// What the skin placed, for start-up checks: placed controls, those on screen, and those waiting
+// on a tab page that is not shown. placed == onScreen + onHiddenPages when nothing went missing.
+struct PlacementCount {
+  int placed = 0;
+  int onScreen = 0;
+  int onHiddenPages = 0;
+};
+PlacementCount CountPlacedControls();

@@ -40,6 +40,10 @@ for _ in $(seq 1 200); do
   sleep 0.1
 done
 grep startup-to-first-frame-ms "$home/stdout.txt" || { echo "no first frame"; cat "$home/stderr.txt"; exit 1; }
+# Every control the skin placed is on screen or on a tab page that is not showing.
+read -r placed on_screen hidden < <(sed -n 's/^placed=\([0-9]*\) on-screen=\([0-9]*\) on-hidden-pages=\([0-9]*\)$/\1 \2 \3/p' "$home/stdout.txt")
+echo "placed $placed, on screen $on_screen, on hidden tab pages $hidden"
+[[ "$placed" -gt 300 && $((on_screen + hidden)) -eq "$placed" ]] || { echo "placed controls are missing"; exit 1; }
 xdotool search --sync --onlyvisible --name "Zorvik Lumo 2" >/dev/null
 # Without a sound device the program says so in a modeless box; acknowledge it like a user would.
 for _ in $(seq 1 20); do
@@ -54,6 +58,16 @@ done
 xdotool mousemove 0 0  # no hint under the pointer
 sleep 1  # let every control's paint reach the screen
 import -window root "$output"
+
+# Controls draw from the skin image, so the screen must match the skin's picture except where
+# the program writes text and cursors: a blank, shifted or mis-scaled window fails here.
+reference=${REFERENCE:-}
+if [[ -n "$reference" ]]; then
+  convert "$reference" -crop "${width}x${height}+0+0" +repage "$home/reference.png"
+  differing=$(compare -metric AE -fuzz 10% "$output" "$home/reference.png" null: 2>&1 || true)
+  echo "pixels differing from the skin image: $differing"
+  (( ${differing%.*} < width * height * 3 / 100 )) || { echo "the window does not show the skin"; exit 1; }
+fi
 
 kill -TERM "$app_pid"
 status=0

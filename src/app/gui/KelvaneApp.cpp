@@ -20,6 +20,7 @@
 #include "app/gui/AppInit.h"
 #include "app/Engine.h"
 #include "skin/model/ControlCatalogue.h"
+#include "skin/ControlTable.h"
 #include "skin/ZQMainWindow.h"
 
 namespace {
@@ -119,7 +120,9 @@ bool KelvaneApp::OnInit() {
     bool exitAfter = EnvSet("ZORVIK_LUMO_EXIT_AFTER_FIRST_FRAME");
     main->SetFirstPaintHook([main, exitAfter] {
       double ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - g_processStart).count();
-      std::printf("startup-to-first-frame-ms=%.1f\n", ms);
+      PlacementCount count = CountPlacedControls();
+      std::printf("startup-to-first-frame-ms=%.1f\nplaced=%d on-screen=%d on-hidden-pages=%d\n", ms, count.placed,
+                  count.onScreen, count.onHiddenPages);
       std::fflush(stdout);
       if (exitAfter) main->CloseWithoutAsking();
     });
