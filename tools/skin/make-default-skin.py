@@ -567,18 +567,20 @@ def effects_page(skin, deck, x, y, w, h):
     bw = (w - 2 * pad - chain_w - gap * 7) / 7.0
     top = y + pad + s(18) + gap
     bh = s(18)
-    knob = int(min((bw - 8) / 3, h - (top - y) - bh - s(14) - pad - gap * 2 - s(12)))
+    rows_top = top + 3 + bh + gap
+    row_h = (y + h - pad - 4 - rows_top) // 3
+    knob = int(min(row_h - 4, bw * 0.42))
     for i, (fx, title) in enumerate(names):
         bx = int(x + pad + i * (bw + gap))
         skin.panel(bx, top, int(bw), y + h - pad - top)
         skin.button("deck_fx_" + fx, bx + 3, top + 3, int(bw) - 6, bh, title, deck, "fx", True)
-        kw = (int(bw) - 6) / 3.0
-        for j, p in enumerate(("drywet", "param1", "param2")):
-            kx = int(bx + 3 + j * kw + (kw - knob) / 2)
-            ky = top + 3 + bh + gap
-            skin.knob("deck_fx_%s_%s" % (fx, p), kx, ky, knob, deck, colour=DECK_COLOURS[deck])
-            skin.display("deck_fx_%s_%s_val" % (fx, p), int(bx + 3 + j * kw), ky + knob + 2, int(kw) - 1, s(12),
-                         deck, size=0, colour=DIM)
+        for j, (p, caption) in enumerate((("drywet", "DRY/WET"), ("param1", "PARAM 1"), ("param2", "PARAM 2"))):
+            ky = rows_top + j * row_h + (row_h - knob) // 2
+            skin.knob("deck_fx_%s_%s" % (fx, p), bx + 6, ky, knob, deck, colour=DECK_COLOURS[deck])
+            tx, tw = bx + 10 + knob, int(bw) - knob - 14
+            skin.text(tx, ky, tw, knob // 2, caption, DIM, s(8), align="left")
+            skin.display("deck_fx_%s_%s_val" % (fx, p), tx, ky + knob // 2, tw, max(s(12), knob // 2 - 1),
+                         deck, size=0, colour=TEXT)
     cx = int(x + w - pad - chain_w)
     skin.panel(cx, top, chain_w, y + h - pad - top)
     rh = (y + h - pad - top - 6 - 3 * 3) // 4
