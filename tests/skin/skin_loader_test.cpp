@@ -1,5 +1,6 @@
 // The loader on a real (virtual-display) window: what a skin file places, what it leaves, and
-// that a failed load keeps the old skin. Runs under Xvfb; see CMakeLists.txt.
+// that a failed load keeps the old skin. Runs under Xvfb with the framework tests; see
+// CMakeLists.txt.
 #include <gtest/gtest.h>
 #include <wx/image.h>
 #include <wx/wx.h>
@@ -19,6 +20,13 @@ namespace fs = std::filesystem;
 namespace {
 
 ZQMainWindow* g_main = nullptr;
+
+}  // namespace
+
+// The frame the framework tests put their controls on.
+wxFrame* g_frame = nullptr;
+
+namespace {
 
 ZQCustomControl* Control(const char* name, int deck = -1) { return ControlAt(ControlIdByName(name), deck); }
 
@@ -209,7 +217,10 @@ int main(int argc, char** argv) {
   wxInitAllImageHandlers();
   g_main = new ZQMainWindow(nullptr);
   CreateCatalogueControls(g_main);
+  g_frame = new wxFrame(nullptr, wxID_ANY, "framework");
+  g_frame->Show();
   int result = RUN_ALL_TESTS();
+  g_frame->Destroy();
   g_main->CloseWithoutAsking();
   wxTheApp->ProcessPendingEvents();
   wxEntryCleanup();
