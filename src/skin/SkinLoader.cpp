@@ -2,6 +2,7 @@
 
 #include <wx/combobox.h>
 #include <wx/display.h>
+#include <wx/msgdlg.h>
 
 #include <algorithm>
 
@@ -302,6 +303,16 @@ void ListSkins(const std::string& folder, wxComboBox* comboBox, const std::strin
     int item = comboBox->Append(wxString::FromUTF8(State().skins[i].label));
     if (State().skins[i].label == selectedName) comboBox->SetSelection(item);
   }
+}
+
+bool LoadChosenSkin(const SkinListEntry& skin, ZQMainWindow* main) {
+  wxSize display = DisplaySizeOf(main);
+  if (!SkinFitsDisplay(skin, {display.x, display.y})) {
+    wxMessageBox("The skin is bigger than your current screen resolution and it was not loaded!", "Message", wxOK,
+                 main);
+    return false;
+  }
+  return LoadSkin(skin.xmlPath, main);
 }
 
 void ReleaseSkinObjects() {

@@ -63,5 +63,9 @@ std::vector<SkinListEntry>& SkinTable();
 // Scans a folder into the skin table and, when given, a combo box (selecting `selectedName`).
 void ListSkins(const std::string& folder, wxComboBox* comboBox, const std::string& selectedName);
 
+// A skin picked in the options: refused with a message box when it is wider or higher than the
+// display, otherwise loaded. True when it was loaded.
+bool LoadChosenSkin(const SkinListEntry& skin, ZQMainWindow* mainWindow);
+
 // Destroys the private controls and groups (the main window's close).
 void ReleaseSkinObjects();
