@@ -353,13 +353,16 @@ def master_page(skin, x, y, w, h):
                                ("cue_pgm_mix", None, None)):
         if label:
             skin.label(label, kx, ky, knob + s(20), s(14))
+        else:
+            skin.text(kx - s(10), ky, knob + s(40), s(14), "CUE / MASTER", DIM, s(8))
         skin.knob(action, kx + s(10), ky + s(14), knob)
         if val:
             skin.display(val, kx, ky + s(14) + knob + 2, knob + s(20), s(14), size=0)
         kx += knob + s(40)
-    skin.display("master_gain_val", kx, ky + s(14), s(64), s(18), size=1)
-    skin.display("monitor_gain_val", kx, ky + s(36), s(64), s(18), size=1)
-    kx += s(80)
+    for i, (val, caption) in enumerate((("master_gain_val", "MASTER"), ("monitor_gain_val", "MONITOR"))):
+        skin.text(kx, ky + s(14) + i * s(22), s(60), s(18), caption, DIM, s(8), align="left")
+        skin.display(val, kx + s(62), ky + s(14) + i * s(22), s(64), s(18), size=1)
+    kx += s(140)
     col = [("phones_split", "SPLIT CUE", "cue"), ("sync_lock", "SYNC LOCK", "sync"),
            ("lock_crossfaders", "LINK XF", "plain")]
     for i, (action, title, lit) in enumerate(col):

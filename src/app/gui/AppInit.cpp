@@ -13,6 +13,7 @@
 #include "app/DataFolders.h"
 #include "app/Language.h"
 #include "app/base/Trace.h"
+#include "app/gui/WindowControls.h"
 #include "app/Engine.h"
 #include "skin/ControlTable.h"
 #include "skin/SkinLoader.h"
@@ -76,6 +77,7 @@ bool AppInit(ZQMainWindow* main) {
   // Step 10: every catalogue control exists, hidden, before anything is tied to it.
   CreateCatalogueControls(main);
   ApplyLabelTexts();
+  BindWindowControls(main);
 
   // Steps 12-19: the engine's objects.
   EngineCreateAudioObjects();
