@@ -9,7 +9,7 @@
 
 namespace {
 
-const JSClass kGlobalClass = {"global", JSCLASS_GLOBAL_FLAGS, &JS::DefaultGlobalClassOps};
+const JSClass kGlobalClass = {"global", JSCLASS_GLOBAL_FLAGS, &JS::DefaultGlobalClassOps, nullptr, nullptr, nullptr};
 
 // One engine for the whole run: SpiderMonkey may be initialised once per process.
 struct Engine {
