@@ -1,6 +1,7 @@
 // The control framework on real windows (Xvfb): the mouse dispatch's double-click rule, sliders
 // through every input form, tab groups, and a size change that keeps a control's value.
 #include <gtest/gtest.h>
+#include <wx/image.h>
 #include <wx/wx.h>
 
 #include "skin/SkinControls.h"
@@ -110,4 +111,25 @@ TEST(ControlFramework, FontsAndColoursFromSkinText) {
   EXPECT_TRUE(MakeFont("couriernew", 3, true, false, false).IsOk());
   EXPECT_EQ(ParseColour("#102030"), wxColour(0x10, 0x20, 0x30));
   EXPECT_EQ(ParseColour("blue", *wxRED), *wxRED);
+}
+
+// The per-pixel mask mixes (source * mask + destination * (255 - mask)) >> 8, and a constant
+// alpha of 255 or more is a plain copy.
+TEST(ControlFramework, MaskedAndAlphaBlitsMixAsSpecified) {
+  wxImage sourceImage(2, 1);
+  sourceImage.SetRGB(0, 0, 200, 40, 0);    // colour
+  sourceImage.SetRGB(1, 0, 0, 0, 128);     // mask level in the blue channel
+  wxBitmap sourceBitmap(sourceImage, 24);
+  wxMemoryDC source(sourceBitmap);
+  wxBitmap targetBitmap(1, 1, 24);
+  wxMemoryDC target(targetBitmap);
+  target.SetBackground(wxBrush(wxColour(100, 100, 100)));
+  target.Clear();
+  BlitMasked(target, 0, 0, 1, 1, source, 0, 0, 1, 0);
+  wxColour mixed;
+  target.GetPixel(0, 0, &mixed);
+  EXPECT_EQ(mixed, wxColour((200 * 128 + 100 * 127) >> 8, (40 * 128 + 100 * 127) >> 8, (0 * 128 + 100 * 127) >> 8));
+  BlitAlpha(target, 0, 0, 1, 1, source, 0, 0, 255);
+  target.GetPixel(0, 0, &mixed);
+  EXPECT_EQ(mixed, wxColour(200, 40, 0));
 }
