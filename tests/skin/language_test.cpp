@@ -5,8 +5,11 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <string>
+#include <vector>
 
 #include "app/Language.h"
+#include "app/base/Trace.h"
 
 namespace {
 
@@ -45,7 +48,10 @@ TEST(Language, LoadsStringsLabelsAndHintsByNumber) {
   EXPECT_EQ(LangLabel(16), "");
 }
 
-TEST(Language, RefusedFilesLeaveTheTablesAlone) {
+TEST(Language, RefusedFilesLeaveTheTablesAloneAndSayWhy) {
+  std::vector<std::string> log;
+  SetTraceHook([](const char* line, void* context) { static_cast<std::vector<std::string>*>(context)->push_back(line); },
+               &log);
   LanguageTables tables;
   tables.language = "kept";
   EXPECT_FALSE(Load(R"(<languagestrings targetversion="207"><string action="1" value="x"/></languagestrings>)", tables));
@@ -53,7 +59,14 @@ TEST(Language, RefusedFilesLeaveTheTablesAlone) {
   EXPECT_FALSE(Load(R"(<strings targetversion="208"/>)", tables));
   EXPECT_FALSE(Load("<languagestrings targetversion=\"208\">", tables));
   EXPECT_FALSE(Load("", tables));
+  SetTraceHook(nullptr, nullptr);
   EXPECT_EQ(tables.language, "kept");
+  ASSERT_EQ(log.size(), 5u);
+  EXPECT_EQ(log[0], "lang: xml targetversion is not correct - _KN_VERSION_=208, "
+                    "_KN_OLDEST_COMPATIBLE_VERSION__LANGUAGE_=208");
+  EXPECT_EQ(log[1], log[0]);  // a missing version is no version
+  EXPECT_EQ(log[2], "lang: xml root element is not languagestrings");
+  EXPECT_EQ(log[3], "lang: xml is bad formed");
 }
 
 TEST(Language, ChoosesTheUsersFileOnlyWhenItPasses) {
