@@ -431,6 +431,29 @@ def layout(skin):
     skin.close_group()
 
 
+def write_icon(path, size=64):
+    """The program's window icon: the four deck colours around a dark platter."""
+    surface = cairo.ImageSurface(cairo.FORMAT_ARGB32, size, size)
+    cr = cairo.Context(surface)
+    c = size / 2.0
+    for i, colour in enumerate(DECK_COLOURS):
+        cr.set_source_rgb(*rgb(colour))
+        cr.move_to(c, c)
+        cr.arc(c, c, c - 1, math.radians(-90 + 90 * i), math.radians(90 * i))
+        cr.close_path()
+        cr.fill()
+    cr.set_source_rgb(*rgb("#111216"))
+    cr.arc(c, c, c * 0.62, 0, 2 * math.pi)
+    cr.fill()
+    cr.select_font_face("DejaVu Sans", cairo.FONT_SLANT_NORMAL, cairo.FONT_WEIGHT_BOLD)
+    cr.set_font_size(size * 0.5)
+    ext = cr.text_extents("Z")
+    cr.set_source_rgb(*rgb("#e8ebf0"))
+    cr.move_to(c - ext.width / 2 - ext.x_bearing, c - ext.height / 2 - ext.y_bearing)
+    cr.show_text("Z")
+    surface.write_to_png(path)
+
+
 def main():
     here = os.path.dirname(os.path.abspath(__file__))
     folder = sys.argv[1] if len(sys.argv) > 1 else os.path.join(here, "..", "..", "data", "skins")
@@ -440,6 +463,9 @@ def main():
         layout(skin)
         skin.write(folder)
         print("%s %dx%d: %d elements" % (NAME, width, height, len(skin.elements)))
+    icons = os.path.join(folder, "..", "icons")
+    os.makedirs(icons, exist_ok=True)
+    write_icon(os.path.join(icons, "zorvik-lumo.png"))
 
 
 if __name__ == "__main__":

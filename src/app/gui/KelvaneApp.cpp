@@ -115,6 +115,9 @@ bool KelvaneApp::OnInit() {
   // Step 7. The image handlers come before the skin (which AppInit loads), not after.
   wxInitAllImageHandlers();
   auto* main = new ZQMainWindow(AppClose);
+  wxIcon icon;
+  std::string iconPath = Folders().programData + "icons/zorvik-lumo.png";
+  if (icon.LoadFile(wxString::FromUTF8(iconPath), wxBITMAP_TYPE_PNG)) main->SetIcon(icon);
   SetTopWindow(main);
   if (EnvSet("ZORVIK_LUMO_STARTUP_REPORT")) {
     bool exitAfter = EnvSet("ZORVIK_LUMO_EXIT_AFTER_FIRST_FRAME");
