@@ -162,7 +162,11 @@ std::string CorruptName(const std::string& path) {
   std::tm local{};
   localtime_r(&now, &local);
   std::strftime(stamp, sizeof stamp, "%Y%m%d-%H%M%S", &local);
-  return path + ".corrupt-" + stamp;
+  // Never over an earlier damaged file: each one may hold songs the others lack.
+  std::string name = path + ".corrupt-" + stamp;
+  struct stat info {};
+  for (int n = 2; ::stat(name.c_str(), &info) == 0; ++n) name = path + ".corrupt-" + stamp + "-" + std::to_string(n);
+  return name;
 }
 
 // Keeps the file being replaced as the backup, by a hard link where the file system has them
