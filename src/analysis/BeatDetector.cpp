@@ -38,7 +38,7 @@ ZQBeatDetector::ZQBeatDetector() {
   for (int k = 33; k < 66; ++k) kernel[static_cast<size_t>(k)] = std::pow(1.145, 66 - k);
 }
 
-void ZQBeatDetector::OnsetCurve(const float* A, float* B, int n, int seconds) const {
+float ZQBeatDetector::OnsetCurve(const float* A, float* B, int n, int seconds) const {
   const int M = std::max(seconds * kEntriesPerSecond - kEntriesPerSecond, 0);
   std::fill(B, B + n, 0.0f);
   double previous = 0.0;
@@ -56,15 +56,16 @@ void ZQBeatDetector::OnsetCurve(const float* A, float* B, int n, int seconds) co
     const float scale = 1.0f / peak;
     for (int i = 0; i < M && i < n; ++i) B[i] *= scale;
   }
+  return peak;
 }
 
-int ZQBeatDetector::CoarseSearch(const float* B, int seconds, int firstBpm, int lastBpm) {
+int ZQBeatDetector::CoarseSearch(const float* B, int seconds, int firstBpm, int lastBpm, double& bestTotal) {
   for (auto& row : scores_) row.fill(0.0);
   const int seg = seconds < 30 ? 10 : 30;
   const int count = (seconds - 9) / seg;
   const int span = seg * kEntriesPerSecond - 1;
   int best = 0;
-  double bestTotal = 0.0;
+  bestTotal = 0.0;
   for (int b = firstBpm; b <= lastBpm; ++b) {
     auto& row = scores_[static_cast<size_t>(b)];
     const int lag = Round(kLagToBpm / b);
@@ -101,8 +102,11 @@ float ZQBeatDetector::FineLag(const float* B, int n, int seconds, int bpm, int m
 float ZQBeatDetector::DetectBpm(int n, float* A, float* B, int seconds, int hint) {
   if (!A || !B || n <= 0) return 0.0f;
   seconds = std::min(seconds, n / kEntriesPerSecond);
-  OnsetCurve(A, B, n, seconds);
+  const float onsetPeak = OnsetCurve(A, B, n, seconds);
   if (seconds < 10) return 0.0f;
+  // No rise anywhere (silence, a constant): no beat, so no tempo and no marks rather than a
+  // grid laid over nothing.
+  if (onsetPeak <= 0.0f) return 0.0f;
 
   int firstBpm = 76, lastBpm = 150;
   if (hint == -1) firstBpm = 56, lastBpm = 100;
@@ -112,17 +116,19 @@ float ZQBeatDetector::DetectBpm(int n, float* A, float* B, int seconds, int hint
     const int b = std::clamp(hint, 57, 194);
     firstBpm = b - 1, lastBpm = b + 1;
   }
-  const int best = CoarseSearch(B, seconds, firstBpm, lastBpm);
+  double bestTotal = 0.0;
+  const int best = CoarseSearch(B, seconds, firstBpm, lastBpm, bestTotal);
   if (best < 10) return -1.0f;
+  // Segments were compared and nothing repeats at any tempo: a beatless track.
+  if (bestTotal <= 0.0 && (seconds - 9) / (seconds < 30 ? 10 : 30) > 0) return 0.0f;
   const auto& row = scores_[static_cast<size_t>(best)];
   int multiple = 0;
   double top = -1.0;
   for (int m = 0; m + 1 < kScoreColumns; ++m) {
     if (row[static_cast<size_t>(m + 1)] > top) top = row[static_cast<size_t>(m + 1)], multiple = m;
   }
-  // Nothing correlates at any multiple: no onsets, no beat. No tempo and no marks rather than
-  // a grid over silence.
-  if (multiple == 0) return 0.0f;
+  // Too short for a single segment: every score is 0, and the beat itself is searched for.
+  if (multiple == 0) multiple = 1;
   float bpm = FineLag(B, n, seconds, best, multiple);
 
   bpmSum = 0.0;

@@ -41,8 +41,9 @@ class ZQBeatDetector {
                   int direction);
   void WalkSegmentAt(const float* B, int n, float bpm, double lo, double hi, float& out, float* A,
                      int depth);
-  void OnsetCurve(const float* A, float* B, int n, int seconds) const;
-  int CoarseSearch(const float* B, int seconds, int firstBpm, int lastBpm);
+  // Returns the curve's peak before normalising.
+  float OnsetCurve(const float* A, float* B, int n, int seconds) const;
+  int CoarseSearch(const float* B, int seconds, int firstBpm, int lastBpm, double& bestTotal);
   float FineLag(const float* B, int n, int seconds, int bpm, int multiple) const;
 
   std::array<std::array<double, kScoreColumns>, kScoreRows> scores_{};

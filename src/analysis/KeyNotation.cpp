@@ -164,9 +164,10 @@ ZQKey KeyFromText(std::string_view input) {
   int mode = kIonian;
   if (!ParseKeyCode(text, pitch, mode) && !ParseKeyName(text, pitch, mode)) return ZQKey{};
   ZQKey key = MakeKey(pitch + detune, mode);
-  // Mode words override whatever the name implied.
+  // Mode words override whatever the name implied. "mixolydian" holds "lyd" too, so "mix" is
+  // tested after it.
   static const std::pair<const char*, int> kModeWords[] = {
-      {"dor", kDorian}, {"phr", kPhrygian}, {"mix", kMixolydian}, {"lyd", kLydian}, {"loc", kLocrian}};
+      {"dor", kDorian}, {"phr", kPhrygian}, {"lyd", kLydian}, {"mix", kMixolydian}, {"loc", kLocrian}};
   for (const auto& [word, wordMode] : kModeWords) {
     if (text.find(word) != std::string::npos) key.mode = wordMode;
   }
