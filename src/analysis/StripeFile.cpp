@@ -1,5 +1,6 @@
 #include "analysis/StripeFile.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <sys/stat.h>
@@ -59,13 +60,19 @@ bool WriteStripeFile(const std::string& path, const float* entries, int n) {
   return WriteFileAtomically(path, bytes);
 }
 
+int DecodeStripeBytes(const unsigned char* bytes, size_t size, float* entries, int n) {
+  const int count = static_cast<int>(std::min<size_t>(size / 4, static_cast<size_t>(std::max(n, 0))));
+  for (int i = 0; i < count; ++i) entries[i] = SaneStripeValue(FromLittleEndian(bytes + 4 * i));
+  return count;
+}
+
 long ReadStripeFile(const std::string& path, float* entries, int n) {
   FILE* file = std::fopen(path.c_str(), "rb");
   if (!file) return -1;
   std::vector<unsigned char> bytes(static_cast<size_t>(std::max(n, 0)) * 4);
   const size_t got = std::fread(bytes.data(), 1, bytes.size(), file);
   std::fclose(file);
-  for (size_t i = 0; i < got / 4; ++i) entries[i] = SaneStripeValue(FromLittleEndian(&bytes[4 * i]));
+  DecodeStripeBytes(bytes.data(), got, entries, n);
   return static_cast<long>(got);
 }
 

@@ -28,6 +28,9 @@ std::string StripePathFor(std::string_view songPath);
 
 // Writes n entries atomically; false when the file could not be written.
 bool WriteStripeFile(const std::string& path, const float* entries, int n);
+// Turns the bytes of a stripe file into entries (whole entries only, at most n), made sane.
+// Returns the number of entries written.
+int DecodeStripeBytes(const unsigned char* bytes, size_t size, float* entries, int n);
 // Reads up to n entries into entries; returns the number of bytes read, -1 when the file
 // cannot be opened. Entries past what the file holds are left as they were.
 long ReadStripeFile(const std::string& path, float* entries, int n);
