@@ -24,7 +24,9 @@ std::string WithSeparator(std::string path) {
 
 std::string HomeFolder() {
   const char* home = std::getenv("HOME");
-  return home && *home ? home : "/tmp";
+  std::string folder = home && *home ? home : "/tmp";
+  while (folder.size() > 1 && folder.back() == '/') folder.pop_back();
+  return folder;
 }
 
 // XDG_DOCUMENTS_DIR from user-dirs.dirs, with $HOME expanded; empty when absent.

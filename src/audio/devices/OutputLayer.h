@@ -3,10 +3,10 @@
 // MixAudioBlock (primary) and MonitorAudioBlock (secondary) whenever a device needs data.
 //
 // Device table: the system devices through RtAudio (ALSA, PulseAudio/PipeWire) first,
-// numbered from 0, then the JACK server (the "pro" back end, in the place the design gives to
-// ASIO drivers). A JACK primary forces multichannel mode and no secondary. When no device can
-// be opened the null back end runs the mix at real time and throws it away, so meters, the
-// recorder and analysis keep working.
+// numbered from 0 and named "<API>: <device>" ("ALSA: default"), then one entry "JACK" when a
+// JACK server is running (the "pro" back end). A JACK primary forces multichannel mode and no
+// secondary. When the primary is -1, has vanished or cannot be opened, the null back end runs
+// the mix at real time and throws it away, so meters, the recorder and analysis keep working.
 //
 // Everything here is called on the main thread, except the counters, which any thread reads.
 
@@ -17,6 +17,8 @@ struct OutputDeviceInfo {
   std::string name;
   int channels = 2;
   bool pro = false;  // JACK
+  int api = 0;        // system devices: the RtAudio API and its device number, as probed
+  int apiDevice = -1;
 };
 
 // Settings: primary (audio0) and secondary (audio1) device indices, latency (latncy, total
@@ -35,14 +37,17 @@ const OutputDeviceInfo* OutputDevice(int index);  // null when out of range
 // Index of a saved name: the system part first, then the pro part; -1 when not found.
 int OutputDeviceIndexByName(const std::string& name);
 
-// Opens the outputs chosen in g_outputSelection in the mode of g_outputOptions.
+// Opens the outputs chosen in g_outputSelection in the mode of g_outputOptions, closing any
+// open ones first; builds the device table if there is none. The open rules may change
+// g_outputOptions.mode and g_outputSelection.secondary, as the settings should keep them.
+// Something always runs the mix afterwards: a device, or the null back end.
 void OpenAudioOutputs(int channels, int reserved);
 // Closes all outputs, the secondary first; frees the device table when asked.
 void CloseAudioOutputs(int freeDeviceTable);
 
 // What the layer is doing now, for `lumo` and the tests.
 struct OutputStatus {
-  bool primaryOpen = false;
+  bool primaryOpen = false;  // a real device (not the null back end) plays the mix
   bool secondaryOpen = false;
   bool nullBackend = false;
   std::string primaryName;  // "null" for the null back end

@@ -1,0 +1,89 @@
+#include "app/Engine.h"
+
+#include "app/DataFolders.h"
+#include "app/base/Trace.h"
+#include "audio/FaderLaw.h"
+#include "audio/MasterBus.h"
+#include "audio/Mixer.h"
+#include "audio/MixerChannel.h"
+#include "audio/devices/OutputLayer.h"
+#include "deck/SoundSource.h"
+
+EngineObjects g_engine;
+
+namespace {
+
+constexpr int kMixerCapacityFrames = 22050;
+constexpr int kSliderSteps = 128;
+constexpr int kDeckMonitorPosition = 110;
+constexpr int kMicPanel = 5;
+constexpr int kMasterPanel = 6;
+
+}  // namespace
+
+bool EngineInitFolders(std::string* message) {
+  DataFolders folders = DataFolders::Compute();
+  SetFolders(folders);
+  bool created = folders.Create();
+  SetTraceLogFile(created ? folders.root + "log.txt" : std::string());
+  if (!created && message) *message = kCannotCreateDataFolder;
+  return created;
+}
+
+void EngineCreateAudioObjects() {
+  const std::string& root = Folders().root;
+  for (int d = 0; d < kDeckCount; ++d) g_engine.decks[d] = new CSoundSource(d, root);
+  for (int d = 0; d < kDeckCount; ++d) {
+    g_engine.deckChannels[d] = new CZQMixerChannel(g_engine.decks[d], d + 1, false);
+  }
+  g_engine.micChannel = new CZQMixerChannel(nullptr, kMicPanel, false);
+  g_engine.masterChannel = new CZQMixerChannel(nullptr, kMasterPanel, true);
+
+  // The order of AddSource fixes the slots: decks 0 to 3 first.
+  auto* mixer = new CZQMixer(kMixerCapacityFrames);
+  for (int d = 0; d < kDeckCount; ++d) mixer->AddSource(g_engine.deckChannels[d]);
+  mixer->SetMicChannel(g_engine.micChannel);
+  mixer->SetMasterChannel(g_engine.masterChannel);
+  for (int d = 0; d < kDeckCount; ++d) {
+    mixer->SetCrossfaderSide(d % 2 == 0, d);  // even decks left, odd decks right
+    mixer->SetChannelVolumeGain(d, FaderLawGain(kSliderSteps - 1, kSliderSteps));
+    mixer->SetChannelMonitorLevel(d, FaderLawGain(kDeckMonitorPosition, kSliderSteps));
+  }
+  g_engine.mixer = mixer;
+  g_mixRouting.mixer.store(mixer, std::memory_order_release);
+}
+
+int EngineEnumerateDevices() { return EnumerateOutputDevices(); }
+
+void EngineOpenOutputs() { OpenAudioOutputs(0, 0); }
+
+void EngineStartThreads() {
+  // The application threads (tick poster, deck service, file worker) start here, last, once
+  // everything they reach exists.
+}
+
+void EngineStopThreads() {}
+
+void EngineCloseOutputs() { CloseAudioOutputs(1); }
+
+void EngineDeleteAudioObjects() {
+  g_mixRouting.mixer.store(nullptr, std::memory_order_release);
+  delete g_engine.mixer;
+  g_engine.mixer = nullptr;
+  for (auto*& channel : g_engine.deckChannels) {
+    delete channel;
+    channel = nullptr;
+  }
+  delete g_engine.micChannel;
+  g_engine.micChannel = nullptr;
+  delete g_engine.masterChannel;
+  g_engine.masterChannel = nullptr;
+  for (auto*& deck : g_engine.decks) {
+    delete deck;
+    deck = nullptr;
+  }
+}
+
+void EngineSetDeckAnalysis(int deck, CDeckAnalysis* analysis) {
+  if (deck >= 0 && deck < kDeckCount && g_engine.decks[deck]) g_engine.decks[deck]->SetAnalysis(analysis);
+}

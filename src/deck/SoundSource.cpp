@@ -1,0 +1,178 @@
+// The deck's construction and its transport commands (main thread, scripts).
+
+#include "deck/SoundSource.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "audio/Threads.h"
+#include "codecs/CodecChain.h"
+#include "deck/DeckAnalysis.h"
+
+namespace {
+constexpr int kLoaderPeriodMs = 250;
+constexpr int kMaxSearchStepSeconds = 300;
+
+}  // namespace
+
+CSoundSource::CSoundSource(int id, const std::string& dataRoot)
+    : id_(id), dataRoot_(dataRoot), codec_(std::make_unique<CCodecChain>(id)) {
+
+  std::string name = "deck loader " + std::to_string(id);
+  loaderThread_ = std::make_unique<CPeriodicThread>(&CSoundSource::LoaderThreadEntry, this, 0,
+                                                    kLoaderPeriodMs, name.c_str());
+}
+
+CSoundSource::~CSoundSource() {
+  quit.store(1, std::memory_order_release);
+  loaderThread_->Stop();
+  if (analysisThread_) analysisThread_->Wait(30000);
+  analysisThread_.reset();
+  fileOpen.store(0, std::memory_order_release);
+  memory.FreeAll();
+  codec_->close();
+}
+
+void CSoundSource::LoaderThreadEntry(void* self) { static_cast<CSoundSource*>(self)->loaderPass(); }
+
+void CSoundSource::WakeLoader() noexcept {
+  if (loaderThread_) loaderThread_->Wake();
+}
+
+void CSoundSource::SetCallbacks(TransportCallback onTransport, LoadedCallback onLoaded) {
+  onTransport_ = onTransport;
+  onLoaded_ = onLoaded;
+}
+
+void CSoundSource::FireTransport(int event) {
+  if (onTransport_) onTransport_(event, id_);
+}
+
+bool CSoundSource::isReady() const {
+  return fileOpen.load(std::memory_order_acquire) && !loadPending.load(std::memory_order_acquire) &&
+         !seekPending.load(std::memory_order_acquire) && !quit.load(std::memory_order_acquire);
+}
+
+bool CSoundSource::AnalysisShouldStop() const {
+  return loadPending.load(std::memory_order_acquire) || quit.load(std::memory_order_acquire);
+}
+
+std::string CSoundSource::FilePath() const {
+  std::lock_guard lock(requestLock_);
+  return filePath_;
+}
+
+int CSoundSource::GetPosition() {
+  return static_cast<int>(std::lround(position.load(std::memory_order_acquire) - 0.5));
+}
+
+float CSoundSource::GetBpm() {
+  if (memory.streaming()) {
+    int block = static_cast<int>(position.load(std::memory_order_relaxed)) / kTrackBlockFrames;
+    const TrackBlock* current = memory.Block(block);
+    if (current && current->hasBpm) return current->bpm;
+  }
+  return bpm.load(std::memory_order_relaxed);
+}
+
+int CSoundSource::load(const std::string& path, int autoPlay, TSongRecord* record, int) {
+  if (loadPending.load(std::memory_order_acquire)) return 0;
+  setPlaying(0);
+  ready.store(0, std::memory_order_release);
+  statusCode.store(kStatusLoading, std::memory_order_release);
+  {
+    std::lock_guard lock(requestLock_);
+    requestedPath_ = path;
+    requestedRecord_ = record;
+    requestedAutoPlay_ = autoPlay;
+  }
+  // Every load parks at the first sound, whatever the caller asked.
+  startAtFirstSound_.store(1, std::memory_order_release);
+  loadPending.store(1, std::memory_order_release);
+  WakeLoader();
+  return 1;
+}
+
+int CSoundSource::unload() {
+  if (!load("---$", 0, nullptr, 0)) return 0;
+  pitch.store(0, std::memory_order_relaxed);
+  direction.store(1, std::memory_order_relaxed);
+  brake.store(0, std::memory_order_relaxed);
+  return 1;
+}
+
+int CSoundSource::setPlaying(int state) {
+  int was = playing.load(std::memory_order_acquire);
+  int now = state < 0 ? !was : (state != 0);
+  if (now == was) return 1;
+  if (!now) {
+    playing.store(0, std::memory_order_release);
+    scratchArmed.store(0, std::memory_order_relaxed);
+    FireTransport(0);
+  } else {
+    movedWhileStopped.store(0, std::memory_order_relaxed);
+    playing.store(1, std::memory_order_release);
+    FireTransport(everPlayed.exchange(1, std::memory_order_acq_rel) ? 1 : 2);
+  }
+  return 1;
+}
+
+int CSoundSource::seek(int frame) {
+  if (scratching.load(std::memory_order_relaxed) || loadPending.load(std::memory_order_acquire) ||
+      seekPending.load(std::memory_order_acquire)) {
+    return 0;
+  }
+  seekTarget.store(frame, std::memory_order_relaxed);
+  seekPending.store(1, std::memory_order_release);
+  WakeLoader();
+  return 1;
+}
+
+int CSoundSource::backToTop() {
+  setPlaying(0);
+  loopActive.store(0, std::memory_order_relaxed);
+  position.store(0.0, std::memory_order_release);
+  stopAtCue.store(0, std::memory_order_relaxed);
+  movedWhileStopped.store(0, std::memory_order_relaxed);
+  return 1;
+}
+
+int CSoundSource::playFromCue() {
+  if (!fileOpen.load(std::memory_order_acquire)) return 0;
+  setPlaying(1);
+  loopActive.store(0, std::memory_order_relaxed);
+  int cue = cuePos.load(std::memory_order_relaxed);
+  position.store(cue, std::memory_order_release);
+  WakeLoader();  // the loader tells the codec and fetches the blocks around the cue
+  return 1;
+}
+
+int CSoundSource::setCueHere() {
+  movedWhileStopped.store(0, std::memory_order_relaxed);
+  cuePos.store(GetPosition(), std::memory_order_relaxed);
+  WakeLoader();  // the loader pins the blocks around the cue
+  return 1;
+}
+
+void CSoundSource::setTargetSpeed(double value) { targetSpeed.store(value, std::memory_order_relaxed); }
+
+void CSoundSource::searchStart(int dir) {
+  searchBack_ = dir < 0 ? 0 : -1;
+  searchForward_ = dir < 0 ? -1 : 0;
+}
+
+void CSoundSource::searchStop() { searchBack_ = searchForward_ = -1; }
+
+void CSoundSource::SearchTick() {
+  int& count = searchBack_ >= 0 ? searchBack_ : searchForward_;
+  if (count < 0) return;
+  int dir = searchBack_ >= 0 ? -1 : 1;
+  int step = std::clamp(count, 1, kMaxSearchStepSeconds);
+  if (!seekPending.load(std::memory_order_acquire) && !scratching.load(std::memory_order_relaxed) &&
+      isReady()) {
+    double target = position.load(std::memory_order_relaxed) + dir * step * double(kEngineRate);
+    target = std::clamp(target, 0.0, std::max(0.0, lengthFrames.load(std::memory_order_relaxed) - 1.0));
+    seek(static_cast<int>(target));
+  }
+  count += std::max(1, count / 10);
+}

@@ -1,0 +1,33 @@
+#pragma once
+// Small sources with known output for mixer tests.
+
+#include <vector>
+
+#include "audio/AudioSignalSource.h"
+
+// Writes a constant frame, and logs the PrepareBlock phases it saw (shared log, so the order
+// across sources shows).
+class ConstantSource : public CAudioSignalSource {
+ public:
+  ConstantSource(float left, float right, std::vector<int>* phaseLog = nullptr, int id = 0)
+      : left_(left), right_(right), phaseLog_(phaseLog), id_(id) {}
+  void GetSamples(float* out, int frames) noexcept override {
+    for (int i = 0; i < frames; ++i) {
+      out[2 * i] = left_;
+      out[2 * i + 1] = right_;
+    }
+    if (phaseLog_) phaseLog_->push_back(100 + id_);
+  }
+  void PrepareBlock(int phase) noexcept override {
+    if (phaseLog_) phaseLog_->push_back(phase * 10 + id_);
+  }
+  void Set(float left, float right) {
+    left_ = left;
+    right_ = right;
+  }
+
+ private:
+  float left_, right_;
+  std::vector<int>* phaseLog_;
+  int id_;
+};

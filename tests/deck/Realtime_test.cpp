@@ -1,0 +1,61 @@
+// The real-time rule, checked: after warm-up, four playing decks mixed through the real engine
+// objects make no heap allocation, free nothing and wait on no lock on the audio thread.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+#include "app/Engine.h"
+#include "audio/OfflineOutput.h"
+#include "audio/Threads.h"
+#include "deck/SoundSource.h"
+#include "support/AllocationCounter.h"
+#include "support/TestFiles.h"
+
+namespace {
+
+TEST(Realtime, FourPlayingDecksMixWithoutAllocating) {
+  ScopedDataRoot root;
+  SetThreadsManual(true);
+  ASSERT_TRUE(EngineInitFolders(nullptr));
+  EngineCreateAudioObjects();
+  for (int d = 0; d < kDeckCount; ++d) {
+    std::string path = root.path() + "deck" + std::to_string(d) + ".wav";
+    WriteStereo16(path, MakeTestSignal(20 * 44100, d + 1));
+    CSoundSource* deck = g_engine.decks[d];
+    ASSERT_TRUE(deck->load(path, 1, nullptr, 1));
+    while (deck->loadPending.load()) deck->loaderPass();
+    deck->setTargetSpeed(0.9 + 0.05 * d);
+  }
+  COfflineOutput output(360);
+  std::vector<float> block(2 * 360);
+  for (int i = 0; i < 50; ++i) output.PullBlock(block.data());  // warm-up
+
+  ResetAudioThreadCounts();
+  unsigned long waitsBefore = rt::BlockingWaitsOnAudioThread();
+  for (int i = 0; i < 1000; ++i) output.PullBlock(block.data());  // about 8 s of audio
+  EXPECT_EQ(AudioThreadAllocations(), 0u);
+  EXPECT_EQ(AudioThreadFrees(), 0u);
+  EXPECT_EQ(rt::BlockingWaitsOnAudioThread(), waitsBefore);
+  float peak = 0;
+  for (float v : block) peak = std::max(peak, std::abs(v));
+  EXPECT_GT(peak, 0.1f) << "the decks really played";
+  for (int d = 0; d < kDeckCount; ++d) EXPECT_TRUE(g_engine.decks[d]->IsPlaying());
+
+  EngineDeleteAudioObjects();
+  SetThreadsManual(false);
+}
+
+TEST(Realtime, TheAllocationCounterSeesTheAudioThread) {
+  ResetAudioThreadCounts();
+  {
+    rt::AudioThreadScope audio;
+    int* volatile p = new int(7);  // volatile: the compiler may not elide the pair
+    delete p;
+  }
+  EXPECT_EQ(AudioThreadAllocations(), 1u) << "otherwise the test above proves nothing";
+  EXPECT_EQ(AudioThreadFrees(), 1u);
+}
+
+}  // namespace
