@@ -50,6 +50,14 @@ void ZQCutoffFilter::SetCutoff(float hz, int lowPass) {
   dirty.store(1, std::memory_order_release);  // last, so the processing side sees both values
 }
 
+void ZQCutoffFilter::ClearHistory() {
+  for (int s = 0; s < kStages; ++s) {
+    inputHistory[s][0] = inputHistory[s][1] = 0.0f;
+    outputHistory[s][0] = outputHistory[s][1] = 0.0f;
+  }
+  for (auto& b : biquads) b.ClearState();
+}
+
 void ZQCutoffFilter::DesignStages() {
   const double fraction = cutoff * 2.2675737e-5;
   for (int p = 0; p < kStages; ++p) DesignPolePair(p + 1, fraction, !isLowPass, coefficients[p]);

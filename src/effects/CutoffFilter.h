@@ -19,6 +19,8 @@ class ZQCutoffFilter {
 
   // hz -1.0 bypasses.
   void SetCutoff(float hz, int lowPass);
+  // Forgets the signal history (a new track); the cut-off stays.
+  void ClearHistory();
   LUMO_RT void ProcessStereo(float* block, int frames) noexcept;
   // Mono, in place; count at most kMaxAnalysisBlock (longer blocks are cut to it).
   void ProcessAnalysis(float* mono, int count) noexcept;
