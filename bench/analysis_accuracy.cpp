@@ -1,7 +1,7 @@
 // Accuracy of the track analysis on the synthetic suite, with bpm-tools and SoundTouch's
 // soundstretch measured on the same files when they are installed.
 //
-//   build/bench/analysis_accuracy [tracks=30] [seconds=120] [folder]
+//   build/bench/analysis_accuracy [tracks=30] [seconds=0: 60 to 180 by track] [folder]
 //
 // Prints one line per track and a summary; the figures go into docs/performance.md.
 
@@ -49,7 +49,7 @@ double SoundstretchTempo(const std::string& wav) {
 
 int main(int argc, char** argv) {
   const int tracks = argc > 1 ? std::atoi(argv[1]) : 30;
-  const double seconds = argc > 2 ? std::atof(argv[2]) : 120.0;
+  const double seconds = argc > 2 ? std::atof(argv[2]) : 0.0;
   std::string folder = argc > 3 ? argv[3] : "/tmp/lumo-accuracy";
   if (folder.back() != '/') folder += '/';
   ::mkdir(folder.c_str(), 0755);

@@ -3,31 +3,23 @@
 // files written on demand.
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <string>
-#include <vector>
 
 #include "analysis/StripeFile.h"
 #include "library/SongDatabase.h"
+#include "support/TestFiles.h"
 
 class AnalysisFixture : public ::testing::Test {
  protected:
   void SetUp() override {
-    root = std::filesystem::temp_directory_path() /
-           ("lumo-analysis-" + std::to_string(::getpid()) + "-" +
-            ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    std::filesystem::remove_all(root);
-    std::filesystem::create_directories(root / "Stripes");
-    SetStripesFolder((root / "Stripes").string() + "/");
-    LoadSongDatabase((root / "db.knx").string());
+    std::filesystem::create_directories(root.File("Stripes"));
+    SetStripesFolder(root.File("Stripes/"));
+    LoadSongDatabase(root.File("db.knx"));
   }
-  void TearDown() override {
-    DropSongDatabase();
-    std::filesystem::remove_all(root);
-  }
-  std::string PathOf(const std::string& name) const { return (root / name).string(); }
+  void TearDown() override { DropSongDatabase(); }
+  std::string PathOf(const std::string& name) const { return root.File(name); }
 
-  std::filesystem::path root;
+  TempFolder root;
 };

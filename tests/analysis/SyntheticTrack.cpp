@@ -112,7 +112,7 @@ std::vector<SyntheticSpec> SyntheticSuite(int count, double seconds) {
     SyntheticSpec spec;
     spec.bpm = 70.0 + (110.0 * i) / std::max(count - 1, 1);
     spec.bpm = std::round(spec.bpm * 10.0) / 10.0;
-    spec.seconds = seconds;
+    spec.seconds = seconds > 0 ? seconds : 60.0 + (i * 41) % 121;
     spec.keyRoot = (i * 7) % 12;
     spec.minor = i % 2 == 1;
     spec.swing = i % 5 == 2 ? 0.33 : 0.0;

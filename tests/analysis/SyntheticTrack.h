@@ -25,5 +25,6 @@ struct SyntheticTrack {
 SyntheticTrack MakeSyntheticTrack(const SyntheticSpec& spec);
 // A 16-bit stereo 44100 Hz WAV file.
 bool WriteWav(const std::string& path, const std::vector<short>& stereo);
-// The suite used for accuracy figures: count tracks spread over 70..180 BPM, keys and styles.
+// The suite used for accuracy figures: count tracks spread over 70..180 BPM, keys and styles,
+// each seconds long, or 60 to 180 seconds by track when seconds is 0.
 std::vector<SyntheticSpec> SyntheticSuite(int count, double seconds);

@@ -10,23 +10,13 @@
 
 #include "app/base/AtomicFile.h"
 #include "library/SongDatabaseFile.h"
+#include "support/TestFiles.h"
 
 namespace {
 
 class SongDatabaseTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    folder = std::filesystem::temp_directory_path() /
-             ("lumo-songdb-" + std::to_string(::getpid()) + "-" +
-              ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    std::filesystem::remove_all(folder);
-    std::filesystem::create_directories(folder);
-    path = (folder / "db.knx").string();
-  }
-  void TearDown() override {
-    DropSongDatabase();
-    std::filesystem::remove_all(folder);
-  }
+  void TearDown() override { DropSongDatabase(); }
   std::string Text() {
     std::string text;
     ReadWholeFile(path, text);
@@ -48,8 +38,8 @@ class SongDatabaseTest : public ::testing::Test {
     return r;
   }
 
-  std::filesystem::path folder;
-  std::string path;
+  TempFolder folder;
+  std::string path = folder.File("db.knx");
 };
 
 void ExpectSameStoredFields(const TSongRecord& a, const TSongRecord& b) {
@@ -188,7 +178,7 @@ TEST_F(SongDatabaseTest, DamagedFileIsKeptAsideAndTheBackupLoaded) {
   EXPECT_EQ(FindSong("first.mp3", r), 1);
   EXPECT_EQ(SongCount(), 1u) << "the backup replaces what the damaged file gave";
   int aside = 0;
-  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+  for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
     aside += entry.path().filename().string().rfind("db.knx.corrupt-", 0) == 0;
   }
   EXPECT_EQ(aside, 1);
