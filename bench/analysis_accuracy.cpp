@@ -83,9 +83,12 @@ int main(int argc, char** argv) {
     double tools[2] = {0.0, 0.0};
     if (others) {
       tools[0] = BpmToolsTempo(wav), tools[1] = SoundstretchTempo(wav);
+      // The same rule for every detector: a track with a step may be read at either tempo.
       for (int k = 0; k < 2; ++k) {
-        othersExact[k] += BpmMatches(tools[k], truth, 0.2, false);
-        othersOctave[k] += BpmMatches(tools[k], truth, 0.2, true);
+        othersExact[k] += BpmMatches(tools[k], truth, 0.2, false) ||
+                          (spec.secondBpm > 0 && BpmMatches(tools[k], spec.secondBpm, 0.2, false));
+        othersOctave[k] += BpmMatches(tools[k], truth, 0.2, true) ||
+                           (spec.secondBpm > 0 && BpmMatches(tools[k], spec.secondBpm, 0.2, true));
       }
     }
     const ZQKey truthKey = MakeKey(static_cast<float>(spec.keyRoot), spec.minor ? kAeolian : kIonian);
