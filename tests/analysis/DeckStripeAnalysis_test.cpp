@@ -2,10 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <filesystem>
 #include <memory>
-#include <thread>
 
 #include "SyntheticTrack.h"
 #include "analysis/StripeFile.h"
@@ -37,14 +35,10 @@ class DeckStripeAnalysisTest : public ::testing::Test {
     while (deck->loadPending.load()) deck->loaderPass();
     ASSERT_TRUE(deck->fileOpen.load());
   }
-  // Runs the loader until the whole track is in memory, then waits for the one-shot pass (it
-  // runs on a thread of its own even in manual mode).
+  // Runs the loader until the whole track is in memory; in manual mode the one-shot analysis
+  // runs in step, inside the pass that completes the track.
   bool LoadedAndAnalysed() {
-    for (int pass = 0; pass < 200 && deck->percentLoaded() < 100; ++pass) deck->loaderPass();
-    deck->loaderPass();
-    for (int wait = 0; wait < 3000 && !deck->analysed.load(); ++wait) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    }
+    for (int pass = 0; pass < 200 && !deck->analysed.load(); ++pass) deck->loaderPass();
     return deck->analysed.load() != 0;
   }
   int Marks() {
