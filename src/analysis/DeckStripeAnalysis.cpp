@@ -34,14 +34,13 @@ void CDeckStripeAnalysis::BandFilters::Run(float* mono, int count) {
 }
 
 CDeckStripeAnalysis::CDeckStripeAnalysis()
-    : mono_(kRate), monoPass_(kRate), level_(kRate), windowA_(kWindowEntries + 1), windowB_(kWindowEntries + 1) {
+    : mono_(kRate), monoPass_(kRate), windowA_(kWindowEntries + 1), windowB_(kWindowEntries + 1) {
   feedFilters_.Reset();
   passFilters_.Reset();
 }
 
-void CDeckStripeAnalysis::Second(BandFilters& filters, const short* stereo, int frames, float* out441,
-                                 ZQGainAnalyzer* gain, ZQKeyDetector* key) {
-  std::vector<float>& mono = gain ? monoPass_ : mono_;
+void CDeckStripeAnalysis::Second(BandFilters& filters, std::vector<float>& mono, const short* stereo, int frames,
+                                 float* out441, ZQGainAnalyzer* gain, ZQKeyDetector* key) {
   frames = std::clamp(frames, 0, kRate);
   for (int i = 0; i < frames; ++i) mono[i] = (stereo[2 * i] + stereo[2 * i + 1]) * 0.5f;
   std::fill(mono.begin() + frames, mono.end(), 0.0f);
@@ -74,7 +73,7 @@ int CDeckStripeAnalysis::LoadStripes(CSoundSource& deck) {
 
 void CDeckStripeAnalysis::FeedSecond(CSoundSource& deck, int blockIndex, const short* stereo, int frames) {
   float entries[kStripeEntriesPerSecond];
-  Second(feedFilters_, stereo, frames, entries, nullptr, nullptr);
+  Second(feedFilters_, mono_, stereo, frames, entries, nullptr, nullptr);
   std::lock_guard lock(deck.dataLock);
   std::vector<float>& level = deck.stripes[0];
   const size_t from = static_cast<size_t>(std::max(blockIndex, 0)) * kStripeEntriesPerSecond;
@@ -95,7 +94,7 @@ void CDeckStripeAnalysis::AnalyseWholeTrack(CSoundSource& deck) {
     if (deck.AnalysisShouldStop()) return;
     const TrackBlock* block = deck.memory.Block(b);
     if (!block) return;
-    Second(passFilters_, block->samples, block->framesRead, A.data() + static_cast<size_t>(b) * kStripeEntriesPerSecond,
+    Second(passFilters_, monoPass_, block->samples, block->framesRead, A.data() + static_cast<size_t>(b) * kStripeEntriesPerSecond,
            &gainAnalyzer_, &keyDetector_);
   }
   gain_.store(gainAnalyzer_.GetResult(), std::memory_order_release);

@@ -41,15 +41,15 @@ class CDeckStripeAnalysis : public CDeckAnalysis {
     // In place over one second of mono, in the pass's chunks.
     void Run(float* mono, int count);
   };
-  // One second of 16-bit stereo to the low band's 441 entries (and, when given, gain and key).
-  void Second(BandFilters& filters, const short* stereo, int frames, float* out441, ZQGainAnalyzer* gain,
-              ZQKeyDetector* key);
+  // One second of 16-bit stereo to the low band's 441 entries (and, when given, gain and key);
+  // mono is that thread's one-second buffer.
+  void Second(BandFilters& filters, std::vector<float>& mono, const short* stereo, int frames, float* out441,
+              ZQGainAnalyzer* gain, ZQKeyDetector* key);
 
   BandFilters feedFilters_;  // loader thread
   BandFilters passFilters_;  // analysis thread
-  std::vector<float> mono_;
-  std::vector<float> monoPass_;
-  std::vector<float> level_;
+  std::vector<float> mono_;      // loader thread
+  std::vector<float> monoPass_;  // analysis thread
   ZQGainAnalyzer gainAnalyzer_;
   ZQBeatDetector passBeats_;
   ZQKeyDetector keyDetector_;
