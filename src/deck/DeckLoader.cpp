@@ -121,7 +121,7 @@ void CSoundSource::DoLoad() {
     size_t entries = static_cast<size_t>(std::lround(blocks * 44100.0 * 0.01));
     for (auto& stripe : stripes) stripe.assign(entries, 0.0f);
   }
-  std::fill(std::begin(cueTable), std::end(cueTable), 0);
+  for (auto& cue : cueTable) cue.store(0, std::memory_order_relaxed);
   cueTable[kLastSoundSlot] = length;
   cueSlot.store(0, std::memory_order_relaxed);
   lengthFrames.store(length, std::memory_order_release);

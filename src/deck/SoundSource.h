@@ -144,7 +144,7 @@ class CSoundSource : public CAudioSignalSource {
   std::atomic<int> scratchArmed{0};
 
   // Cues and loops.
-  int cueTable[kCueSlots] = {};
+  std::atomic<int> cueTable[kCueSlots] = {};  // frames; written by the loader and the GUI
   std::atomic<int> cueSlot{0};
   std::atomic<int> cuePos{0};
   std::atomic<int> loopActive{0};

@@ -108,11 +108,11 @@ TEST_F(DeckTest, TheFirstRenderParksAtTheFirstSound) {
   QuietStartAnalysis analysis;
   deck->SetAnalysis(&analysis);
   LoadTrack(MakeTestSignal(5 * 44100), false);
-  EXPECT_EQ(deck->cueTable[CSoundSource::kFirstSoundSlot], 2 * 44100);
+  EXPECT_EQ(deck->cueTable[CSoundSource::kFirstSoundSlot].load(), 2 * 44100);
   Render(100, 100);
   EXPECT_DOUBLE_EQ(deck->Position(), 2 * 44100) << "parked without anyone pressing cue";
   EXPECT_FALSE(deck->IsPlaying());
-  EXPECT_EQ(deck->cuePos.load(), deck->cueTable[0]) << "then the cue returns to the selected slot";
+  EXPECT_EQ(deck->cuePos.load(), deck->cueTable[0].load()) << "then the cue returns to the selected slot";
 
   // A load that plays at once starts from the first sound and keeps playing.
   LoadTrack(MakeTestSignal(5 * 44100), true);
