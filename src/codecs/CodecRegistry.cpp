@@ -1,4 +1,5 @@
 #include "codecs/CodecChain.h"
+#include "codecs/DecoderFFMpeg.h"
 #include "codecs/DecoderWAV.h"
 
 // The video, CD, AIFF, AU and FFmpeg decoders take their places in this list as they arrive:
@@ -8,4 +9,5 @@ void CreateDecoders(int deckId, std::vector<std::unique_ptr<CBaseCodec>>& codecs
     if (codecs.size() < CCodecChain::kMaxCodecs) codecs.push_back(std::move(codec));
   };
   add(std::make_unique<CDecoderWAV>(deckId));
+  add(std::make_unique<CDecoderFFMpeg>(deckId));
 }

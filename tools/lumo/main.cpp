@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "Commands.h"
+#include "cmd_analyse.h"
 
 namespace {
 
@@ -18,6 +19,7 @@ const Command kCommands[] = {
     {"play", "lumo play FILE [--device N|NAME|jack|null] [--seconds S]", RunPlayCommand},
     {"render", "lumo render FILE -o OUT.wav [--seconds S] [--block FRAMES] [--float]", RunRenderCommand},
     {"demo", "lumo demo [--device N|NAME|jack|null] [--seconds S]", RunDemoCommand},
+    {"analyse", "lumo analyse [--json] [--jobs N] PATH...", RunAnalyseCommand},
 };
 
 void PrintUsage() {

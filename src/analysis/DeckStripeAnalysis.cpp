@@ -1,0 +1,145 @@
+#include "analysis/DeckStripeAnalysis.h"
+
+#include <algorithm>
+#include <cmath>
+#include <mutex>
+
+#include "analysis/StripeFile.h"
+#include "app/base/Trace.h"
+#include "deck/SoundSource.h"
+#include "library/SongDatabase.h"
+
+namespace {
+
+constexpr int kRate = 44100;
+constexpr int kFilterChunk = 8820;
+constexpr int kWindowEntries = 10 * kStripeEntriesPerSecond;  // a streaming deck's tempo window
+constexpr float kInt16ToFloat = 3e-05f;  // the engine's factor for 16-bit audio
+
+}  // namespace
+
+void CDeckStripeAnalysis::BandFilters::Reset() {
+  lowPass.ClearHistory();
+  highPass.ClearHistory();
+  lowPass.SetCutoff(215.0f, 1);
+  highPass.SetCutoff(132.0f, 0);
+}
+
+void CDeckStripeAnalysis::BandFilters::Run(float* mono, int count) {
+  for (int chunk = 0; chunk < count; chunk += kFilterChunk) {
+    const int length = std::min(kFilterChunk, count - chunk);
+    lowPass.ProcessAnalysis(mono + chunk, length);
+    highPass.ProcessAnalysis(mono + chunk, length);
+  }
+}
+
+CDeckStripeAnalysis::CDeckStripeAnalysis()
+    : mono_(kRate), monoPass_(kRate), windowA_(kWindowEntries + 1), windowB_(kWindowEntries + 1) {
+  feedFilters_.Reset();
+  passFilters_.Reset();
+}
+
+void CDeckStripeAnalysis::Second(BandFilters& filters, std::vector<float>& mono, const short* stereo, int frames,
+                                 float* out441, ZQGainAnalyzer* gain, ZQKeyDetector* key) {
+  frames = std::clamp(frames, 0, kRate);
+  for (int i = 0; i < frames; ++i) mono[i] = (stereo[2 * i] + stereo[2 * i + 1]) * 0.5f;
+  std::fill(mono.begin() + frames, mono.end(), 0.0f);
+  if (gain) gain->Analyze(mono.data(), nullptr, frames, 1);  // 16-bit samples are already at full scale 32768
+  for (float& v : mono) v *= kInt16ToFloat;
+  if (key) key->FeedFloats(mono.data(), frames, 1);
+  filters.Run(mono.data(), kRate);
+  for (int i = 0; i < kStripeEntriesPerSecond; ++i) out441[i] = mono[static_cast<size_t>(i) * kFramesPerStripeEntry];
+}
+
+void CDeckStripeAnalysis::ResetFilters(CSoundSource&) {
+  feedFilters_.Reset();
+  changed_.store(false, std::memory_order_relaxed);
+}
+
+int CDeckStripeAnalysis::LoadStripes(CSoundSource& deck) {
+  StripeLoad load;
+  int ok;
+  {
+    std::lock_guard lock(deck.dataLock);
+    std::vector<float>& level = deck.stripes[0];
+    ok = ::LoadStripes(deck.FilePath(), level.data(), static_cast<int>(level.size()), load);
+  }
+  if (!ok) return 0;
+  deck.bpm.store(load.bpm, std::memory_order_relaxed);
+  gain_.store(load.gain, std::memory_order_release);
+  deck.analysed.store(1, std::memory_order_release);
+  return 1;
+}
+
+void CDeckStripeAnalysis::FeedSecond(CSoundSource& deck, int blockIndex, const short* stereo, int frames) {
+  float entries[kStripeEntriesPerSecond];
+  Second(feedFilters_, mono_, stereo, frames, entries, nullptr, nullptr);
+  std::lock_guard lock(deck.dataLock);
+  std::vector<float>& level = deck.stripes[0];
+  const size_t from = static_cast<size_t>(std::max(blockIndex, 0)) * kStripeEntriesPerSecond;
+  for (size_t i = 0; i < kStripeEntriesPerSecond && from + i < level.size(); ++i) level[from + i] = entries[i];
+}
+
+void CDeckStripeAnalysis::AnalyseWholeTrack(CSoundSource& deck) {
+  const int blocks = deck.memory.blockCount();
+  const int length = deck.GetLength();
+  std::vector<float> A(static_cast<size_t>(blocks) * kStripeEntriesPerSecond + 1, 0.0f);
+  std::vector<float> B(A.size(), 0.0f);
+  passFilters_.Reset();
+  gainAnalyzer_.Init(kRate);
+  keyDetector_.Start(kRate, static_cast<double>(length) / kRate);
+  // Track order, so the filters and the gain see the music as it plays; the blocks stay in
+  // memory until the deck unloads, and an unload waits for this pass.
+  for (int b = 0; b < blocks; ++b) {
+    if (deck.AnalysisShouldStop()) return;
+    const TrackBlock* block = deck.memory.Block(b);
+    if (!block) return;
+    Second(passFilters_, monoPass_, block->samples, block->framesRead, A.data() + static_cast<size_t>(b) * kStripeEntriesPerSecond,
+           &gainAnalyzer_, &keyDetector_);
+  }
+  gain_.store(gainAnalyzer_.GetResult(), std::memory_order_release);
+  key_ = keyDetector_.FinishDetection().key;
+  const int n = static_cast<int>(A.size()) - 1;
+  const float bpm = std::max(passBeats_.DetectBpm(n, A.data(), B.data(), blocks, 0), 0.0f);
+  {
+    std::lock_guard lock(deck.dataLock);
+    std::vector<float>& level = deck.stripes[0];
+    std::copy_n(A.begin(), std::min<size_t>(level.size(), static_cast<size_t>(n)), level.begin());
+  }
+  deck.bpm.store(bpm, std::memory_order_relaxed);
+  deck.analysed.store(1, std::memory_order_release);
+  changed_.store(true, std::memory_order_release);
+  deck.statusCode.store(kStatusAnalysed, std::memory_order_release);
+}
+
+float CDeckStripeAnalysis::EstimateWindowBpm(const float* stripes, int count) {
+  count = std::clamp(count, 0, kWindowEntries);
+  if (!stripes || count < kStripeEntriesPerSecond) return 0.0f;
+  std::copy_n(stripes, count, windowA_.begin());
+  windowA_[static_cast<size_t>(count)] = 0.0f;
+  // The marks go into this copy only: the deck's own stripe keeps its grid.
+  const float bpm = windowBeats_.DetectBpm(count, windowA_.data(), windowB_.data(), count / kStripeEntriesPerSecond, 0);
+  return std::max(bpm, 0.0f);
+}
+
+void CDeckStripeAnalysis::SaveStripes(CSoundSource& deck) {
+  if (!changed_.exchange(false, std::memory_order_acq_rel)) return;
+  const std::string path = deck.FilePath();
+  {
+    std::lock_guard lock(deck.dataLock);
+    const std::vector<float>& level = deck.stripes[0];
+    if (!WriteStripeFile(StripePathFor(path), level.data(), static_cast<int>(level.size()))) {
+      TraceLine("can not write stripe");
+    }
+  }
+  TSongRecord record;
+  const std::string name = BareFileName(path);
+  if (!FindSong(name, record)) ClearSongRecord(record);
+  record.name = name;
+  record.durationMs = static_cast<int>(std::lround(deck.GetLength() * 1000.0 / kRate));
+  record.bpm = deck.bpm.load(std::memory_order_relaxed);
+  record.gain = static_cast<float>(gain());
+  record.hasGain = 1;
+  record.pitchKey = KeyIndexOf(key_);
+  StoreSong(record);
+}

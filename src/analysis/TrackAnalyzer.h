@@ -1,0 +1,70 @@
+#pragma once
+// CTrackAnalyzer: one pass over a song yields its stripe (the low band at 441 entries per
+// second, with beat marks), its tempo, its perceptual gain and its key. The result goes to the
+// stripe file and the song database.
+//
+// Threads: an analyzer is used by one thread at a time and owns its decoder, filters and
+// detectors; several analyzers may run at once (the command-line tool runs one per job).
+// Memory: two float arrays of the song's entry count and one second of audio.
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "analysis/BeatDetector.h"
+#include "analysis/GainAnalyzer.h"
+#include "analysis/KeyDetector.h"
+#include "codecs/CodecChain.h"
+#include "effects/CutoffFilter.h"
+
+struct TrackAnalysis {
+  std::string name;  // bare file name: the key of record and stripe
+  int durationMs = 0;
+  int entries = 0;
+  float bpm = 0.0f;
+  double gain = ZQGainAnalyzer::kNoGain;
+  ZQKey key;
+  int pitchKey = 0;
+  bool stripeWritten = false;
+};
+
+enum class AnalysisOutcome { kDone, kUndecodable, kTooLong };
+
+class CTrackAnalyzer {
+ public:
+  static constexpr int kAnalysisDeckId = 90;  // decoders of the analysis are no deck's
+
+  CTrackAnalyzer();
+
+  // Decodes and analyses the song, writes its stripe and updates its record. A song longer than
+  // 1200 whole seconds is refused before any work.
+  AnalysisOutcome Analyze(const std::string& path, TrackAnalysis& result);
+
+  // The stripe arrays of the last pass (tests and the accuracy tool look at the marks).
+  const std::vector<float>& stripe() const { return stripe_; }
+
+  // Runs the detectors over a stripe already built (n entries of A, seconds long).
+  static float DetectOnStripe(ZQBeatDetector& detector, std::vector<float>& A, std::vector<float>& B,
+                              int seconds);
+
+ private:
+  void AnalyseSecond(float* stereo, int frames, float* out441);
+
+  CCodecChain chain_;
+  ZQCutoffFilter lowPass_;
+  ZQCutoffFilter highPass_;
+  ZQGainAnalyzer gain_;
+  ZQBeatDetector beats_;
+  ZQKeyDetector key_;
+  std::vector<float> second_;  // one second of stereo float
+  std::vector<float> mono_;
+  std::vector<float> scaled_;
+  std::vector<float> stripe_;
+  std::vector<float> onsets_;
+};
+
+// The pass for one song with a fresh analyzer of the calling thread. Returns as Analyze.
+AnalysisOutcome AnalyzeSongToStripe(const std::string& path, TrackAnalysis* result = nullptr);
+
+// True unless the song's record has a tempo above 10 and its stripe file exists.
+bool NeedsAnalysis(const std::string& path);

@@ -1,0 +1,105 @@
+#include "analysis/DeckStripeAnalysis.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+
+#include "SyntheticTrack.h"
+#include "analysis/StripeFile.h"
+#include "analysis/StripeMarks.h"
+#include "audio/Threads.h"
+#include "deck/SoundSource.h"
+#include "library/SongDatabase.h"
+#include "support/TestFiles.h"
+
+namespace {
+
+class DeckStripeAnalysisTest : public ::testing::Test {
+ protected:
+  DeckStripeAnalysisTest() {
+    SetThreadsManual(true);
+    std::filesystem::create_directories(folder.File("Stripes"));
+    SetStripesFolder(folder.File("Stripes/"));
+    LoadSongDatabase(folder.File("db.knx"));
+    deck = std::make_unique<CSoundSource>(0, folder.path());
+    deck->SetAnalysis(&analysis);
+  }
+  ~DeckStripeAnalysisTest() override {
+    deck.reset();
+    DropSongDatabase();
+    SetThreadsManual(false);
+  }
+  void Load(const std::string& path) {
+    ASSERT_TRUE(deck->load(path, 0, nullptr, 0));
+    while (deck->loadPending.load()) deck->loaderPass();
+    ASSERT_TRUE(deck->fileOpen.load());
+  }
+  // Runs the loader until the whole track is in memory; in manual mode the one-shot analysis
+  // runs in step, inside the pass that completes the track.
+  bool LoadedAndAnalysed() {
+    for (int pass = 0; pass < 200 && !deck->analysed.load(); ++pass) deck->loaderPass();
+    return deck->analysed.load() != 0;
+  }
+  int Marks() {
+    std::lock_guard lock(deck->dataLock);
+    int marks = 0;
+    for (float v : deck->stripes[0]) marks += IsMarked(v);
+    return marks;
+  }
+
+  TempFolder folder;
+  CDeckStripeAnalysis analysis;
+  std::unique_ptr<CSoundSource> deck;
+};
+
+TEST_F(DeckStripeAnalysisTest, ADeckAnalysesANewTrackAndTheNextLoadReadsTheStripe) {
+  SyntheticSpec spec;
+  spec.bpm = 124.0;
+  spec.seconds = 40.0;
+  const std::string path = folder.File("deck song.wav");
+  ASSERT_TRUE(WriteWav(path, MakeSyntheticTrack(spec).stereo));
+
+  Load(path);
+  ASSERT_TRUE(LoadedAndAnalysed());
+  EXPECT_NEAR(deck->bpm.load(), 124.0f, 0.2f);
+  EXPECT_NEAR(Marks(), 80, 4) << "a mark on nearly every beat of forty seconds";
+  EXPECT_NE(analysis.gain(), ZQGainAnalyzer::kNoGain);
+
+  // Unloading writes what the deck learnt; the next load of the name takes it from the files.
+  deck->unload();
+  deck->loaderPass();
+  TSongRecord record;
+  ASSERT_EQ(FindSong("deck song.wav", record), 1);
+  EXPECT_NEAR(record.bpm, 124.0f, 0.2f);
+  EXPECT_EQ(record.hasGain, 1);
+  EXPECT_EQ(std::filesystem::file_size(StripePathFor(path)), 40u * 1764u);
+
+  Load(path);
+  EXPECT_TRUE(deck->analysed.load()) << "the stripe was read at load";
+  EXPECT_NEAR(deck->bpm.load(), 124.0f, 0.2f);
+  EXPECT_NEAR(Marks(), 80, 4);
+}
+
+TEST_F(DeckStripeAnalysisTest, WindowEstimateReadsTenSecondsWithoutTouchingTheDeckStripe) {
+  SyntheticSpec spec;
+  spec.bpm = 100.0;
+  spec.seconds = 10.0;
+  const SyntheticTrack track = MakeSyntheticTrack(spec);
+  std::vector<float> window(4410);
+  const std::string path = folder.File("window.wav");
+  ASSERT_TRUE(WriteWav(path, track.stereo));
+  Load(path);
+  for (int pass = 0; pass < 50 && deck->percentLoaded() < 100; ++pass) deck->loaderPass();
+  {
+    std::lock_guard lock(deck->dataLock);
+    std::copy_n(deck->stripes[0].begin(), 4410, window.begin());
+  }
+  const std::vector<float> before = window;
+  const float tempo = analysis.EstimateWindowBpm(window.data(), 4410);
+  EXPECT_EQ(window, before);
+  EXPECT_GT(tempo, 0.0f);
+  EXPECT_EQ(analysis.EstimateWindowBpm(window.data(), 100), 0.0f) << "under a second: no estimate";
+}
+
+}  // namespace

@@ -1,0 +1,133 @@
+#include "analysis/StripeFile.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <fcntl.h>
+#include <filesystem>
+#include <unistd.h>
+
+#include "AnalysisFixture.h"
+#include "SyntheticTrack.h"
+#include "analysis/FileWorker.h"
+#include "analysis/StripeMarks.h"
+#include "analysis/TrackAnalyzer.h"
+
+namespace {
+
+// A WAV file of the given length whose samples are all zero, without writing them: the data is
+// a hole in a sparse file.
+std::string SparseWav(const std::string& path, long long frames) {
+  const uint32_t bytes = static_cast<uint32_t>(frames * 4);
+  std::vector<short> none;
+  WriteWav(path, none);
+  FILE* file = std::fopen(path.c_str(), "r+b");
+  std::fseek(file, 4, SEEK_SET);
+  const uint32_t riff = 36 + bytes;
+  std::fwrite(&riff, 4, 1, file);
+  std::fseek(file, 40, SEEK_SET);
+  std::fwrite(&bytes, 4, 1, file);
+  std::fclose(file);
+  EXPECT_EQ(::truncate(path.c_str(), 44 + static_cast<off_t>(bytes)), 0);
+  return path;
+}
+
+using StripeFileTest = AnalysisFixture;
+
+TEST_F(StripeFileTest, SizesFollowTheStartedSecond) {
+  EXPECT_EQ(StripeSeconds(441000), 10);
+  EXPECT_EQ(StripeSeconds(441001), 11);
+  EXPECT_EQ(StripeEntries(441001), 4851);
+  EXPECT_EQ(StripeEntries(0), 0);
+  EXPECT_EQ(BareFileName("/music/a/Track.mp3"), "Track.mp3");
+  EXPECT_EQ(StripePathFor("/music/b/Track.mp3"), StripesFolder() + "Track.mp3.kn2");
+}
+
+TEST_F(StripeFileTest, AnalysisWritesAStripeOfEveryStartedSecondAndUpdatesTheRecord) {
+  SyntheticSpec spec;
+  spec.seconds = 10.0;
+  SyntheticTrack track = MakeSyntheticTrack(spec);
+  track.stereo.resize(441001 * 2, 0);
+  const std::string song = PathOf("Ten seconds.wav");
+  ASSERT_TRUE(WriteWav(song, track.stereo));
+  TrackAnalysis result;
+  ASSERT_EQ(AnalyzeSongToStripe(song, &result), AnalysisOutcome::kDone);
+  EXPECT_EQ(std::filesystem::file_size(StripePathFor(song)), 19404u);
+  TSongRecord record;
+  ASSERT_EQ(FindSong("Ten seconds.wav", record), 1);
+  EXPECT_EQ(record.durationMs, 11000);
+  EXPECT_EQ(record.hasGain, 1);
+  EXPECT_GT(record.bpm, 10.0f) << "ten seconds are enough for a tempo";
+  EXPECT_FALSE(NeedsAnalysis("/elsewhere/Ten seconds.wav")) << "the name is the key";
+  std::filesystem::remove(StripePathFor(song));
+  EXPECT_TRUE(NeedsAnalysis(song));
+}
+
+TEST_F(StripeFileTest, TwentyMinutesAreAnalysedAndOneSecondMoreIsRefused) {
+  TrackAnalysis result;
+  EXPECT_EQ(AnalyzeSongToStripe(SparseWav(PathOf("long.wav"), 1201LL * 44100), &result), AnalysisOutcome::kTooLong);
+  EXPECT_FALSE(std::filesystem::exists(StripePathFor("long.wav")));
+  // 1200 whole seconds and a part: the test is on the whole seconds, before rounding up.
+  EXPECT_EQ(AnalyzeSongToStripe(SparseWav(PathOf("limit.wav"), 1200LL * 44100 + 5), &result), AnalysisOutcome::kDone);
+  EXPECT_EQ(std::filesystem::file_size(StripePathFor("limit.wav")), 1201u * 1764u);
+  EXPECT_EQ(result.bpm, 0.0f);
+  EXPECT_EQ(result.gain, -24601.0) << "digital silence has no gain figure";
+  EXPECT_EQ(result.pitchKey, 0);
+}
+
+TEST_F(StripeFileTest, LoadStripesRefusesWhatIsNotAnalysedAndAcceptsAShortFile) {
+  std::vector<float> entries(400, 9.0f);
+  StripeLoad load;
+  EXPECT_EQ(LoadStripes("/x/song.mp3", entries.data(), 400, load), 0);  // not in the database
+  TSongRecord record;
+  record.name = "song.mp3";
+  record.bpm = 120.0f;
+  StoreSong(record);
+  EXPECT_EQ(LoadStripes("/x/song.mp3", entries.data(), 400, load), 0);  // no gain
+  record.hasGain = 1;
+  record.bpm = 0.5f;
+  StoreSong(record);
+  EXPECT_EQ(LoadStripes("/x/song.mp3", entries.data(), 400, load), 0);  // no tempo
+  record.bpm = 120.0f;
+  StoreSong(record);
+  EXPECT_EQ(LoadStripes("/x/song.mp3", entries.data(), 400, load), 0);  // no file
+
+  // n bytes (a quarter of the entries) pass; what the file lacks stays as it was. Garbage reads as 0.
+  std::vector<float> stored = {0.5f, NAN, 55.25f, 1e20f};
+  for (int i = 4; i < 100; ++i) stored.push_back(0.01f * i);
+  ASSERT_TRUE(WriteStripeFile(StripePathFor("song.mp3"), stored.data(), 100));
+  ASSERT_EQ(LoadStripes("/y/song.mp3", entries.data(), 400, load), 1);
+  EXPECT_EQ(load.bpm, 120.0f);
+  EXPECT_EQ(entries[0], 0.5f);
+  EXPECT_EQ(entries[1], 0.0f);
+  EXPECT_EQ(entries[2], 55.25f);
+  EXPECT_EQ(entries[3], 0.0f);
+  EXPECT_EQ(entries[99], stored[99]);
+  EXPECT_EQ(entries[100], 9.0f);
+  EXPECT_EQ(LoadStripes("/y/song.mp3", entries.data(), 401, load), 0) << "fewer than n bytes";
+}
+
+TEST_F(StripeFileTest, FileWorkerSkipsWhatIsDoneAndGoneAndAnalysesTheRest) {
+  SyntheticSpec spec;
+  spec.seconds = 20.0;
+  const std::string song = PathOf("queued.wav");
+  ASSERT_TRUE(WriteWav(song, MakeSyntheticTrack(spec).stereo));
+  std::vector<std::string> shown;
+  int finished = 0;
+  CFileWorker worker([&](size_t, const std::string& path) { shown.push_back(path); },
+                     [&](const TrackAnalysis&) { ++finished; });
+  worker.Enqueue(PathOf("missing.wav"));
+  worker.Enqueue(song);
+  worker.Enqueue(song);
+  EXPECT_TRUE(worker.Step());
+  EXPECT_EQ(finished, 1);
+  EXPECT_FALSE(worker.Step()) << "the second entry is already analysed";
+  EXPECT_EQ(finished, 1);
+  EXPECT_EQ(worker.Queued(), 0u);
+  ASSERT_EQ(shown.size(), 2u);
+  EXPECT_EQ(shown[0], song);
+  EXPECT_EQ(shown[1], "");
+}
+
+}  // namespace

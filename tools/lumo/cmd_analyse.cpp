@@ -1,0 +1,227 @@
+#include "cmd_analyse.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "analysis/StripeFile.h"
+#include "analysis/StripeMarks.h"
+#include "analysis/TrackAnalyzer.h"
+#include "app/DataFolders.h"
+#include "app/base/NumberText.h"
+#include "app/base/Trace.h"
+#include "library/SongDatabase.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int kMaxJobs = 64;
+
+struct Options {
+  bool json = false;
+  int jobs = 1;
+  std::vector<std::string> paths;
+};
+
+void Usage() {
+  std::fprintf(stderr, "usage: lumo analyse [--json] [--jobs N] PATH...\n"
+                       "  Analyses audio files (folders recursively): tempo, beat grid, gain, key.\n");
+}
+
+bool ParseOptions(int argc, char** argv, Options& options) {
+  for (int i = 1; i < argc; ++i) {
+    const std::string arg = argv[i];
+    if (arg == "--json") {
+      options.json = true;
+    } else if (arg == "--jobs" || arg == "-j") {
+      long long jobs = 0;
+      if (i + 1 >= argc || !ParseInt(argv[++i], jobs) || jobs < 1 || jobs > kMaxJobs) return false;
+      options.jobs = static_cast<int>(jobs);
+    } else if (arg.rfind("--jobs=", 0) == 0) {
+      long long jobs = 0;
+      if (!ParseInt(arg.substr(7), jobs) || jobs < 1 || jobs > kMaxJobs) return false;
+      options.jobs = static_cast<int>(jobs);
+    } else if (arg == "--help" || arg == "-h" || (arg.size() > 1 && arg[0] == '-' && arg != "-")) {
+      return false;
+    } else {
+      options.paths.push_back(arg);
+    }
+  }
+  return !options.paths.empty();
+}
+
+// Files in command-line order; each folder's files sorted, so runs are repeatable.
+std::vector<std::string> CollectFiles(const std::vector<std::string>& paths) {
+  std::vector<std::string> files;
+  for (const std::string& path : paths) {
+    std::error_code error;
+    if (fs::is_directory(path, error)) {
+      std::vector<std::string> found;
+      for (auto it = fs::recursive_directory_iterator(path, fs::directory_options::skip_permission_denied, error);
+           !error && it != fs::recursive_directory_iterator(); it.increment(error)) {
+        if (it->is_regular_file(error)) found.push_back(it->path().string());
+      }
+      std::sort(found.begin(), found.end());
+      files.insert(files.end(), found.begin(), found.end());
+    } else if (fs::is_regular_file(path, error)) {
+      files.push_back(path);
+    } else {
+      std::fprintf(stderr, "lumo analyse: %s: no such file or folder\n", path.c_str());
+    }
+  }
+  return files;
+}
+
+// JSON strings are UTF-8: bytes that are not become U+FFFD, so the line always parses.
+std::string JsonString(const std::string& text) {
+  std::string out = "\"";
+  for (size_t i = 0; i < text.size();) {
+    const unsigned char c = static_cast<unsigned char>(text[i]);
+    int length = c < 0x80 ? 1 : (c & 0xE0) == 0xC0 ? 2 : (c & 0xF0) == 0xE0 ? 3 : (c & 0xF8) == 0xF0 ? 4 : 0;
+    bool valid = length > 0 && i + static_cast<size_t>(length) <= text.size() && !(length == 2 && c < 0xC2);
+    for (int k = 1; valid && k < length; ++k) valid = (static_cast<unsigned char>(text[i + k]) & 0xC0) == 0x80;
+    if (!valid) {
+      out += "\\ufffd";
+      ++i;
+      continue;
+    }
+    if (c == '"' || c == '\\') out += '\\', out += static_cast<char>(c);
+    else if (c < 0x20) {
+      char escape[8];
+      std::snprintf(escape, sizeof escape, "\\u%04x", c);
+      out += escape;
+    } else {
+      out.append(text, i, static_cast<size_t>(length));
+    }
+    i += static_cast<size_t>(length);
+  }
+  return out + "\"";
+}
+
+std::string ResultLine(const std::string& path, const TrackAnalysis& r, int marks, bool json) {
+  const bool hasGain = r.gain != ZQGainAnalyzer::kNoGain;
+  const std::string key = r.key.known() ? KeyText(r.key) : "";
+  if (json) {
+    return "{\"path\":" + JsonString(path) + ",\"name\":" + JsonString(r.name) + ",\"bpm\":" + FormatFixed(r.bpm, 2) +
+           ",\"gain_db\":" + (hasGain ? FormatFixed(r.gain, 2) : std::string("null")) +
+           ",\"key\":" + JsonString(key) + ",\"keycode\":" +
+           JsonString(r.key.known() ? KeyCodeText(KeyCodeOf(r.key)) : "") +
+           ",\"pitch_key\":" + std::to_string(r.pitchKey) + ",\"duration_ms\":" + std::to_string(r.durationMs) +
+           ",\"beats\":" + std::to_string(marks) + ",\"stripe\":" + (r.stripeWritten ? "true" : "false") + "}";
+  }
+  char line[128];
+  std::snprintf(line, sizeof line, "%7s BPM  %9s  %-4s  ", FormatFixed(r.bpm, 2).c_str(),
+                hasGain ? (FormatFixed(r.gain, 2) + " dB").c_str() : "no gain", key.empty() ? "-" : key.c_str());
+  return line + path;
+}
+
+class Progress {
+ public:
+  explicit Progress(size_t total) : total_(total), start_(std::chrono::steady_clock::now()), shown_(isatty(2)) {}
+
+  void Draw(size_t done) {
+    if (!shown_) return;
+    const double elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - start_).count();
+    const double left = done ? elapsed / done * (total_ - done) : 0.0;
+    constexpr int kWidth = 30;
+    const int filled = total_ ? static_cast<int>(kWidth * done / total_) : kWidth;
+    std::string bar(static_cast<size_t>(filled), '=');
+    bar.resize(kWidth, ' ');
+    std::fprintf(stderr, "\r[%s] %zu/%zu files, %s left ", bar.c_str(), done, total_,
+                 done ? Clock(left).c_str() : "--:--");
+    std::fflush(stderr);
+  }
+  void Clear() {
+    if (shown_) std::fprintf(stderr, "\r%*s\r", 70, "");
+  }
+
+ private:
+  static std::string Clock(double seconds) {
+    const long s = std::lround(seconds);
+    char text[32];
+    std::snprintf(text, sizeof text, "%02ld:%02ld", s / 60, s % 60);
+    return text;
+  }
+  size_t total_;
+  std::chrono::steady_clock::time_point start_;
+  bool shown_;
+};
+
+}  // namespace
+
+int RunAnalyseCommand(int argc, char** argv) {
+  Options options;
+  if (!ParseOptions(argc, argv, options)) {
+    Usage();
+    return 2;
+  }
+  DataFolders folders = DataFolders::Compute();
+  if (!folders.Create()) {
+    std::fprintf(stderr, "lumo analyse: cannot create the data folder %s\n", folders.root.c_str());
+    return 1;
+  }
+  SetFolders(folders);
+  SetTraceLogFile(folders.root + "log.txt");
+  SetTraceQuiet(true);
+  SetStripesFolder(folders.stripes);
+  const std::string database = folders.database + "db.knx";
+  LoadSongDatabase(database);
+
+  const std::vector<std::string> files = CollectFiles(options.paths);
+  Progress progress(files.size());
+  std::mutex outputLock;
+  std::atomic<size_t> next{0};
+  size_t done = 0, analysed = 0, skipped = 0;
+  progress.Draw(0);
+
+  auto work = [&] {
+    CTrackAnalyzer analyzer;
+    for (size_t i; (i = next.fetch_add(1)) < files.size();) {
+      TrackAnalysis result;
+      const AnalysisOutcome outcome = analyzer.Analyze(files[i], result);
+      int marks = 0;
+      for (float v : analyzer.stripe()) marks += IsMarked(v);
+      std::lock_guard guard(outputLock);
+      ++done;
+      if (outcome == AnalysisOutcome::kDone) {
+        ++analysed;
+        progress.Clear();
+        std::printf("%s\n", ResultLine(files[i], result, marks, options.json).c_str());
+        std::fflush(stdout);
+      } else {
+        ++skipped;
+        TraceLine("analyse: %s %s", files[i].c_str(),
+                  outcome == AnalysisOutcome::kTooLong ? "is longer than 20 minutes" : "cannot be decoded");
+      }
+      progress.Draw(done);
+    }
+  };
+  const int jobs = std::min<int>(options.jobs, static_cast<int>(std::max<size_t>(files.size(), 1)));
+  std::vector<std::thread> workers;
+  for (int j = 1; j < jobs; ++j) workers.emplace_back(work);
+  work();
+  for (auto& worker : workers) worker.join();
+  progress.Clear();
+
+  const int saved = SaveSongDatabase(database);
+  if (!options.json) {
+    std::fprintf(stderr, "lumo analyse: %zu analysed, %zu skipped (not decodable or over 20 minutes)\n", analysed,
+                 skipped);
+  }
+  if (!saved) {
+    std::fprintf(stderr, "lumo analyse: cannot write %s\n", database.c_str());
+    return 1;
+  }
+  return analysed > 0 || files.empty() ? 0 : 1;
+}
