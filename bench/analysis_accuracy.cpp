@@ -64,20 +64,20 @@ int main(int argc, char** argv) {
               "truth", "mirex", "step", "bpm-tools", "sstretch");
   const auto suite = SyntheticSuite(tracks, seconds);
   for (size_t i = 0; i < suite.size(); ++i) {
-    const SyntheticSpec& spec = suite[i];
-    SyntheticTrack track = MakeSyntheticTrack(spec);
+    const SyntheticRecipe& recipe = suite[i];
+    SyntheticTrack track = MakeSyntheticTrack(recipe);
     const std::string wav = folder + "track" + std::to_string(i) + ".wav";
     WriteWav(wav, track.stereo);
     CTrackAnalyzer analyzer;
     TrackAnalysis result;
     analyzer.Analyze(wav, result);
-    const double truth = spec.bpm;
+    const double truth = recipe.bpm;
     const bool exact = BpmMatches(result.bpm, truth, 0.2, false) ||
-                       (spec.secondBpm > 0 && BpmMatches(result.bpm, spec.secondBpm, 0.2, false));
+                       (recipe.secondBpm > 0 && BpmMatches(result.bpm, recipe.secondBpm, 0.2, false));
     const bool octave = exact || BpmMatches(result.bpm, truth, 0.2, true) ||
-                        (spec.secondBpm > 0 && BpmMatches(result.bpm, spec.secondBpm, 0.2, true));
-    const double beats = BeatMarkHitRate(analyzer.stripe(), track.beatTimes, spec.seconds, 10.0);
-    const double mirex = MirexKeyScore(result.key, spec.keyRoot, spec.minor);
+                        (recipe.secondBpm > 0 && BpmMatches(result.bpm, recipe.secondBpm, 0.2, true));
+    const double beats = BeatMarkHitRate(analyzer.stripe(), track.beatTimes, recipe.seconds, 10.0);
+    const double mirex = MirexKeyScore(result.key, recipe.keyRoot, recipe.minor);
     bpmExact += exact, bpmOctave += octave, keyExact += mirex == 1.0;
     beatSum += beats, mirexSum += mirex;
     double tools[2] = {0.0, 0.0};
@@ -86,15 +86,15 @@ int main(int argc, char** argv) {
       // The same rule for every detector: a track with a step may be read at either tempo.
       for (int k = 0; k < 2; ++k) {
         othersExact[k] += BpmMatches(tools[k], truth, 0.2, false) ||
-                          (spec.secondBpm > 0 && BpmMatches(tools[k], spec.secondBpm, 0.2, false));
+                          (recipe.secondBpm > 0 && BpmMatches(tools[k], recipe.secondBpm, 0.2, false));
         othersOctave[k] += BpmMatches(tools[k], truth, 0.2, true) ||
-                           (spec.secondBpm > 0 && BpmMatches(tools[k], spec.secondBpm, 0.2, true));
+                           (recipe.secondBpm > 0 && BpmMatches(tools[k], recipe.secondBpm, 0.2, true));
       }
     }
-    const ZQKey truthKey = MakeKey(static_cast<float>(spec.keyRoot), spec.minor ? kAeolian : kIonian);
+    const ZQKey truthKey = MakeKey(static_cast<float>(recipe.keyRoot), recipe.minor ? kAeolian : kIonian);
     std::printf("%-4zu %7.2f %7.2f %5.0f%% %5.1f %8s %6s %6.1f %6s %8.2f %8.2f\n", i, truth, result.bpm,
                 beats * 100.0, MeanMarkOffsetMs(analyzer.stripe(), track.beatTimes), KeyText(result.key).c_str(),
-                KeyText(truthKey).c_str(), mirex, spec.secondBpm > 0 ? "yes" : "", tools[0], tools[1]);
+                KeyText(truthKey).c_str(), mirex, recipe.secondBpm > 0 ? "yes" : "", tools[0], tools[1]);
     std::fflush(stdout);
     std::remove(wav.c_str());
   }

@@ -31,10 +31,10 @@ struct Fixture {
     std::filesystem::create_directories(folder + "/Stripes");
     SetStripesFolder(folder + "/Stripes/");
     LoadSongDatabase(folder + "/db.knx");
-    SyntheticSpec spec;
-    spec.bpm = 126.0;
-    spec.seconds = kTrackSeconds;
-    track = MakeSyntheticTrack(spec);
+    SyntheticRecipe recipe;
+    recipe.bpm = 126.0;
+    recipe.seconds = kTrackSeconds;
+    track = MakeSyntheticTrack(recipe);
     WriteWav(wav, track.stereo);
     std::system(("lame --quiet -b 192 \"" + wav + "\" \"" + mp3 + "\"").c_str());
   }

@@ -1,5 +1,8 @@
 #include "app/Engine.h"
 
+#include "analysis/DeckStripeAnalysis.h"
+#include "analysis/FileWorker.h"
+#include "analysis/StripeFile.h"
 #include "app/DataFolders.h"
 #include "app/base/Trace.h"
 #include "audio/FaderLaw.h"
@@ -8,6 +11,7 @@
 #include "audio/MixerChannel.h"
 #include "audio/devices/OutputLayer.h"
 #include "deck/SoundSource.h"
+#include "library/SongDatabase.h"
 
 EngineObjects g_engine;
 
@@ -19,6 +23,8 @@ constexpr int kDeckMonitorPosition = 110;
 constexpr int kMicPanel = 5;
 constexpr int kMasterPanel = 6;
 
+std::string DatabasePath() { return Folders().database + "db.knx"; }
+
 }  // namespace
 
 bool EngineInitFolders(std::string* message) {
@@ -29,6 +35,13 @@ bool EngineInitFolders(std::string* message) {
   if (!created && message) *message = kCannotCreateDataFolder;
   return created;
 }
+
+void EngineLoadLibrary() {
+  SetStripesFolder(Folders().stripes);
+  LoadSongDatabase(DatabasePath());
+}
+
+void EngineSaveLibrary() { SaveSongDatabase(DatabasePath()); }
 
 void EngineCreateAudioObjects() {
   const std::string& root = Folders().root;
@@ -57,12 +70,24 @@ int EngineEnumerateDevices() { return EnumerateOutputDevices(); }
 
 void EngineOpenOutputs() { OpenAudioOutputs(0, 0); }
 
-void EngineStartThreads() {
-  // The application threads (tick poster, deck service, file worker) start here, last, once
-  // everything they reach exists.
+void EngineCreateAnalysis() {
+  for (int d = 0; d < kDeckCount; ++d) {
+    g_engine.deckAnalysis[d] = new CDeckStripeAnalysis;
+    EngineSetDeckAnalysis(d, g_engine.deckAnalysis[d]);
+  }
+  g_engine.fileWorker = new CFileWorker(nullptr, nullptr);
 }
 
-void EngineStopThreads() {}
+void EngineStartThreads() {
+  // The application threads start last, once everything they reach exists. The tick poster
+  // and the deck service join the file worker here.
+  if (g_engine.fileWorker) g_engine.fileWorker->Start();
+}
+
+void EngineStopThreads() {
+  delete g_engine.fileWorker;  // stops its thread first
+  g_engine.fileWorker = nullptr;
+}
 
 void EngineCloseOutputs() { CloseAudioOutputs(1); }
 
@@ -81,6 +106,10 @@ void EngineDeleteAudioObjects() {
   for (auto*& deck : g_engine.decks) {
     delete deck;
     deck = nullptr;
+  }
+  for (auto*& analysis : g_engine.deckAnalysis) {
+    delete analysis;
+    analysis = nullptr;
   }
 }
 

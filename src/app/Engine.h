@@ -12,6 +12,7 @@ class CSoundSource;
 class CZQMixer;
 class CZQMixerChannel;
 class CDeckAnalysis;
+class CFileWorker;
 
 constexpr int kDeckCount = 4;
 
@@ -21,6 +22,8 @@ struct EngineObjects {
   CZQMixerChannel* micChannel = nullptr;
   CZQMixerChannel* masterChannel = nullptr;
   CZQMixer* mixer = nullptr;
+  CDeckAnalysis* deckAnalysis[kDeckCount] = {};
+  CFileWorker* fileWorker = nullptr;
 };
 extern EngineObjects g_engine;
 
@@ -28,6 +31,9 @@ extern EngineObjects g_engine;
 // Folders: computes and creates the data root and its sub-folders and opens log.txt there.
 // Returns false and fills `message` when the data root cannot be created; the program goes on.
 bool EngineInitFolders(std::string* message);
+// Loads the song database (db.knx, or its backup when it is damaged) and sets where stripe
+// files live.
+void EngineLoadLibrary();
 // Creates decks, channels and the mixer, and wires the mixer's slots.
 void EngineCreateAudioObjects();
 // Enumerates output devices; returns how many exist (0: the caller shows the "no output
@@ -35,13 +41,18 @@ void EngineCreateAudioObjects();
 int EngineEnumerateDevices();
 // Opens the outputs chosen in the settings.
 void EngineOpenOutputs();
+// Gives every deck its analysis port and creates the background file worker (not started).
+void EngineCreateAnalysis();
 // Starts the application threads (tick poster, deck service, file worker) once they exist.
 void EngineStartThreads();
 
-// Close, in order.
+// Close, in order. Stopping the threads deletes the file worker; the decks' analysis ports go
+// with the decks, after their loader threads have stopped.
 void EngineStopThreads();
 void EngineCloseOutputs();
 void EngineDeleteAudioObjects();
+// Writes db.knx (the old file kept as db.knx.bak).
+void EngineSaveLibrary();
 
 // Gives each deck its analysis port (null: none).
 void EngineSetDeckAnalysis(int deck, CDeckAnalysis* analysis);

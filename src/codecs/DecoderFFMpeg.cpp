@@ -24,7 +24,9 @@ std::atomic<int> instances{0};
 
 bool TakesExtension(const std::string& path) {
   const std::string lower = ToLowerAscii(path);
-  for (const char* ext : {".mp3", ".m3e", ".aac", ".ogg", ".flac"}) {
+  // ".wav" too: this decoder is last in the chain, so it only sees the WAV files the WAV
+  // reader left to it (the extensible format that 24-bit and multichannel files use).
+  for (const char* ext : {".mp3", ".m3e", ".aac", ".ogg", ".flac", ".wav"}) {
     if (EndsWith(lower, ext)) return true;
   }
   return false;

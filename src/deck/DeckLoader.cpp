@@ -67,12 +67,13 @@ void CSoundSource::PauseForRender(int ms) {
 void CSoundSource::UnloadTrack() {
   loopActive.store(0, std::memory_order_relaxed);
   bool hadTrack = fileOpen.load(std::memory_order_acquire) != 0;
-  if (hadTrack && analysis_) analysis_->SaveStripes(*this);
-  fileOpen.store(0, std::memory_order_release);
+  // A running analysis finishes (or gives up, seeing the load) before its results are saved.
   if (analysisThread_) {
     analysisThread_->Wait(30000);
     analysisThread_.reset();
   }
+  if (hadTrack && analysis_) analysis_->SaveStripes(*this);
+  fileOpen.store(0, std::memory_order_release);
   codec_->close();
   memory.Reset(0, false);
   lengthFrames.store(0, std::memory_order_release);

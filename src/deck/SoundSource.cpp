@@ -28,6 +28,9 @@ CSoundSource::~CSoundSource() {
   loaderThread_->Stop();
   if (analysisThread_) analysisThread_->Wait(30000);
   analysisThread_.reset();
+  // What was analysed during the session is kept: the track still loaded at close is saved
+  // as an unload would save it. Its analysis port outlives the deck.
+  if (fileOpen.load(std::memory_order_acquire) && analysis_) analysis_->SaveStripes(*this);
   fileOpen.store(0, std::memory_order_release);
   memory.FreeAll();
   codec_->close();

@@ -54,11 +54,11 @@ class DeckStripeAnalysisTest : public ::testing::Test {
 };
 
 TEST_F(DeckStripeAnalysisTest, ADeckAnalysesANewTrackAndTheNextLoadReadsTheStripe) {
-  SyntheticSpec spec;
-  spec.bpm = 124.0;
-  spec.seconds = 40.0;
+  SyntheticRecipe recipe;
+  recipe.bpm = 124.0;
+  recipe.seconds = 40.0;
   const std::string path = folder.File("deck song.wav");
-  ASSERT_TRUE(WriteWav(path, MakeSyntheticTrack(spec).stereo));
+  ASSERT_TRUE(WriteWav(path, MakeSyntheticTrack(recipe).stereo));
 
   Load(path);
   ASSERT_TRUE(LoadedAndAnalysed());
@@ -82,10 +82,10 @@ TEST_F(DeckStripeAnalysisTest, ADeckAnalysesANewTrackAndTheNextLoadReadsTheStrip
 }
 
 TEST_F(DeckStripeAnalysisTest, WindowEstimateReadsTenSecondsWithoutTouchingTheDeckStripe) {
-  SyntheticSpec spec;
-  spec.bpm = 100.0;
-  spec.seconds = 10.0;
-  const SyntheticTrack track = MakeSyntheticTrack(spec);
+  SyntheticRecipe recipe;
+  recipe.bpm = 100.0;
+  recipe.seconds = 10.0;
+  const SyntheticTrack track = MakeSyntheticTrack(recipe);
   std::vector<float> window(4410);
   const std::string path = folder.File("window.wav");
   ASSERT_TRUE(WriteWav(path, track.stereo));

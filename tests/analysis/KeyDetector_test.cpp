@@ -11,11 +11,11 @@ namespace {
 
 TEST(KeyDetector, FindsTheKeyOfACadenceFromAFileAndFromAStreamInAnyPieces) {
   TempFolder folder;
-  SyntheticSpec spec;
-  spec.seconds = 20.0;
-  spec.keyRoot = 3;  // C
-  spec.minor = false;
-  const SyntheticTrack track = MakeSyntheticTrack(spec);
+  SyntheticRecipe recipe;
+  recipe.seconds = 20.0;
+  recipe.keyRoot = 3;  // C
+  recipe.minor = false;
+  const SyntheticTrack track = MakeSyntheticTrack(recipe);
   const std::string path = folder.File("c major.wav");
   ASSERT_TRUE(WriteWav(path, track.stereo));
   const auto fromFile = DetectKey(path.c_str());
@@ -26,7 +26,7 @@ TEST(KeyDetector, FindsTheKeyOfACadenceFromAFileAndFromAStreamInAnyPieces) {
 
   // Blocks are cut where the detector wants them, whatever pieces the caller feeds.
   ZQKeyDetector detector;
-  detector.Start(44100, spec.seconds);
+  detector.Start(44100, recipe.seconds);
   const int frames = static_cast<int>(track.stereo.size() / 2);
   for (int at = 0, piece = 1; at < frames; at += piece, piece = piece * 3 % 10007 + 1) {
     detector.FeedSamples(track.stereo.data() + 2 * at, std::min(piece, frames - at), 2);

@@ -45,9 +45,9 @@ TEST_F(StripeFileTest, SizesFollowTheStartedSecond) {
 }
 
 TEST_F(StripeFileTest, AnalysisWritesAStripeOfEveryStartedSecondAndUpdatesTheRecord) {
-  SyntheticSpec spec;
-  spec.seconds = 10.0;
-  SyntheticTrack track = MakeSyntheticTrack(spec);
+  SyntheticRecipe recipe;
+  recipe.seconds = 10.0;
+  SyntheticTrack track = MakeSyntheticTrack(recipe);
   track.stereo.resize(441001 * 2, 0);
   const std::string song = PathOf("Ten seconds.wav");
   ASSERT_TRUE(WriteWav(song, track.stereo));
@@ -109,10 +109,10 @@ TEST_F(StripeFileTest, LoadStripesRefusesWhatIsNotAnalysedAndAcceptsAShortFile) 
 }
 
 TEST_F(StripeFileTest, FileWorkerSkipsWhatIsDoneAndGoneAndAnalysesTheRest) {
-  SyntheticSpec spec;
-  spec.seconds = 20.0;
+  SyntheticRecipe recipe;
+  recipe.seconds = 20.0;
   const std::string song = PathOf("queued.wav");
-  ASSERT_TRUE(WriteWav(song, MakeSyntheticTrack(spec).stereo));
+  ASSERT_TRUE(WriteWav(song, MakeSyntheticTrack(recipe).stereo));
   std::vector<std::string> shown;
   int finished = 0;
   CFileWorker worker([&](size_t, const std::string& path) { shown.push_back(path); },

@@ -18,25 +18,25 @@ TEST_F(SyntheticSuiteTest, TempoBeatsAndKeyOfThirtyTracks) {
   double keyScore = 0.0;
   CTrackAnalyzer analyzer;
   for (size_t i = 0; i < suite.size(); ++i) {
-    const SyntheticSpec& spec = suite[i];
-    const SyntheticTrack track = MakeSyntheticTrack(spec);
+    const SyntheticRecipe& recipe = suite[i];
+    const SyntheticTrack track = MakeSyntheticTrack(recipe);
     const std::string path = PathOf("suite" + std::to_string(i) + ".wav");
     ASSERT_TRUE(WriteWav(path, track.stereo));
     TrackAnalysis result;
     ASSERT_EQ(analyzer.Analyze(path, result), AnalysisOutcome::kDone);
     std::filesystem::remove(path);
 
-    octaveTolerant += BpmMatches(result.bpm, spec.bpm, 0.2, true) ||
-                      (spec.secondBpm > 0 && BpmMatches(result.bpm, spec.secondBpm, 0.2, true));
-    keyScore += MirexKeyScore(result.key, spec.keyRoot, spec.minor);
+    octaveTolerant += BpmMatches(result.bpm, recipe.bpm, 0.2, true) ||
+                      (recipe.secondBpm > 0 && BpmMatches(result.bpm, recipe.secondBpm, 0.2, true));
+    keyScore += MirexKeyScore(result.key, recipe.keyRoot, recipe.minor);
     // The search covers 76 to 150 BPM: a steady track inside it must come out within 0.2 BPM,
     // with a mark within 10 ms of nearly every beat.
-    if (spec.secondBpm == 0 && spec.bpm >= 76 && spec.bpm <= 150) {
+    if (recipe.secondBpm == 0 && recipe.bpm >= 76 && recipe.bpm <= 150) {
       ++inRange;
-      const bool exact = BpmMatches(result.bpm, spec.bpm, 0.2, false);
+      const bool exact = BpmMatches(result.bpm, recipe.bpm, 0.2, false);
       inRangeExact += exact;
-      EXPECT_TRUE(exact) << "track " << i << ": " << result.bpm << " for " << spec.bpm;
-      EXPECT_GE(BeatMarkHitRate(analyzer.stripe(), track.beatTimes, spec.seconds, 10.0), 0.9) << "track " << i;
+      EXPECT_TRUE(exact) << "track " << i << ": " << result.bpm << " for " << recipe.bpm;
+      EXPECT_GE(BeatMarkHitRate(analyzer.stripe(), track.beatTimes, recipe.seconds, 10.0), 0.9) << "track " << i;
     }
   }
   EXPECT_EQ(inRangeExact, inRange);

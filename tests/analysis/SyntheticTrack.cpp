@@ -1,5 +1,9 @@
 #include "SyntheticTrack.h"
 
+#include <stdexcept>
+
+#include "support/TestFiles.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -49,31 +53,31 @@ void AddTone(std::vector<float>& mix, double at, double length, double hz, doubl
 
 }  // namespace
 
-SyntheticTrack MakeSyntheticTrack(const SyntheticSpec& spec) {
+SyntheticTrack MakeSyntheticTrack(const SyntheticRecipe& recipe) {
   SyntheticTrack track;
-  std::mt19937 random(spec.seed);
-  const size_t frames = static_cast<size_t>(spec.seconds * kRate);
+  std::mt19937 random(recipe.seed);
+  const size_t frames = static_cast<size_t>(recipe.seconds * kRate);
   std::vector<float> mix(frames, 0.0f);
 
   // Beats: the first half at bpm, then (with a step) at secondBpm.
   double t = 0.5;
-  while (t < spec.seconds - 0.5) {
+  while (t < recipe.seconds - 0.5) {
     track.beatTimes.push_back(t);
-    const double bpm = (spec.secondBpm > 0 && t >= spec.seconds / 2) ? spec.secondBpm : spec.bpm;
+    const double bpm = (recipe.secondBpm > 0 && t >= recipe.seconds / 2) ? recipe.secondBpm : recipe.bpm;
     t += 60.0 / bpm;
   }
   // A cadence of four chords, one per bar: I IV V I in major, i iv V i in minor.
   const int degrees[4] = {0, 5, 7, 0};
   for (size_t b = 0; b < track.beatTimes.size(); ++b) {
     const double at = track.beatTimes[b];
-    const double beat = b + 1 < track.beatTimes.size() ? track.beatTimes[b + 1] - at : 60.0 / spec.bpm;
+    const double beat = b + 1 < track.beatTimes.size() ? track.beatTimes[b + 1] - at : 60.0 / recipe.bpm;
     AddKick(mix, at);
-    AddHat(mix, at + beat * 0.5 * (1.0 + spec.swing), random);
+    AddHat(mix, at + beat * 0.5 * (1.0 + recipe.swing), random);
     const int chord = degrees[(b / 4) % 4];
-    const int root = spec.keyRoot + chord;
+    const int root = recipe.keyRoot + chord;
     AddTone(mix, at + beat * 0.5, beat * 0.45, NoteHz(root), 0.18, 4);  // bass on the off-beat
     if (b % 4 == 0) {
-      const bool minorChord = spec.minor && chord != 7;
+      const bool minorChord = recipe.minor && chord != 7;
       const double bar = beat * 4;
       for (int interval : {0, minorChord ? 3 : 4, 7}) {
         AddTone(mix, at, bar * 0.98, NoteHz(root + interval + 24), 0.05, 3);
@@ -83,7 +87,7 @@ SyntheticTrack MakeSyntheticTrack(const SyntheticSpec& spec) {
   }
   track.stereo.resize(frames * 2);
   for (size_t i = 0; i < frames; ++i) {
-    const float v = std::clamp(mix[i] * static_cast<float>(spec.level), -1.0f, 1.0f);
+    const float v = std::clamp(mix[i] * static_cast<float>(recipe.level), -1.0f, 1.0f);
     const short s = static_cast<short>(std::lround(v * 32767.0f));
     track.stereo[2 * i] = track.stereo[2 * i + 1] = s;
   }
@@ -91,34 +95,27 @@ SyntheticTrack MakeSyntheticTrack(const SyntheticSpec& spec) {
 }
 
 bool WriteWav(const std::string& path, const std::vector<short>& stereo) {
-  FILE* file = std::fopen(path.c_str(), "wb");
-  if (!file) return false;
-  const uint32_t dataBytes = static_cast<uint32_t>(stereo.size() * 2);
-  auto put32 = [&](uint32_t v) { std::fwrite(&v, 4, 1, file); };
-  auto put16 = [&](uint16_t v) { std::fwrite(&v, 2, 1, file); };
-  std::fwrite("RIFF", 1, 4, file);
-  put32(36 + dataBytes);
-  std::fwrite("WAVEfmt ", 1, 8, file);
-  put32(16), put16(1), put16(2), put32(kRate), put32(kRate * 4), put16(4), put16(16);
-  std::fwrite("data", 1, 4, file);
-  put32(dataBytes);
-  const bool ok = std::fwrite(stereo.data(), 2, stereo.size(), file) == stereo.size();
-  return std::fclose(file) == 0 && ok;
+  try {
+    WriteStereo16(path, stereo);
+    return true;
+  } catch (const std::exception&) {
+    return false;
+  }
 }
 
-std::vector<SyntheticSpec> SyntheticSuite(int count, double seconds) {
-  std::vector<SyntheticSpec> suite;
+std::vector<SyntheticRecipe> SyntheticSuite(int count, double seconds) {
+  std::vector<SyntheticRecipe> suite;
   for (int i = 0; i < count; ++i) {
-    SyntheticSpec spec;
-    spec.bpm = 70.0 + (110.0 * i) / std::max(count - 1, 1);
-    spec.bpm = std::round(spec.bpm * 10.0) / 10.0;
-    spec.seconds = seconds > 0 ? seconds : 60.0 + (i * 41) % 121;
-    spec.keyRoot = (i * 7) % 12;
-    spec.minor = i % 2 == 1;
-    spec.swing = i % 5 == 2 ? 0.33 : 0.0;
-    if (i % 7 == 3) spec.secondBpm = spec.bpm + 4.0;
-    spec.seed = 1000u + static_cast<unsigned>(i);
-    suite.push_back(spec);
+    SyntheticRecipe recipe;
+    recipe.bpm = 70.0 + (110.0 * i) / std::max(count - 1, 1);
+    recipe.bpm = std::round(recipe.bpm * 10.0) / 10.0;
+    recipe.seconds = seconds > 0 ? seconds : 60.0 + (i * 41) % 121;
+    recipe.keyRoot = (i * 7) % 12;
+    recipe.minor = i % 2 == 1;
+    recipe.swing = i % 5 == 2 ? 0.33 : 0.0;
+    if (i % 7 == 3) recipe.secondBpm = recipe.bpm + 4.0;
+    recipe.seed = 1000u + static_cast<unsigned>(i);
+    suite.push_back(recipe);
   }
   return suite;
 }

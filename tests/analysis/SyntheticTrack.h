@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-struct SyntheticSpec {
+struct SyntheticRecipe {
   double bpm = 120.0;
   double secondBpm = 0.0;  // tempo after the step half-way through; 0 for none
   double seconds = 60.0;
@@ -22,9 +22,9 @@ struct SyntheticTrack {
   std::vector<double> beatTimes;  // seconds
 };
 
-SyntheticTrack MakeSyntheticTrack(const SyntheticSpec& spec);
+SyntheticTrack MakeSyntheticTrack(const SyntheticRecipe& recipe);
 // A 16-bit stereo 44100 Hz WAV file.
 bool WriteWav(const std::string& path, const std::vector<short>& stereo);
 // The suite used for accuracy figures: count tracks spread over 70..180 BPM, keys and styles,
 // each seconds long, or 60 to 180 seconds by track when seconds is 0.
-std::vector<SyntheticSpec> SyntheticSuite(int count, double seconds);
+std::vector<SyntheticRecipe> SyntheticSuite(int count, double seconds);

@@ -28,11 +28,11 @@ def badge(skin, x, y, size, deck):
     skin.text(bx, by, size, size, DECK_LETTERS[deck], "#101114", size * 0.7)
 
 
-def row_of_buttons(skin, x, y, w, h, specs, deck=None, gap=3):
-    """specs: (action, label, lit, switch, colour) tuples laid out evenly."""
-    n = len(specs)
+def row_of_buttons(skin, x, y, w, h, recipes, deck=None, gap=3):
+    """recipes: (action, label, lit, switch, colour) tuples laid out evenly."""
+    n = len(recipes)
     bw = (w - gap * (n - 1)) / float(n)
-    for i, (action, label, lit, switch, colour) in enumerate(specs):
+    for i, (action, label, lit, switch, colour) in enumerate(recipes):
         bx = int(round(x + i * (bw + gap)))
         nx = int(round(x + (i + 1) * (bw + gap) - gap))
         skin.button(action, bx, y, nx - bx, h, label, deck, lit, switch, colour)
@@ -55,12 +55,12 @@ def top_bar(skin, gap):
     row_of_buttons(skin, x, s(7), s(100), bh, [("onair", "ON AIR", "rec", True, None),
                                                ("talkover", "TALK", "cue", True, None)])
     # Window buttons at the right edge, the CPU meter before them.
-    specs = [("learn", "LEARN", "cue", True, None, s(50)), ("cfg", "SETUP", "plain", False, None, s(50)),
+    recipes = [("learn", "LEARN", "cue", True, None, s(50)), ("cfg", "SETUP", "plain", False, None, s(50)),
              ("minimize", "_", "plain", False, None, s(24)), ("maximize", "[ ]", "plain", False, None, s(24)),
              ("close", "X", "kill", False, None, s(24))]
-    right = W - gap - sum(spec[5] for spec in specs) - 3 * (len(specs) - 1)
+    right = W - gap - sum(recipe[5] for recipe in recipes) - 3 * (len(recipes) - 1)
     x = right
-    for action, label, lit, switch, colour, w in specs:
+    for action, label, lit, switch, colour, w in recipes:
         skin.button(action, x, s(7), w, bh, label, None, lit, switch, colour)
         x += w + 3
     skin.meter("vm_cpu", right - gap - s(30), s(12), s(30), h - s(24), horizontal=True)
@@ -240,12 +240,12 @@ def library_toolbar(skin, x, y, w, h):
     skin.screen("editarea", "et_search", x, y, search_w, h, backcolor=SCREEN, fontcolor=TEXT, fontsize=1)
     skin.text(x + 6, y, search_w, h, "Search...", "#4c525e", s(10), bold=False, align="left")
     x += search_w + 6
-    specs = [("add", "ADD", "plain", False, None), ("add_dir", "FOLDER", "plain", False, None),
+    recipes = [("add", "ADD", "plain", False, None), ("add_dir", "FOLDER", "plain", False, None),
              ("remove", "REMOVE", "plain", False, None), ("clear", "CLEAR", "plain", False, None),
              ("shuffle", "SHUFFLE", "plain", False, None), ("ss_preview", "PREVIEW", "cue", True, None)]
     bw = s(62)
-    row_of_buttons(skin, x, y, len(specs) * (bw + 3) - 3, h, specs)
-    x += len(specs) * (bw + 3) + 6
+    row_of_buttons(skin, x, y, len(recipes) * (bw + 3) - 3, h, recipes)
+    x += len(recipes) * (bw + 3) + 6
     skin.knob("preview", x, y, h)
     x += h + 10
     row_of_buttons(skin, x, y, s(140) + 3, h, [("autodj", "AUTO-MIX", "play", True, None),

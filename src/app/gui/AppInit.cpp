@@ -74,6 +74,9 @@ bool AppInit(ZQMainWindow* main) {
     return false;
   }
 
+  // Step 8: the song database.
+  EngineLoadLibrary();
+
   // Step 10: every catalogue control exists, hidden, before anything is tied to it.
   CreateCatalogueControls(main);
   ApplyLabelTexts();
@@ -92,8 +95,9 @@ bool AppInit(ZQMainWindow* main) {
   ListSkins(Folders().skins, nullptr, "");
   int skin = PickSkin(display, "");
 
-  // Step 23: outputs open before the skin exists.
+  // Step 23: outputs open before the skin exists; then the analysis objects.
   EngineOpenOutputs();
+  EngineCreateAnalysis();
 
   // Step 24.
   if (skin >= 0) LoadSkin(SkinTable()[skin].xmlPath, main);
@@ -114,5 +118,6 @@ void AppClose() {
   EngineCloseOutputs();
   ReleaseSkinObjects();
   EngineDeleteAudioObjects();
+  EngineSaveLibrary();
   TraceLine("closed");
 }
