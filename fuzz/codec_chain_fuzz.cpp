@@ -15,8 +15,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::vector<short> pcm(2 * 88200);
   std::vector<float> floats(2 * 88200);
   int length = std::max(format.frames, 1);
-  for (int position : {0, length / 2, length - 1, length + 100}) {
-    chain.read16(pcm.data(), 88200, position);
+  chain.read16(pcm.data(), 88200, 0);  // the largest read the chain was sized for
+  for (int position : {length / 2, length - 1, length + 100}) {
     chain.read16(pcm.data(), 256, position);
     chain.readFloat(floats.data(), 4410, position);
   }
