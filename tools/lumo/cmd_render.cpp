@@ -11,19 +11,13 @@
 #include "LumoSession.h"
 #include "app/base/NumberText.h"
 #include "audio/OfflineOutput.h"
+#include "audio/SampleConversions.h"
 #include "codecs/DecoderWAV.h"
 #include "deck/SoundSource.h"
 
 namespace {
 
 constexpr int kDefaultBlockFrames = 360;
-
-// The 16-bit output stage: times 32000, round to nearest, clip.
-void ToInt16(const float* in, short* out, int samples) {
-  for (int i = 0; i < samples; ++i) {
-    out[i] = static_cast<short>(std::clamp(std::lround(in[i] * 32000.0f), -32768L, 32767L));
-  }
-}
 
 }  // namespace
 
@@ -60,7 +54,7 @@ int RunRenderCommand(int argc, char** argv) {
     if (asFloat) {
       writer.write(mix.data(), static_cast<int>(block));
     } else {
-      ToInt16(mix.data(), pcm.data(), static_cast<int>(2 * block));
+      DeviceInt16FromFloat(mix.data(), pcm.data(), static_cast<int>(2 * block));  // the 16-bit output stage
       writer.write(pcm.data(), static_cast<int>(block));
     }
     rendered += block;
