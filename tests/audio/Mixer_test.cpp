@@ -130,13 +130,6 @@ TEST(Mixer, ExternalModeRoutesDecksAuxAndIgnoresThePreviewSlot) {
   EXPECT_FLOAT_EQ(aux[0], 0.05f) << "samplers only; the preview slot goes nowhere";
 }
 
-TEST(Mixer, RefusesASeventeenthSource) {
-  ConstantSource a(0, 0);
-  CZQMixer mixer(kFrames);
-  for (int i = 0; i < 16; ++i) EXPECT_EQ(mixer.AddSource(&a), i);
-  EXPECT_EQ(mixer.AddSource(&a), -1);
-}
-
 TEST(MixerChannel, TakesANewSourceOnlyAtTheStartOfABlock) {
   ConstantSource first(0.5f, 0.5f), second(-0.5f, -0.5f);
   CZQMixerChannel channel(&first, 1, false);

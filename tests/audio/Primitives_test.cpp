@@ -80,12 +80,6 @@ TEST(PeriodicThread, AWakeDuringTheFunctionIsNotLost) {
   EXPECT_EQ(counter.runs.load(), after) << "nothing runs after Stop";
 }
 
-TEST(PeriodicThread, RunsOnItsPeriodWithoutWakes) {
-  Counter counter;
-  CPeriodicThread thread(&Counter::Run, &counter, 0, 5, "test");
-  EXPECT_TRUE(WaitFor(counter.runs, 3));
-}
-
 TEST(PeriodicThread, ManualThreadsRunOnlyWhenSteppedAndDue) {
   SetThreadsManual(true);
   Counter counter;

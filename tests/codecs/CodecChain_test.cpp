@@ -140,12 +140,4 @@ TEST_F(CodecChainTest, OpenRules) {
   EXPECT_EQ(chain_.read16(read.data(), 500, 0), 0);
 }
 
-TEST(CodecChainCount, RateConversionOfCounts) {
-  EXPECT_EQ(CCodecChain::ConvertCount(22050, 44100, 22050), 44100);
-  EXPECT_EQ(CCodecChain::ConvertCount(1, 44100, 48000), 1);
-  EXPECT_EQ(CCodecChain::ConvertCount(0, 44100, 48000), 0);
-  EXPECT_EQ(CCodecChain::ConvertCount(100, 0, 48000), 0);
-  EXPECT_EQ(CCodecChain::ConvertCount(-5, 44100, 44100), 0);
-}
-
 }  // namespace
