@@ -74,10 +74,6 @@ void CZQMixer::SetCrossfaderSide(int left, int slot) {
   if (slot >= 0 && slot < kMaxSources) slots_[slot].side.store(left ? 0 : 1, std::memory_order_relaxed);
 }
 
-void CZQMixer::ClearCrossfaderSide(int slot) {
-  if (slot >= 0 && slot < kMaxSources) slots_[slot].side.store(-1, std::memory_order_relaxed);
-}
-
 void CZQMixer::SetCueGains(float cueGain, float masterInCueGain) {
   cueGain_.store(cueGain, std::memory_order_relaxed);
   masterInCueGain_.store(masterInCueGain, std::memory_order_relaxed);

@@ -42,7 +42,6 @@ class CZQMixer {
   void SetSourceFlatMonitor(int slot, int flat);
   // Non-zero `left` puts the slot on side 0, zero on side 1.
   void SetCrossfaderSide(int left, int slot);
-  void ClearCrossfaderSide(int slot);  // side -1: the crossfader does not touch it
   void SetCueGains(float cueGain, float masterInCueGain);
   void SetMasterGainLinear(float gain) { masterGain_.store(gain, std::memory_order_relaxed); }
   void SetMonitorGainLinear(float gain) { monitorGain_.store(gain, std::memory_order_relaxed); }

@@ -106,7 +106,6 @@ void CSoundSource::DoLoad() {
     statusCode.store(kStatusLoadFailed, std::memory_order_release);
     return;
   }
-  sourceFormat_ = codec_->sourceFormat();
   int length = std::min(format.frames, kMaxTrackBlocks * kTrackBlockFrames);
   if (length < 1) {
     TraceLine("deck %d: %s holds no audio", id_, path.c_str());

@@ -15,8 +15,9 @@ constexpr int kMaxSearchStepSeconds = 300;
 
 }  // namespace
 
-CSoundSource::CSoundSource(int id, const std::string& dataRoot)
-    : id_(id), dataRoot_(dataRoot), codec_(std::make_unique<CCodecChain>(id)) {
+// The data root would hold a swap file for blocks; blocks never leave memory, so it goes unused.
+CSoundSource::CSoundSource(int id, const std::string& /*dataRoot*/)
+    : id_(id), codec_(std::make_unique<CCodecChain>(id)) {
 
   std::string name = "deck loader " + std::to_string(id);
   loaderThread_ = std::make_unique<CPeriodicThread>(&CSoundSource::LoaderThreadEntry, this, 0,

@@ -107,7 +107,6 @@ class CSoundSource : public CAudioSignalSource {
   int TakeStatus() { return statusCode.exchange(0, std::memory_order_acq_rel); }
   std::string FilePath() const;
   int percentLoaded() const { return memory.percentLoaded(); }
-  const AudioFormat& SourceFormat() const { return sourceFormat_; }
 
   // Track.
   std::atomic<int> lengthFrames{0};
@@ -198,9 +197,7 @@ class CSoundSource : public CAudioSignalSource {
   static void LoaderThreadEntry(void* self);
 
   int id_;
-  std::string dataRoot_;
   std::unique_ptr<CCodecChain> codec_;
-  AudioFormat sourceFormat_{};
   CDeckAnalysis* analysis_ = nullptr;
   TransportCallback onTransport_ = nullptr;
   LoadedCallback onLoaded_ = nullptr;

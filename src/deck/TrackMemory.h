@@ -15,7 +15,8 @@
 #include "app/base/Realtime.h"
 #include "deck/TrackBlock.h"
 
-enum BlockState : int8_t { kBlockAbsent = 0, kBlockPresent = 1, kBlockSwapped = 2 };
+// Blocks are never swapped out to disk: a block is absent or present.
+enum BlockState : int8_t { kBlockAbsent = 0, kBlockPresent = 1 };
 
 class CTrackMemory {
  public:
@@ -53,7 +54,6 @@ class CTrackMemory {
   bool Present(int index) const;
   int blockCount() const { return blockCount_.load(std::memory_order_acquire); }
   bool streaming() const { return streaming_.load(std::memory_order_acquire); }
-  bool keepInRam() const { return true; }  // blocks are never swapped to disk
   int presentCount() const { return presentCount_.load(std::memory_order_relaxed); }
   // 100 when streaming, else the share of blocks present.
   int percentLoaded() const;

@@ -53,17 +53,6 @@ TEST(SkinAttributeList, NumbersSetAndCapacity) {
   }
 }
 
-TEST(SkinTemplates, DefaultsNameThemselves) {
-  for (int kind = 0; kind < kTemplateCount; ++kind) {
-    SkinAttributeList list = DefaultTemplate(kind);
-    EXPECT_EQ(list.GetString("action"), TemplateActionName(kind));
-    EXPECT_EQ(list.GetInt("graphics_mode"), 1);
-    EXPECT_EQ(TemplateKindOfAction(TemplateActionName(kind)), kind);
-  }
-  EXPECT_EQ(DefaultTemplate(kButtonTemplate).GetString("backcolorsel"), "#FF583F");
-  EXPECT_EQ(TemplateKindOfAction("button"), -1);
-}
-
 TEST(SkinXml, HeaderDefaultsAndBitmapChoice) {
   const char text[] = "<skin skinname='S' screenwidth='5' screenheight='768'><window name='main'/></skin>";
   SkinDocument doc = ParseSkinMemory(text, sizeof text - 1);
@@ -151,19 +140,6 @@ TEST(TwoDeckNames, RowsGiveNameAndDeck) {
     EXPECT_EQ(name, unchanged);
     EXPECT_EQ(deck, -1);
   }
-}
-
-TEST(KeyName, PrefixesNamesAndCharacters) {
-  EXPECT_EQ(KeyName(1, 0, ' '), "A");
-  EXPECT_EQ(KeyName(13, kModControl | kModControl2, ' '), "CTRL+Enter");
-  EXPECT_EQ(KeyName(340, kModAlt | kModShift | kModMeta, ' '), "ALT+SHIFT+CMD+F1");
-  EXPECT_EQ(KeyName(363, 0, ' '), "F24");
-  EXPECT_EQ(KeyName(193, 0, ' '), "Special01");
-  EXPECT_EQ(KeyName(333, 0, ' '), "N9");
-  EXPECT_EQ(KeyName(387, 0, ' '), "NMultiply");
-  EXPECT_EQ(KeyName(337, 0, ' '), "Substract");
-  EXPECT_EQ(KeyName('Q', 0, 'Q'), "Q");
-  EXPECT_EQ(KeyName(0, 0, 0xE9), "\xC3\xA9");
 }
 
 TEST(ScrollModel, ThumbAndOffsetsStayInTheTrack) {
