@@ -14,13 +14,23 @@ function(lumo_library name dir)
   endif()
 endfunction()
 
-# lumo_test(NAME LABEL SOURCES ... LIBS ...): one GoogleTest program registered with CTest,
-# one label per subsystem.
+# lumo_test(NAME LABEL [THREADED] SOURCES ... LIBS ...): one GoogleTest program registered
+# with CTest, one label per subsystem. THREADED adds the label "threaded": the program starts
+# threads or waits on time, so scripts/stress runs it again and again under load.
 function(lumo_test name label)
-  cmake_parse_arguments(T "" "" "SOURCES;LIBS" ${ARGN})
+  cmake_parse_arguments(T "THREADED" "" "SOURCES;LIBS" ${ARGN})
   add_executable(${name} ${T_SOURCES})
   target_link_libraries(${name} PRIVATE ${T_LIBS} GTest::gtest GTest::gtest_main)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   gtest_discover_tests(${name} PROPERTIES LABELS ${label} DISCOVERY_TIMEOUT 60)
+  if(T_THREADED)
+    # gtest_discover_tests cannot pass a list of labels, so a second file, read after the
+    # discovered tests, gives each of the program's tests both.
+    set(script ${CMAKE_CURRENT_BINARY_DIR}/${name}_threaded.cmake)
+    file(WRITE ${script} "foreach(t IN LISTS ${name}_TESTS)\n"
+                         "  set_tests_properties(\"\${t}\" PROPERTIES LABELS \"${label};threaded\")\n"
+                         "endforeach()\n")
+    set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${script})
+  endif()
 endfunction()

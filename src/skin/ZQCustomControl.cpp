@@ -189,14 +189,23 @@ void ZQCustomControl::DrawLearnOverlay(wxDC& dc) {
   dc.SetBrush(wxNullBrush);
 }
 
+int ControlEventButton(const wxMouseEvent& event) {
+  if (event.IsButton()) {
+    switch (event.GetButton()) {
+      case wxMOUSE_BTN_LEFT: return 1;
+      case wxMOUSE_BTN_MIDDLE: return 2;
+      case wxMOUSE_BTN_RIGHT: return 3;
+      default: return 0;
+    }
+  }
+  return event.LeftIsDown() ? 1 : event.MiddleIsDown() ? 2 : event.RightIsDown() ? 3 : 0;
+}
+
 void ZQCustomControl::OnMouse(wxMouseEvent& event) {
   ControlEvent e;
   e.x = event.GetX();
   e.y = event.GetY();
-  e.button = event.LeftIsDown() || event.Button(wxMOUSE_BTN_LEFT)       ? 1
-             : event.MiddleIsDown() || event.Button(wxMOUSE_BTN_MIDDLE) ? 2
-             : event.RightIsDown() || event.Button(wxMOUSE_BTN_RIGHT)   ? 3
-                                                                        : 0;
+  e.button = ControlEventButton(event);
   e.source = ModifierBits(event.ControlDown(), event.AltDown(), event.ShiftDown(), event.MetaDown());
   bool isButton = event.IsButton();
   if (isButton && event.ButtonDClick() && wantsDoubleClick_) {
@@ -224,7 +233,7 @@ void ZQCustomControl::OnWheel(wxMouseEvent& event) {
   e.status = event.GetWheelRotation();
   wxPoint local = target->ScreenToClient(ClientToScreen(event.GetPosition()));
   e.x = local.x, e.y = local.y;
-  e.button = event.LeftIsDown() ? 1 : event.MiddleIsDown() ? 2 : event.RightIsDown() ? 3 : 0;
+  e.button = ControlEventButton(event);
   target->SendEvent(e);
 }
 

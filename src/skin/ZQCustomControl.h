@@ -152,6 +152,10 @@ class ZQCustomControl : public wxControl {
 // Modifier bits of a mouse or key event: 1 | 16 control, 2 alt, 4 shift, 8 meta.
 int ModifierBits(bool control, bool alt, bool shift, bool meta);
 
+// Button of a mouse event, 1 left, 2 middle, 3 right, 0 none: a press or release names the
+// button that changed, whatever else is held; motion and the wheel name the first one held.
+int ControlEventButton(const wxMouseEvent& event);
+
 // Key code, modifiers and character of a key event: the Unicode code when it is 1 or above and
 // the raw code below 397, else the raw code; codes 27-255 upper-cased when asked.
 struct KeyInfo {

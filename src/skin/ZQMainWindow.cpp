@@ -13,6 +13,7 @@ ZQMainWindow* g_mainWindow = nullptr;
 }  // namespace
 
 ZQMainWindow* MainWindow() { return g_mainWindow; }
+void ForgetMainWindow() { g_mainWindow = nullptr; }
 
 ZQCustomControl* ControlUnderPointer(const wxPoint& screenPoint) {
   return g_mainWindow ? g_mainWindow->ControlAtScreen(screenPoint) : nullptr;

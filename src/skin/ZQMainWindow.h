@@ -57,3 +57,7 @@ class ZQMainWindow : public wxFrame, public ZQBaseWindow {
 
 // The main window; null before it exists and after it closed. Late periodic jobs test it.
 ZQMainWindow* MainWindow();
+// Clears the main window pointer while the window still stands: the close does this once the
+// application threads have stopped and before the audio outputs close, so a late tick or
+// worker round returns at once instead of reaching a half-closed engine.
+void ForgetMainWindow();

@@ -18,17 +18,9 @@
 #include "deck/SoundSource.h"
 #include "library/SongDatabase.h"
 #include "support/TestFiles.h"
+#include "support/WaitFor.h"
 
 namespace {
-
-// Waits until the deck holds `path` and its analysis has finished.
-bool WaitForAnalysis(CSoundSource& deck, const std::string& path, int ms) {
-  for (int i = 0; i < ms; ++i) {
-    if (!deck.loadPending.load() && deck.FilePath() == path && deck.analysed.load()) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-  return false;
-}
 
 TEST(ThreadedDeckAnalysis, LoadsDuringAndAfterAnalysisKeepEveryResult) {
   TempFolder folder;
@@ -49,23 +41,24 @@ TEST(ThreadedDeckAnalysis, LoadsDuringAndAfterAnalysisKeepEveryResult) {
   CDeckStripeAnalysis analysis;
   auto deck = std::make_unique<CSoundSource>(0, folder.path());
   deck->SetAnalysis(&analysis);
-  std::atomic<bool> stop{false};
-  std::thread audio([&] {
+  std::jthread audio([&](std::stop_token stop) {
     rt::AudioThreadScope scope;
     float out[2 * 512];
-    while (!stop.load()) {
+    while (!stop.stop_requested()) {
       deck->GetSamples(out, 512);
       std::this_thread::sleep_for(std::chrono::microseconds(300));
     }
   });
 
-  // Two loads cut in while an analysis may be running; the last one is let finish.
+  // Each load is taken by the loader, which then starts that track's analysis; the next load
+  // cuts in at once, while the analysis runs. The last one is let finish.
   for (int i = 0; i < 3; ++i) {
-    ASSERT_TRUE(deck->load(paths[i], 1, nullptr, 1));
-    if (i < 2) std::this_thread::sleep_for(std::chrono::milliseconds(40));
+    ASSERT_TRUE(deck->load(paths[i], 1, nullptr, 1)) << "load " << i;
+    ASSERT_TRUE(WaitFor([&] { return !deck->loadPending.load(); })) << "the loader took load " << i;
   }
-  EXPECT_TRUE(WaitForAnalysis(*deck, paths[2], 20000)) << "the last track is analysed";
-  stop = true;
+  EXPECT_TRUE(WaitFor([&] { return deck->FilePath() == paths[2] && deck->analysed.load(); }))
+      << "the last track is analysed";
+  audio.request_stop();
   audio.join();
   EXPECT_NEAR(deck->GetBpm(), 130.0, 0.5);
   deck.reset();  // closing the deck saves the stripe of what it holds

@@ -74,7 +74,7 @@ class OutputLayer : public ::testing::Test {
   static double SecondsUntilDelivered(uint64_t frames) {
     const auto start = std::chrono::steady_clock::now();
     while (PrimaryFramesDelivered() < frames &&
-           std::chrono::steady_clock::now() - start < std::chrono::seconds(10))
+           std::chrono::steady_clock::now() - start < std::chrono::seconds(30))
       std::this_thread::sleep_for(std::chrono::milliseconds(2));
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   }
@@ -94,10 +94,11 @@ TEST_F(OutputLayer, VanishedDeviceRunsTheMixSilentlyAtRealTime) {
 
   // Half a second of engine time must take about half a second: the null back end keeps real
   // time rather than running free. Tolerances: the count trails the clock by up to two
-  // fragments (16 ms), and a busy machine may delay the thread.
+  // fragments (16 ms); the upper bound only catches a clock that stalls, since a busy CI
+  // machine may hold the thread back for a while.
   const double seconds = SecondsUntilDelivered(22050);
   EXPECT_GT(seconds, 0.5 - 0.02);
-  EXPECT_LT(seconds, 1.5);
+  EXPECT_LT(seconds, 5.0);
   EXPECT_EQ(g_testMix.lastFrames.load(), 360);
   EXPECT_EQ(g_testMix.lastChannels.load(), 2);
   EXPECT_EQ(g_testMix.callsOffAudioThread.load(), 0);

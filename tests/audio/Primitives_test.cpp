@@ -9,6 +9,7 @@
 
 #include "audio/RingBuffer.h"
 #include "audio/Threads.h"
+#include "support/WaitFor.h"
 
 namespace {
 
@@ -33,8 +34,8 @@ TEST(RingBuffer, WritesAndReadsWholeRequestsOrNothing) {
 TEST(RingBuffer, OneWriterOneReaderLoseNothing) {
   CRingBuffer ring(1000, false);
   constexpr int kCount = 200000;
-  std::thread writer([&] {
-    for (int i = 0; i < kCount;) {
+  std::jthread writer([&](std::stop_token stop) {
+    for (int i = 0; i < kCount && !stop.stop_requested();) {
       if (ring.Write(&i, sizeof i)) ++i;
     }
   });
@@ -59,9 +60,8 @@ struct Counter {
   }
 };
 
-bool WaitFor(const std::atomic<int>& value, int atLeast) {
-  for (int i = 0; i < 5000 && value.load() < atLeast; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  return value.load() >= atLeast;
+bool WaitForCount(const std::atomic<int>& value, int atLeast) {
+  return WaitFor([&] { return value.load() >= atLeast; });
 }
 
 TEST(PeriodicThread, AWakeDuringTheFunctionIsNotLost) {
@@ -69,10 +69,10 @@ TEST(PeriodicThread, AWakeDuringTheFunctionIsNotLost) {
   counter.block = true;
   CPeriodicThread thread(&Counter::Run, &counter, 3, 60000, "test");
   thread.Wake();
-  ASSERT_TRUE(WaitFor(counter.runs, 1));
+  ASSERT_TRUE(WaitForCount(counter.runs, 1));
   thread.Wake();  // arrives while the function still runs
   counter.block = false;
-  EXPECT_TRUE(WaitFor(counter.runs, 2)) << "the next wait must return at once";
+  EXPECT_TRUE(WaitForCount(counter.runs, 2)) << "the next wait must return at once";
   thread.Stop();
   int after = counter.runs.load();
   thread.Wake();

@@ -57,8 +57,8 @@ mkdir -p "$ZORVIK_LUMO_HOME"
 # 1. The pro back end on a private dummy server.
 jackd -n "$server" -d dummy -r 44100 -p 256 >"$work/jackd.log" 2>&1 &
 jack_pid=$!
-jack_wait -s "$server" -w -t 10 >/dev/null 2>&1 || fail "jackd $server did not come up: $(cat "$work/jackd.log")"
-output=$(JACK_DEFAULT_SERVER="$server" "$lumo" play "$wav" --device jack --seconds 5 2>&1) ||
+jack_wait -s "$server" -w -t 30 >/dev/null 2>&1 || fail "jackd $server did not come up: $(cat "$work/jackd.log")"
+output=$(JACK_DEFAULT_SERVER="$server" "$lumo" play "$wav" --device jack --seconds 30 2>&1) ||
   fail "lumo play --device jack failed: $output"
 check_played "$output" jack
 kill "$jack_pid"
@@ -66,7 +66,7 @@ wait "$jack_pid" 2>/dev/null || true
 jack_pid=""
 
 # 2. No server: the null back end keeps the mix running at real time.
-output=$(JACK_DEFAULT_SERVER="$server-absent" "$lumo" play "$wav" --device null --seconds 5 2>&1) ||
+output=$(JACK_DEFAULT_SERVER="$server-absent" "$lumo" play "$wav" --device null --seconds 30 2>&1) ||
   fail "lumo play --device null failed: $output"
 check_played "$output" null
 

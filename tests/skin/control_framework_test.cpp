@@ -53,6 +53,26 @@ TEST(ControlFramework, DoubleClickIsASecondPressUnlessWanted) {
   button->Destroy();
 }
 
+TEST(ControlFramework, AButtonEventNamesTheButtonThatChanged) {
+  // A right click while the left button is held (a DJ holding a fader and right-clicking a
+  // hot cue) is a right-button event, not a left one.
+  wxMouseEvent rightUp(wxEVT_RIGHT_UP);
+  rightUp.m_leftDown = true;
+  EXPECT_EQ(ControlEventButton(rightUp), 3);
+  wxMouseEvent middleDown(wxEVT_MIDDLE_DOWN);
+  middleDown.m_leftDown = true;
+  middleDown.m_middleDown = true;
+  EXPECT_EQ(ControlEventButton(middleDown), 2);
+  wxMouseEvent leftUp(wxEVT_LEFT_UP);
+  leftUp.m_rightDown = true;
+  EXPECT_EQ(ControlEventButton(leftUp), 1);
+  // A drag has no changed button: it names the one held.
+  wxMouseEvent drag(wxEVT_MOTION);
+  drag.m_rightDown = true;
+  EXPECT_EQ(ControlEventButton(drag), 3);
+  EXPECT_EQ(ControlEventButton(wxMouseEvent(wxEVT_MOTION)), 0);
+}
+
 TEST(ControlFramework, SliderTakesEveryInputFormAndKeepsItsValue) {
   auto* slider = new CZQSlider(g_frame, 2, 0);
   SkinAttributeList list = Geometry(0, 0, 20, 100);

@@ -115,6 +115,7 @@ bool AppInit(ZQMainWindow* main) {
 void AppClose() {
   if (ZQMainWindow* main = MainWindow()) main->Hide();
   EngineStopThreads();
+  ForgetMainWindow();
   EngineCloseOutputs();
   ReleaseSkinObjects();
   EngineDeleteAudioObjects();
