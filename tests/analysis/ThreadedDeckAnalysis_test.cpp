@@ -54,9 +54,11 @@ TEST(ThreadedDeckAnalysis, LoadsDuringAndAfterAnalysisKeepEveryResult) {
   // cuts in at once, while the analysis runs. The last one is let finish.
   for (int i = 0; i < 3; ++i) {
     ASSERT_TRUE(deck->load(paths[i], 1, nullptr, 1)) << "load " << i;
-    ASSERT_TRUE(WaitFor([&] { return !deck->loadPending.load(); })) << "the loader took load " << i;
+    ASSERT_TRUE(WaitFor([&] { return !deck->loadPending.load(); }, kIdleWorkDeadline))
+        << "the loader took load " << i;
   }
-  EXPECT_TRUE(WaitFor([&] { return deck->FilePath() == paths[2] && deck->analysed.load(); }))
+  EXPECT_TRUE(WaitFor([&] { return deck->FilePath() == paths[2] && deck->analysed.load(); },
+                      kIdleWorkDeadline))
       << "the last track is analysed";
   audio.request_stop();
   audio.join();

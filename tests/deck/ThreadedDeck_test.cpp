@@ -47,7 +47,7 @@ TEST(ThreadedDeck, LoadsSeeksAndStopsWhileTheAudioThreadRenders) {
     return std::chrono::steady_clock::now() - start >= std::chrono::milliseconds(1500) &&
            loads >= 3 && seeks >= 10 && blocks.load() > 300;
   };
-  while (!enough() && std::chrono::steady_clock::now() - start < kGenerousDeadline) {
+  while (!enough() && std::chrono::steady_clock::now() - start < kIdleWorkDeadline) {
     switch (random() % 6) {
       case 0:
         if (deck.load(tracks[loads % 2], 1, nullptr, 1)) ++loads;

@@ -12,6 +12,9 @@
 #include <thread>
 
 constexpr std::chrono::milliseconds kGenerousDeadline{30000};
+// Work done at idle priority (the deck loader, analysis) gets only what the busy cores leave:
+// with a busy loop on every core a 40-second track can take a minute to load and analyse.
+constexpr std::chrono::milliseconds kIdleWorkDeadline{240000};
 
 // Polls `condition` every millisecond until it holds or `deadline` passes; returns whether
 // it held.
