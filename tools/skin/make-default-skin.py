@@ -431,15 +431,16 @@ def layout(skin):
     skin.close_group()
 
 
-def write_icon(path, size=64):
-    """The program's window icon: the four deck colours around a dark platter."""
-    surface = cairo.ImageSurface(cairo.FORMAT_ARGB32, size, size)
-    cr = cairo.Context(surface)
+ICON_SIZES = (16, 22, 24, 32, 48, 64, 128, 256, 512)
+
+
+def draw_icon(cr, size):
+    """The program's icon: the four deck colours around a dark platter."""
     c = size / 2.0
     for i, colour in enumerate(DECK_COLOURS):
         cr.set_source_rgb(*rgb(colour))
         cr.move_to(c, c)
-        cr.arc(c, c, c - 1, math.radians(-90 + 90 * i), math.radians(90 * i))
+        cr.arc(c, c, c - size / 64.0, math.radians(-90 + 90 * i), math.radians(90 * i))
         cr.close_path()
         cr.fill()
     cr.set_source_rgb(*rgb("#111216"))
@@ -450,8 +451,27 @@ def write_icon(path, size=64):
     ext = cr.text_extents("Z")
     cr.set_source_rgb(*rgb("#e8ebf0"))
     cr.move_to(c - ext.width / 2 - ext.x_bearing, c - ext.height / 2 - ext.y_bearing)
-    cr.show_text("Z")
+    cr.text_path("Z")
+    cr.fill()
+
+
+def write_icon(path, size=64):
+    surface = cairo.ImageSurface(cairo.FORMAT_ARGB32, size, size)
+    draw_icon(cairo.Context(surface), size)
     surface.write_to_png(path)
+
+
+def write_desktop_icons(folder):
+    """The icon theme's sizes for the desktop and software centres, and a scalable one."""
+    for size in ICON_SIZES:
+        apps = os.path.join(folder, "%dx%d" % (size, size), "apps")
+        os.makedirs(apps, exist_ok=True)
+        write_icon(os.path.join(apps, "zorvik-lumo.png"), size)
+    scalable = os.path.join(folder, "scalable", "apps")
+    os.makedirs(scalable, exist_ok=True)
+    surface = cairo.SVGSurface(os.path.join(scalable, "zorvik-lumo.svg"), 256, 256)
+    draw_icon(cairo.Context(surface), 256)
+    surface.finish()
 
 
 def main():
@@ -466,6 +486,7 @@ def main():
     icons = os.path.join(folder, "..", "icons")
     os.makedirs(icons, exist_ok=True)
     write_icon(os.path.join(icons, "zorvik-lumo.png"))
+    write_desktop_icons(os.path.join(icons, "hicolor"))
 
 
 if __name__ == "__main__":

@@ -12,6 +12,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <string>
+#include <vector>
 #include <unistd.h>
 
 #include "app/DataFolders.h"
@@ -19,6 +21,7 @@
 #include "app/base/Trace.h"
 #include "app/gui/AppInit.h"
 #include "app/Engine.h"
+#include "deck/SoundSource.h"
 #include "skin/model/ControlCatalogue.h"
 #include "skin/ControlTable.h"
 #include "skin/ZQMainWindow.h"
@@ -62,6 +65,41 @@ std::string ChooseLanguage() {
   std::error_code error;
   std::filesystem::copy_file(files[choice].path, own, std::filesystem::copy_options::overwrite_existing, error);
   return error ? files[choice].path : own;
+}
+
+const char* const kUsage =
+    "usage: zorvik-lumo [FILE...]\n"
+    "       zorvik-lumo --help | --version\n"
+    "Starts the Zorvik Lumo DJ window. Audio files named on the command line (or opened from\n"
+    "the file manager) are loaded on decks A to D in order.\n";
+
+// Files named on the command line, loaded on the decks once the window is up.
+std::vector<std::string> g_commandLineFiles;
+
+// The command line: files for the decks, --help and --version. Anything else that looks like
+// an option is refused, as the user would want to know it was not understood. Read before
+// the toolkit starts, so --help and --version work without a display.
+bool ParseCommandLine(int argc, char** argv, std::vector<std::string>* files, int* exitCode) {
+  for (int i = 1; i < argc; ++i) {
+    std::string word = argv[i];
+    if (word == "--help" || word == "-h") {
+      std::fputs(kUsage, stdout);
+      *exitCode = 0;
+      return false;
+    }
+    if (word == "--version") {
+      std::printf("zorvik-lumo (Zorvik Lumo) %s\n", LUMO_VERSION);
+      *exitCode = 0;
+      return false;
+    }
+    if (word.size() > 1 && word[0] == '-') {
+      std::fprintf(stderr, "zorvik-lumo: unknown option \"%s\"\n%s", word.c_str(), kUsage);
+      *exitCode = 2;
+      return false;
+    }
+    files->push_back(word);
+  }
+  return true;
 }
 
 class KelvaneApp : public wxApp {
@@ -131,6 +169,9 @@ bool KelvaneApp::OnInit() {
     });
   }
   if (!AppInit(main)) return true;  // the window closes itself; the loop ends at once
+  for (size_t i = 0; i < g_commandLineFiles.size() && i < static_cast<size_t>(kDeckCount); ++i) {
+    if (g_engine.decks[i]) g_engine.decks[i]->load(g_commandLineFiles[i], 0, nullptr, 1);
+  }
   WatchSignals();
   return true;
 }
@@ -154,4 +195,10 @@ int KelvaneApp::OnExit() {
 
 }  // namespace
 
-wxIMPLEMENT_APP(KelvaneApp);
+wxIMPLEMENT_APP_NO_MAIN(KelvaneApp);
+
+int main(int argc, char** argv) {
+  int exitCode = 0;
+  if (!ParseCommandLine(argc, argv, &g_commandLineFiles, &exitCode)) return exitCode;
+  return wxEntry(argc, argv);
+}

@@ -1,0 +1,192 @@
+#include "HelpText.h"
+
+#include <cstring>
+
+#ifndef LUMO_VERSION
+#define LUMO_VERSION "0.0"
+#endif
+
+namespace {
+
+const char* const kDeviceText =
+    "Output device: its number in `lumo devices`, its name, \"jack\" for the JACK server, or "
+    "\"null\" for the silent real-time output.";
+
+const std::vector<CommandHelp> kCommands = {
+    {"devices", "lumo devices", "List the output devices, numbered.",
+     "System devices (ALSA, and PulseAudio or PipeWire where a server runs) come first, then "
+     "the JACK server if one runs. The numbers are the ones --device takes.",
+     {}},
+    {"play", "lumo play FILE [--device DEVICE] [--seconds S]",
+     "Play a file on deck A through a sound device.",
+     "Loads FILE on deck A, plays it from its first sound with a one-line progress display and "
+     "exits when the track ends, printing \"played: deck ended=1 device=NAME frames=N\".",
+     {{"--device DEVICE", kDeviceText}, {"--seconds S", "Stop after S seconds."}}},
+    {"render", "lumo render FILE -o OUT.wav [--seconds S] [--block FRAMES] [--float]",
+     "Render a file through the engine into a WAV file, faster than real time.",
+     "Pulls the real engine through the offline output as fast as the machine allows and "
+     "writes what the master bus carried: 16-bit by default.",
+     {{"-o, --output OUT.wav", "The file to write."},
+      {"--seconds S", "Render S seconds (default: the whole track)."},
+      {"--block FRAMES", "Frames per mixed block, 1 to 4410 (default 360)."},
+      {"--float", "Write 32-bit float samples instead of 16-bit."}}},
+    {"analyse", "lumo analyse [--json] [--jobs N] PATH...",
+     "Analyse files and folders: tempo, beat grid, gain and key, into the library.",
+     "Takes files and folders (recursively), shows files done and time left, stores each result "
+     "in the song database and a stripe file under the data root, and prints one line per "
+     "track (BPM, gain, key).",
+     {{"--json", "Print one JSON object per file instead."},
+      {"-j, --jobs N", "Analyse N files at once (1 to 64, default 1)."}}},
+    {"demo", "lumo demo [--device DEVICE] [--seconds S]",
+     "Play a short generated demo track.",
+     "Writes an 8-second generated track and plays it through JACK when a server runs, "
+     "otherwise the first sound device, otherwise the null output.",
+     {{"--device DEVICE", kDeviceText}, {"--seconds S", "Stop after S seconds."}}},
+};
+
+// "-o, --output OUT.wav" -> names {"-o", "--output"}, takes a value.
+bool MatchesSpec(const char* spec, const std::string& word, bool* takesValue) {
+  std::string text = spec;
+  bool matched = false;
+  *takesValue = false;
+  size_t at = 0;
+  while (at < text.size()) {
+    size_t end = text.find_first_of(", ", at);
+    std::string token = text.substr(at, end == std::string::npos ? std::string::npos : end - at);
+    if (!token.empty()) {
+      if (token[0] == '-') {
+        matched = matched || token == word;
+      } else {
+        *takesValue = true;
+      }
+    }
+    if (end == std::string::npos) break;
+    at = end + 1;
+  }
+  return matched;
+}
+
+void AppendWrapped(std::string& out, const std::string& text, const std::string& indent) {
+  constexpr size_t kWidth = 78;
+  size_t column = 0;
+  size_t at = 0;
+  out += indent;
+  column = indent.size();
+  while (at < text.size()) {
+    size_t end = text.find(' ', at);
+    std::string word = text.substr(at, end == std::string::npos ? std::string::npos : end - at);
+    if (column > indent.size() && column + 1 + word.size() > kWidth) {
+      out += "\n" + indent;
+      column = indent.size();
+    } else if (column > indent.size()) {
+      out += ' ';
+      ++column;
+    }
+    out += word;
+    column += word.size();
+    if (end == std::string::npos) break;
+    at = end + 1;
+  }
+  out += '\n';
+}
+
+// Roff needs its hyphens and backslashes escaped, and a line may not start with a dot.
+std::string Roff(const std::string& text) {
+  std::string out;
+  for (char c : text) {
+    if (c == '-') {
+      out += "\\-";
+    } else if (c == '\\') {
+      out += "\\e";
+    } else {
+      out += c;
+    }
+  }
+  if (!out.empty() && (out[0] == '.' || out[0] == '\'')) out = "\\&" + out;
+  return out;
+}
+
+}  // namespace
+
+const std::vector<CommandHelp>& LumoCommands() { return kCommands; }
+
+const CommandHelp* FindCommandHelp(const std::string& name) {
+  for (const CommandHelp& command : kCommands) {
+    if (name == command.name) return &command;
+  }
+  return nullptr;
+}
+
+OptionKind ClassifyOption(const CommandHelp& command, const std::string& word) {
+  std::string name = word.substr(0, word.find('='));
+  for (const OptionHelp& option : command.options) {
+    bool takesValue = false;
+    if (MatchesSpec(option.spec, name, &takesValue)) {
+      // "--jobs=4" carries its value in the same word.
+      return takesValue && name.size() == word.size() ? OptionKind::kValue : OptionKind::kFlag;
+    }
+  }
+  return OptionKind::kUnknown;
+}
+
+std::string OverviewText() {
+  std::string out =
+      "Zorvik Lumo's engine from the command line: play, render and analyse tracks without the "
+      "window.\n\nusage: lumo COMMAND [OPTIONS]\n       lumo COMMAND --help\n       lumo --version\n\n"
+      "Commands:\n";
+  for (const CommandHelp& command : kCommands) {
+    std::string name = command.name;
+    out += "  " + name + std::string(name.size() < 10 ? 10 - name.size() : 1, ' ') + command.summary + "\n";
+  }
+  out += "\nThe data root is ~/Documents/Zorvik-Lumo (ZORVIK_LUMO_HOME overrides it).\n";
+  return out;
+}
+
+std::string CommandHelpText(const CommandHelp& help) {
+  std::string out = std::string("usage: ") + help.synopsis + "\n\n";
+  AppendWrapped(out, help.summary, "");
+  out += '\n';
+  AppendWrapped(out, help.details, "");
+  if (!help.options.empty()) {
+    out += "\nOptions:\n";
+    for (const OptionHelp& option : help.options) {
+      out += std::string("  ") + option.spec + "\n";
+      AppendWrapped(out, option.text, "      ");
+    }
+  }
+  return out;
+}
+
+std::string VersionText() { return std::string("lumo (Zorvik Lumo) ") + LUMO_VERSION + "\n"; }
+
+std::string ManualPage(const std::string& date) {
+  std::string out = ".TH LUMO 1 \"" + date + "\" \"Zorvik Lumo " LUMO_VERSION "\" \"User Commands\"\n";
+  out += ".SH NAME\nlumo \\- Zorvik Lumo's DJ engine from the command line\n";
+  out += ".SH SYNOPSIS\n";
+  for (const CommandHelp& command : kCommands) out += ".B " + Roff(command.synopsis) + "\n.br\n";
+  out += ".B lumo \\-\\-version\n";
+  out += ".SH DESCRIPTION\n" +
+         Roff("lumo drives the engine of the Zorvik Lumo DJ program without its window: it plays "
+              "and renders tracks through the real decks and mixer, and analyses music into the "
+              "library the program uses. Every command also takes --help.") +
+         "\n.SH COMMANDS\n";
+  for (const CommandHelp& command : kCommands) {
+    out += ".SS " + Roff(command.synopsis) + "\n" + Roff(command.summary) + "\n.PP\n" +
+           Roff(command.details) + "\n";
+    for (const OptionHelp& option : command.options) {
+      out += ".TP\n.B " + Roff(option.spec) + "\n" + Roff(option.text) + "\n";
+    }
+  }
+  out += ".SH ENVIRONMENT\n.TP\n.B ZORVIK_LUMO_HOME\n" +
+         Roff("The data root (song database, stripes, settings, lists). Default: Zorvik-Lumo in the "
+              "XDG documents folder.") +
+         "\n.TP\n.B ZORVIK_LUMO_DATA\n" +
+         Roff("Where the shipped skins, samples and languages are. Default: data beside the program, "
+              "else the installed share/zorvik-lumo folder.") +
+         "\n.TP\n.B JACK_DEFAULT_SERVER\n" + Roff("The JACK server --device jack connects to.") + "\n";
+  out += ".SH EXIT STATUS\n" +
+         Roff("0 when the command did its work, 1 when it failed (the message names what failed), "
+              "2 for a usage error: an unknown command or option, or a bad value.") +
+         "\n.SH SEE ALSO\n.BR zorvik-lumo (1)\n";
+  return out;
+}
