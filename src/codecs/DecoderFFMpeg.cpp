@@ -151,6 +151,7 @@ bool CDecoderFFMpeg::openCodec() {
   codecContext_->pkt_timebase = stream->time_base;  // the decoder's start trim moves time stamps
   if (avcodec_open2(codecContext_, codec, nullptr) < 0) return false;
   channels_ = codecContext_->ch_layout.nb_channels;
+  streamRate_ = codecContext_->sample_rate;
   return codecContext_->sample_rate > 0 && codecContext_->sample_rate <= 768000 && channels_ > 0 &&
          channels_ <= 32 && codecContext_->sample_fmt != AV_SAMPLE_FMT_NONE;
 }

@@ -46,6 +46,9 @@ class CDecoderFFMpeg : public CBaseCodec {
 
   // Whether open would look at a file of this name at all.
   static bool TakesExtension(const std::string& path);
+  // The stream as stored, before the conversion to 44100 Hz stereo (0 when closed).
+  int streamRate() const { return isOpen && codecContext_ ? streamRate_ : 0; }
+  int streamChannels() const { return isOpen ? channels_ : 0; }
   // Damaged packets skipped since open (logged once per file).
   int damagedPackets() const { return damaged_; }
 
@@ -84,6 +87,7 @@ class CDecoderFFMpeg : public CBaseCodec {
   std::mutex lock_;
   std::string name_;
   int channels_ = 0;        // the stream's own channel count
+  int streamRate_ = 0;      // and its own rate
   int frames_ = 0;          // output length, 44100 Hz frames
   int64_t inputLength_ = 0; // the same in the stream's own samples
   int audioStream_ = -1;

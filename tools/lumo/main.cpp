@@ -17,9 +17,11 @@ struct Command {
 const Command kCommands[] = {
     {"devices", "lumo devices", RunDevicesCommand},
     {"play", "lumo play FILE [--device N|NAME|jack|null] [--seconds S]", RunPlayCommand},
-    {"render", "lumo render FILE -o OUT.wav [--seconds S] [--block FRAMES] [--float]", RunRenderCommand},
+    {"render", "lumo render FILE -o OUT.wav [--seconds S] [--block FRAMES] [--float] [--start S] [--seek S]",
+     RunRenderCommand},
     {"demo", "lumo demo [--device N|NAME|jack|null] [--seconds S]", RunDemoCommand},
     {"analyse", "lumo analyse [--json] [--jobs N] PATH...", RunAnalyseCommand},
+    {"probe", "lumo probe [--json] FILE...", RunProbeCommand},
 };
 
 void PrintUsage() {
