@@ -98,53 +98,71 @@ CCodecChain::~CCodecChain() {
 
 int CCodecChain::open(const std::string& path, AudioFormat* format, int write,
                       int maxChunkFrames) {
-  if (activeCodec != -1 || !format) return 0;
+  if (isOpen() || !format) return 0;
   std::string name = path;
   if (!write && !FileExists(name) && !EndsWith(name, "$")) return 0;
-
-  std::string lower = ToLowerAscii(name);
-  if (EndsWith(lower, ".mpe") || EndsWith(lower, ".m3e")) {
-    name = "kv:/" + name;  // MP3 data behind a short header; the prefix tells the reader to skip it
-  } else if (EndsWith(lower, "mp3")) {
-    // Karaoke: an MP3 with a .cdg beside it opens as CD+G, which finds the MP3 itself.
-    std::string graphics = name.substr(0, name.size() - 3) + "cdg";
-    if (FileExists(graphics)) name = graphics;
-  }
 
   source = *format;
   target = *format;
   std::lock_guard lock(CodecLock());
-  for (size_t i = 0; i < codecs.size(); ++i) {
-    if (!codecs[i]->open(name, &source, write)) continue;
-    format->frames = ConvertCount(source.frames, target.sampleRate, source.sampleRate);
-    chunkFrames_ = std::max(1, ConvertCount(maxChunkFrames, source.sampleRate, target.sampleRate));
-    int channels = std::max(std::max(source.channels, target.channels), 1);
-    maxFrames = (chunkFrames_ + 1) * channels;
-    floatIn.assign(static_cast<size_t>(maxFrames), 0.0f);
-    // Twice the input, and never less than the largest output: a low-rate source gives more
-    // output frames than it reads.
-    size_t outSize = std::max<size_t>(2 * static_cast<size_t>(maxFrames),
-                                      static_cast<size_t>(maxChunkFrames + 1) *
-                                          static_cast<size_t>(std::max(target.channels, 1)));
-    floatOut.assign(outSize, 0.0f);
-    activeCodec = static_cast<int>(i);
-    return 1;
+  int index = -1;
+  std::string lower = ToLowerAscii(name);
+  if (EndsWith(lower, ".mpe") || EndsWith(lower, ".m3e")) {
+    name = "kv:/" + name;  // MP3 data behind a short header; the prefix tells the reader to skip it
+  } else if (!write && EndsWith(lower, "mp3")) {
+    // Karaoke: an MP3 with a .cdg beside it opens as CD+G when a decoder takes the graphics (it
+    // then finds the MP3 itself); otherwise the MP3 plays as plain audio.
+    std::string graphics = name.substr(0, name.size() - 3) + "cdg";
+    if (FileExists(graphics)) index = tryDecoders(graphics, write);
   }
-  TraceLine("no suitable codec found");
-  return 0;
+  if (index < 0) index = tryDecoders(name, write);
+  if (index < 0) {
+    TraceLine("no suitable codec found");
+    return 0;
+  }
+  format->frames = ConvertCount(source.frames, target.sampleRate, source.sampleRate);
+  chunkFrames_ = std::max(1, ConvertCount(maxChunkFrames, source.sampleRate, target.sampleRate));
+  int channels = std::max(std::max(source.channels, target.channels), 1);
+  maxFrames = (chunkFrames_ + 1) * channels;
+  floatIn.assign(static_cast<size_t>(maxFrames), 0.0f);
+  // Twice the input, and never less than the largest output: a low-rate source gives more
+  // output frames than it reads.
+  size_t outSize = std::max<size_t>(2 * static_cast<size_t>(maxFrames),
+                                    static_cast<size_t>(maxChunkFrames + 1) *
+                                        static_cast<size_t>(std::max(target.channels, 1)));
+  floatOut.assign(outSize, 0.0f);
+  activeCodec.store(index, std::memory_order_release);  // the decoder is fully open before this
+  return 1;
+}
+
+int CCodecChain::tryDecoders(const std::string& name, int write) {
+  for (size_t i = 0; i < codecs.size(); ++i) {
+    AudioFormat trial = target;
+    if (codecs[i]->open(name, &trial, write)) {
+      source = trial;
+      return static_cast<int>(i);
+    }
+  }
+  return -1;
+}
+
+CBaseCodec* CCodecChain::active() const {
+  int index = activeCodec.load(std::memory_order_acquire);
+  return index != -1 ? codecs[static_cast<size_t>(index)].get() : nullptr;
 }
 
 void CCodecChain::close() {
   std::lock_guard lock(CodecLock());
-  if (activeCodec != -1) codecs[static_cast<size_t>(activeCodec)]->close();
-  activeCodec = -1;
+  // Unpublish first: the audio thread's notifySeek must not reach a decoder being closed.
+  int index = activeCodec.exchange(-1, std::memory_order_acq_rel);
+  if (index != -1) codecs[static_cast<size_t>(index)]->close();
   std::vector<float>().swap(floatIn);
   std::vector<float>().swap(floatOut);
 }
 
 int CCodecChain::read16(short* destination, int frames, int position) {
-  if (!destination || frames < kMinRead16Frames || position < 0 || activeCodec == -1) return 0;
-  CBaseCodec* codec = codecs[static_cast<size_t>(activeCodec)].get();
+  CBaseCodec* codec = active();
+  if (!destination || frames < kMinRead16Frames || position < 0 || !codec) return 0;
   if (source.sampleRate == target.sampleRate && source.storedBits == 16 &&
       source.channels == target.channels) {
     int got = codec->read(destination, frames, position);
@@ -168,8 +186,8 @@ int CCodecChain::readFloat(float* destination, int frames, int position) {
 }
 
 int CCodecChain::readFloatLocked(float* destination, int frames, int position) {
-  if (!destination || frames <= 0 || position < 0 || activeCodec == -1) return 0;
-  CBaseCodec* codec = codecs[static_cast<size_t>(activeCodec)].get();
+  CBaseCodec* codec = active();
+  if (!destination || frames <= 0 || position < 0 || !codec) return 0;
   int srcFrames = std::min(ConvertCount(frames, source.sampleRate, target.sampleRate), chunkFrames_);
   int srcPos = ConvertCount(position, source.sampleRate, target.sampleRate);
   if (srcFrames <= 0) return 0;
@@ -194,13 +212,12 @@ int CCodecChain::readFloatLocked(float* destination, int frames, int position) {
 }
 
 void CCodecChain::notifySeek(int position, int immediate) {
-  if (activeCodec != -1) codecs[static_cast<size_t>(activeCodec)]->notifySeek(position, immediate);
+  if (CBaseCodec* codec = active()) codec->notifySeek(position, immediate);
 }
 
 double CCodecChain::durationSeconds() {
-  return activeCodec != -1 ? codecs[static_cast<size_t>(activeCodec)]->durationSeconds() : 0.0;
+  CBaseCodec* codec = active();
+  return codec ? codec->durationSeconds() : 0.0;
 }
 
-CBaseCodec* CCodecChain::activeCodecObject() {
-  return activeCodec != -1 ? codecs[static_cast<size_t>(activeCodec)].get() : nullptr;
-}
+CBaseCodec* CCodecChain::activeCodecObject() { return active(); }

@@ -6,6 +6,7 @@
 // open, readFloat and close take the process-wide codec lock; the fast path of read16 (a file
 // already in the target format) takes none. Buffers are sized at open; reads allocate nothing.
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -34,10 +35,11 @@ class CCodecChain {
   // nothing is open. The rest of a short read is the caller's silence.
   int read16(short* destination, int frames, int position);
   int readFloat(float* destination, int frames, int position);
+  // Real-time safe (the deck calls it from its render): no lock, no allocation.
   void notifySeek(int position, int immediate);
   double durationSeconds();
   CBaseCodec* activeCodecObject();
-  bool isOpen() const { return activeCodec != -1; }
+  bool isOpen() const { return activeCodec.load(std::memory_order_acquire) != -1; }
   const AudioFormat& sourceFormat() const { return source; }
 
   // The rate conversion of a count: 0 when any operand is not positive, else rounded.
@@ -48,12 +50,15 @@ class CCodecChain {
 
  private:
   int readFloatLocked(float* destination, int frames, int position);
+  int tryDecoders(const std::string& name, int write);
+  CBaseCodec* active() const;
 
   int maxFrames = 0;
   int chunkFrames_ = 0;
   std::vector<float> floatIn;
   std::vector<float> floatOut;
-  int activeCodec = -1;
+  // Written by open and close on the loader thread, read by notifySeek on the audio thread.
+  std::atomic<int> activeCodec{-1};
   std::vector<std::unique_ptr<CBaseCodec>> codecs;
 };
 

@@ -1,3 +1,6 @@
+// CDecoderFFMpeg: opening, the resampler set-up, the length measurement and closing. The
+// decode, seek and output FIFO are in DecoderFFMpegRead.cpp.
+
 #include "codecs/DecoderFFMpeg.h"
 
 extern "C" {
@@ -10,38 +13,67 @@ extern "C" {
 
 #include <algorithm>
 #include <atomic>
-#include <cmath>
 #include <cstring>
+#include <numeric>
 
 #include "app/base/Trace.h"
 #include "codecs/PathRules.h"
 
 namespace {
 
-constexpr size_t kFifoBytes = 529200;        // three seconds of 44100 Hz stereo
-constexpr long long kMaxLeadInBytes = 441000;  // a late start is padded by at most this much
 std::atomic<int> instances{0};
+constexpr int kMemoryIoBytes = 32768;
+constexpr double kPrerollSeconds = 0.3;  // covers MP3's bit reservoir at 32 kbit/s and Opus's 80 ms
+constexpr int kLengthProbeAttempts = 8;
 
-bool TakesExtension(const std::string& path) {
-  const std::string lower = ToLowerAscii(path);
-  // ".wav" too: this decoder is last in the chain, so it only sees the WAV files the WAV
-  // reader left to it (the extensible format that 24-bit and multichannel files use).
-  for (const char* ext : {".mp3", ".m3e", ".aac", ".ogg", ".flac", ".wav"}) {
-    if (EndsWith(lower, ext)) return true;
+int ReadMemory(void* opaque, uint8_t* buffer, int size) {
+  auto* in = static_cast<CDecoderFFMpeg::MemoryInput*>(opaque);
+  size_t left = in->size - std::min(in->position, in->size);
+  if (left == 0) return AVERROR_EOF;
+  size_t n = std::min(left, static_cast<size_t>(size));
+  std::memcpy(buffer, in->data + in->position, n);
+  in->position += n;
+  return static_cast<int>(n);
+}
+
+int64_t SeekMemory(void* opaque, int64_t offset, int whence) {
+  auto* in = static_cast<CDecoderFFMpeg::MemoryInput*>(opaque);
+  if (whence & AVSEEK_SIZE) return static_cast<int64_t>(in->size);
+  int64_t base = 0;
+  switch (whence & ~AVSEEK_FORCE) {
+    case SEEK_SET: base = 0; break;
+    case SEEK_CUR: base = static_cast<int64_t>(in->position); break;
+    case SEEK_END: base = static_cast<int64_t>(in->size); break;
+    default: return -1;
   }
-  return false;
+  int64_t target = base + offset;
+  if (target < 0 || target > static_cast<int64_t>(in->size)) return -1;
+  in->position = static_cast<size_t>(target);
+  return target;
 }
 
 }  // namespace
 
 CDecoderFFMpeg::CDecoderFFMpeg(int deckId) : CBaseCodec(deckId) {
-  // FFmpeg's own warnings about damaged frames go nowhere; a refused file is logged by the chain.
-  if (instances.fetch_add(1) == 0) av_log_set_level(AV_LOG_FATAL);
+  // FFmpeg's own warnings about damaged frames go nowhere; this decoder logs once per file.
+  if (instances.fetch_add(1) == 0) av_log_set_level(AV_LOG_QUIET);
 }
 
 CDecoderFFMpeg::~CDecoderFFMpeg() {
   close();
   instances.fetch_sub(1);
+}
+
+bool CDecoderFFMpeg::TakesExtension(const std::string& path) {
+  const std::string lower = ToLowerAscii(path);
+  // What a DJ's library holds and FFmpeg decodes. The WAV, AIFF and AU names are here because
+  // this decoder is last: it only sees the files the built-in readers refused (extensible WAV,
+  // 24- and 32-bit integer PCM, AIFF-C, compressed AU).
+  for (const char* ext : {".mp3", ".m3e", ".mp2", ".aac", ".m4a", ".mp4", ".ogg", ".oga", ".opus",
+                          ".flac", ".wma", ".wav", ".aif", ".aiff", ".aifc", ".au", ".snd"}) {
+    if (EndsWith(lower, ext)) return true;
+  }
+  return false;
 }
 
 int CDecoderFFMpeg::open(std::string path, AudioFormat* format, int write) {
@@ -52,126 +84,194 @@ int CDecoderFFMpeg::open(std::string path, AudioFormat* format, int write) {
   if (!TakesExtension(path)) return 0;
   std::lock_guard guard(lock_);
   if (isOpen) return 0;
-  if (openLocked(path, format)) return 1;
+  name_ = path;
+  if (openLocked(path.c_str(), format)) return 1;
   closeLocked();
   return 0;
 }
 
-int CDecoderFFMpeg::openLocked(const std::string& path, AudioFormat* format) {
-  if (avformat_open_input(&formatContext_, path.c_str(), nullptr, nullptr) < 0) return 0;
+int CDecoderFFMpeg::openMemory(const unsigned char* data, size_t size, AudioFormat* format) {
+  if (isOpen || !format || !data) return 0;
+  std::lock_guard guard(lock_);
+  if (isOpen) return 0;
+  name_ = "(memory)";
+  memory_ = MemoryInput{data, size, 0};
+  auto* buffer = static_cast<unsigned char*>(av_malloc(kMemoryIoBytes));
+  formatContext_ = avformat_alloc_context();
+  if (buffer) memoryIo_ = avio_alloc_context(buffer, kMemoryIoBytes, 0, &memory_, ReadMemory, nullptr, SeekMemory);
+  if (!memoryIo_ || !formatContext_) {
+    if (!memoryIo_) av_free(buffer);
+    closeLocked();
+    return 0;
+  }
+  formatContext_->pb = memoryIo_;
+  formatContext_->flags |= AVFMT_FLAG_CUSTOM_IO;
+  if (openLocked(nullptr, format)) return 1;
+  closeLocked();
+  return 0;
+}
+
+int CDecoderFFMpeg::openLocked(const char* url, AudioFormat* format) {
+  if (avformat_open_input(&formatContext_, url ? url : "", nullptr, nullptr) < 0) {
+    formatContext_ = nullptr;  // freed by the failed open
+    return 0;
+  }
   formatContext_->flags |= AVFMT_FLAG_GENPTS;
   if (avformat_find_stream_info(formatContext_, nullptr) < 0) return 0;
-  for (unsigned i = 0; i < formatContext_->nb_streams; ++i) {
-    if (formatContext_->streams[i]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO) {
-      audioStream_ = static_cast<int>(i);
-      break;
-    }
-  }
+  audioStream_ = av_find_best_stream(formatContext_, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
   if (audioStream_ < 0) return 0;
-  AVStream* stream = formatContext_->streams[audioStream_];
-  const AVCodec* codec = avcodec_find_decoder(stream->codecpar->codec_id);
-  if (!codec) return 0;
-  codecContext_ = avcodec_alloc_context3(codec);
-  if (!codecContext_ || avcodec_parameters_to_context(codecContext_, stream->codecpar) < 0 ||
-      avcodec_open2(codecContext_, codec, nullptr) < 0) {
-    return 0;
+  // Cover art and any other stream never reach a decoder.
+  for (unsigned i = 0; i < formatContext_->nb_streams; ++i) {
+    if (static_cast<int>(i) != audioStream_) formatContext_->streams[i]->discard = AVDISCARD_ALL;
   }
-  sampleRate = codecContext_->sample_rate;
-  channels_ = codecContext_->ch_layout.nb_channels;
-  if (sampleRate <= 0 || channels_ <= 0 || channels_ > 32) return 0;
-
-  // The length is counted at the stream's own rate, so the chain's rate conversion gives the
-  // true length in the engine's rate.
-  double seconds = 0.0;
-  if (formatContext_->duration != AV_NOPTS_VALUE) seconds = formatContext_->duration * 1e-6;
-  else if (stream->duration != AV_NOPTS_VALUE) seconds = stream->duration * av_q2d(stream->time_base);
-  frames_ = static_cast<int>(std::lround(std::min(seconds, 86400.0) * sampleRate));
-
-  if (swr_alloc_set_opts2(&resampler_, &codecContext_->ch_layout, AV_SAMPLE_FMT_S16, sampleRate,
-                          &codecContext_->ch_layout, codecContext_->sample_fmt, sampleRate, 0,
-                          nullptr) < 0 ||
-      swr_init(resampler_) < 0) {
-    return 0;
-  }
+  if (!openCodec() || !setUpResampler()) return 0;
   packet_ = av_packet_alloc();
   frame_ = av_frame_alloc();
-  if (!packet_ || !frame_) return 0;
+  if (!packet_ || !frame_ || !findTrackStart()) return 0;
+  measureLength();
+  if (frames_ <= 0) return 0;
 
-  *format = AudioFormat{sampleRate, channels_, 16, 16, 0, frames_};
-  bytesPerFrame = channels_ * 2;
-  fifo_.clear();
-  fifo_.reserve(kFifoBytes);
-  fifoStart_ = 0;
-  started_ = ended_ = false;
+  *format = AudioFormat{kOutputRate, kOutputChannels, 16, 16, 0, frames_};
+  CBaseCodec::sampleRate = kOutputRate;
+  bytesPerFrame = kOutputChannels * 2;
   framesDone = 0;
+  positioned_ = false;
+  damaged_ = 0;
   TraceLine("START audio=%d, av_gettime() = %f s", audioStream_, av_gettime() * 1e-6);
   isOpen = 1;
   return 1;
 }
 
-void CDecoderFFMpeg::drainFrames() {
-  while (avcodec_receive_frame(codecContext_, frame_) == 0) {
-    const int outSamples = swr_get_out_samples(resampler_, frame_->nb_samples);
-    scratch_.resize(static_cast<size_t>(std::max(outSamples, 0)) * static_cast<size_t>(bytesPerFrame));
-    uint8_t* out = scratch_.data();
-    const int got = swr_convert(resampler_, &out, outSamples, const_cast<const uint8_t**>(frame_->extended_data),
-                                frame_->nb_samples);
-    if (got > 0) fifo_.insert(fifo_.end(), scratch_.begin(), scratch_.begin() + got * bytesPerFrame);
-    av_frame_unref(frame_);
-  }
+bool CDecoderFFMpeg::openCodec() {
+  AVStream* stream = formatContext_->streams[audioStream_];
+  const AVCodec* codec = avcodec_find_decoder(stream->codecpar->codec_id);
+  if (!codec) return false;
+  codecContext_ = avcodec_alloc_context3(codec);
+  if (!codecContext_ || avcodec_parameters_to_context(codecContext_, stream->codecpar) < 0) return false;
+  codecContext_->pkt_timebase = stream->time_base;  // the decoder's start trim moves time stamps
+  if (avcodec_open2(codecContext_, codec, nullptr) < 0) return false;
+  channels_ = codecContext_->ch_layout.nb_channels;
+  streamRate_ = codecContext_->sample_rate;
+  return codecContext_->sample_rate > 0 && codecContext_->sample_rate <= 768000 && channels_ > 0 &&
+         channels_ <= 32 && codecContext_->sample_fmt != AV_SAMPLE_FMT_NONE;
 }
 
-void CDecoderFFMpeg::fill(size_t wantBytes) {
-  while (fifo_.size() - fifoStart_ < wantBytes && !ended_) {
-    if (av_read_frame(formatContext_, packet_) < 0) {
-      avcodec_send_packet(codecContext_, nullptr);  // flush what the decoder still holds
-      drainFrames();
-      ended_ = true;
-      break;
-    }
-    if (packet_->stream_index == audioStream_) {
-      // A damaged packet is skipped; the decoder goes on with the next.
-      if (avcodec_send_packet(codecContext_, packet_) >= 0) drainFrames();
-    }
+bool CDecoderFFMpeg::setUpResampler() {
+  const int rate = codecContext_->sample_rate;
+  AVChannelLayout stereo = AV_CHANNEL_LAYOUT_STEREO;
+  AVChannelLayout in;
+  if (codecContext_->ch_layout.order == AV_CHANNEL_ORDER_UNSPEC) {
+    av_channel_layout_default(&in, channels_);
+  } else if (av_channel_layout_copy(&in, &codecContext_->ch_layout) < 0) {
+    return false;
+  }
+  int ok = swr_alloc_set_opts2(&resampler_, &stereo, AV_SAMPLE_FMT_S16, kOutputRate, &in,
+                               codecContext_->sample_fmt, rate, 0, nullptr);
+  av_channel_layout_uninit(&in);
+  if (ok < 0) return false;
+  // A long windowed-sinc filter on an exact rational grid: every output frame has a fixed phase,
+  // so a restart on a grid point continues exactly as a decode from the start would.
+  av_opt_set_int(resampler_, "filter_size", 64, 0);
+  av_opt_set_int(resampler_, "exact_rational", 1, 0);
+  av_opt_set_int(resampler_, "linear_interp", 0, 0);
+  if (channels_ == 1) {
+    const double both[2] = {1.0, 1.0};  // mono plays at full level on both sides
+    if (swr_set_matrix(resampler_, both, 1) < 0) return false;
+  }
+  if (swr_init(resampler_) < 0) return false;
+  inputFormat_ = codecContext_->sample_fmt;
+  const int64_t common = std::gcd(static_cast<int64_t>(rate), static_cast<int64_t>(kOutputRate));
+  inStep_ = rate / common;
+  outStep_ = kOutputRate / common;
+  preroll_ = static_cast<int64_t>(rate * kPrerollSeconds);
+  return true;
+}
+
+// Frame 0 of the track is the first sample the decoder gives after its own start trim: its
+// time stamp anchors every later position.
+bool CDecoderFFMpeg::findTrackStart() {
+  for (int packets = 0; packets < 4096; ++packets) {
+    if (av_read_frame(formatContext_, packet_) < 0) return false;
+    bool ours = packet_->stream_index == audioStream_;
+    if (ours) avcodec_send_packet(codecContext_, packet_);
     av_packet_unref(packet_);
-  }
-}
-
-size_t CDecoderFFMpeg::take(unsigned char* out, size_t bytes) {
-  const size_t n = std::min(bytes, fifo_.size() - fifoStart_);
-  std::memcpy(out, fifo_.data() + fifoStart_, n);
-  fifoStart_ += n;
-  // Compact once the consumed part is larger than what remains, so the FIFO stays bounded.
-  if (fifoStart_ > kFifoBytes / 2 && fifoStart_ * 2 > fifo_.size()) {
-    fifo_.erase(fifo_.begin(), fifo_.begin() + static_cast<long>(fifoStart_));
-    fifoStart_ = 0;
-  }
-  return n;
-}
-
-int CDecoderFFMpeg::read(void* destination, int frames, int position) {
-  if (!isOpen || !destination || frames <= 0) return 0;
-  const size_t bytes = static_cast<size_t>(frames) * static_cast<size_t>(bytesPerFrame);
-  if (position == 0 && !started_) {
-    AVStream* stream = formatContext_->streams[audioStream_];
-    if (stream->start_time != AV_NOPTS_VALUE && stream->start_time > 0) {
-      long long lead = static_cast<long long>(std::floor(static_cast<double>(stream->start_time) * sampleRate *
-                                                         stream->time_base.num / stream->time_base.den));
-      lead = std::min(lead * bytesPerFrame, kMaxLeadInBytes / bytesPerFrame * bytesPerFrame);
-      TraceLine("!!!======skipped %lld (frames) or %lld (bytes); alreadyPutInBuffer=%zu", lead / bytesPerFrame,
-                lead, fifo_.size() - fifoStart_);
-      fifo_.insert(fifo_.begin() + static_cast<long>(fifoStart_), static_cast<size_t>(lead), 0);
+    if (!ours) continue;
+    while (avcodec_receive_frame(codecContext_, frame_) == 0) {
+      int64_t pts = frame_->pts != AV_NOPTS_VALUE ? frame_->pts : frame_->best_effort_timestamp;
+      bool placed = frame_->nb_samples > 0;
+      av_frame_unref(frame_);
+      if (!placed) continue;
+      startPts_ = pts != AV_NOPTS_VALUE ? pts : 0;
+      return true;
     }
   }
-  started_ = true;
-  fill(bytes);
-  take(static_cast<unsigned char*>(destination), bytes);
-  framesDone += frames;
-  return frames;
+  return false;
+}
+
+// Containers often state a length that is not the music's: MP3 and Opus count the encoder's
+// delay and padding, a VBR MP3 without a header is guessed from its bit rate. The end is found
+// by decoding the last seconds, starting a little before the stated end and earlier again when
+// that lies past the real one.
+void CDecoderFFMpeg::measureLength() {
+  AVStream* stream = formatContext_->streams[audioStream_];
+  const int rate = codecContext_->sample_rate;
+  double seconds = 0.0;
+  if (stream->duration != AV_NOPTS_VALUE) seconds = stream->duration * av_q2d(stream->time_base);
+  else if (formatContext_->duration != AV_NOPTS_VALUE) seconds = formatContext_->duration * 1e-6;
+  seconds = std::clamp(seconds, 0.0, 86400.0);
+  int64_t lastEnd = -1;
+  int64_t back = 4 * static_cast<int64_t>(rate);
+  int64_t from = static_cast<int64_t>(seconds * rate) - back;
+  for (int attempt = 0; attempt < kLengthProbeAttempts && lastEnd < 0; ++attempt) {
+    if (attempt == kLengthProbeAttempts - 1) from = 0;
+    from = std::max<int64_t>(0, from);
+    avcodec_flush_buffers(codecContext_);
+    if (seekDemuxer(from)) {
+      bool placed = false;
+      int64_t next = 0;
+      auto count = [&] {
+        if (!placed) {
+          next = frameIndex(frame_);
+          placed = next != kUnplaced;
+          if (!placed) return;
+        }
+        next += frame_->nb_samples;
+      };
+      while (av_read_frame(formatContext_, packet_) >= 0) {
+        bool ours = packet_->stream_index == audioStream_;
+        if (ours) avcodec_send_packet(codecContext_, packet_);
+        av_packet_unref(packet_);
+        while (ours && avcodec_receive_frame(codecContext_, frame_) == 0) {
+          count();
+          av_frame_unref(frame_);
+        }
+      }
+      avcodec_send_packet(codecContext_, nullptr);
+      while (avcodec_receive_frame(codecContext_, frame_) == 0) {
+        count();
+        av_frame_unref(frame_);
+      }
+      if (placed && next > 0) lastEnd = next;
+    }
+    if (from == 0) break;
+    from -= back << (attempt + 1);
+  }
+  avcodec_flush_buffers(codecContext_);
+  int64_t samples = lastEnd > 0 ? lastEnd : static_cast<int64_t>(seconds * rate);
+  // A container that states its length exactly (an MP4 edit list) may still let the decoder run
+  // into the encoder's padding: the stated length then wins. A length guessed from the bit rate
+  // never does.
+  if (lastEnd > 0 && stream->duration != AV_NOPTS_VALUE && stream->duration > 0 &&
+      formatContext_->duration_estimation_method != AVFMT_DURATION_FROM_BITRATE) {
+    samples = std::min(samples, av_rescale_q(stream->duration, stream->time_base, AVRational{1, rate}));
+  }
+  inputLength_ = samples;
+  int64_t out = av_rescale(samples, kOutputRate, rate);
+  frames_ = static_cast<int>(std::clamp<int64_t>(out, 0, 0x7fffffff));
 }
 
 double CDecoderFFMpeg::durationSeconds() {
-  return isOpen && sampleRate > 0 ? static_cast<double>(frames_) / sampleRate : 0.0;
+  return isOpen ? static_cast<double>(frames_) / kOutputRate : 0.0;
 }
 
 void CDecoderFFMpeg::closeLocked() {
@@ -181,9 +281,16 @@ void CDecoderFFMpeg::closeLocked() {
   av_packet_free(&packet_);
   avcodec_free_context(&codecContext_);
   if (formatContext_) avformat_close_input(&formatContext_);
+  if (memoryIo_) {
+    av_freep(&memoryIo_->buffer);
+    avio_context_free(&memoryIo_);
+  }
+  memory_ = MemoryInput{};
   audioStream_ = -1;
-  std::vector<unsigned char>().swap(fifo_);
-  fifoStart_ = 0;
+  frames_ = 0;
+  std::vector<int16_t>().swap(fifo_);
+  std::vector<int16_t>().swap(scratch_);
+  fifoHead_ = 0;
 }
 
 void CDecoderFFMpeg::close() {

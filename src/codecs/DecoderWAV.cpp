@@ -5,32 +5,9 @@
 #include <cstring>
 
 #include "app/base/Trace.h"
+#include "codecs/ByteOrder.h"
 #include "codecs/PathRules.h"
-
-namespace {
-
-uint32_t LittleEndian32(const unsigned char* p) {
-  return uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16 | uint32_t(p[3]) << 24;
-}
-uint16_t LittleEndian16(const unsigned char* p) { return uint16_t(p[0] | p[1] << 8); }
-
-void PutLittleEndian32(unsigned char* p, uint32_t v) {
-  for (int i = 0; i < 4; ++i) p[i] = static_cast<unsigned char>(v >> (8 * i));
-}
-void PutLittleEndian16(unsigned char* p, uint16_t v) {
-  p[0] = static_cast<unsigned char>(v);
-  p[1] = static_cast<unsigned char>(v >> 8);
-}
-
-long FileSize(FILE* file) {
-  long here = std::ftell(file);
-  std::fseek(file, 0, SEEK_END);
-  long size = std::ftell(file);
-  std::fseek(file, here, SEEK_SET);
-  return size;
-}
-
-}  // namespace
+#include "codecs/PcmFileCodec.h"
 
 int CDecoderWAV::open(std::string path, AudioFormat* format, int write) {
   if (isOpen || !format) return 0;
@@ -51,10 +28,11 @@ int CDecoderWAV::openForReading(const std::string& path, AudioFormat* format) {
   int channels = LittleEndian16(header + 22);
   int rate = static_cast<int>(LittleEndian32(header + 24));
   int bits = LittleEndian16(header + 34);
-  // Widths above 32 bits and absurd channel counts would overrun the chain's conversion
-  // buffers; such files go on to the decoders behind this one.
-  if ((tag != 1 && tag != 3) || channels < 1 || channels > 32 || bits < 1 || bits > 32 ||
-      rate < 1 || rate > 768000) {
+  // Only what the chain reads correctly stays here: 8 and 16-bit integer and 32-bit float PCM at
+  // 44100 Hz. 24 and 32-bit integer would come out as noise, other rates would go through the
+  // chain's per-block conversion; FFmpeg, behind this reader, decodes them properly.
+  bool takes = (tag == 1 && (bits == 8 || bits == 16)) || (tag == 3 && bits == 32);
+  if (!takes || channels < 1 || channels > 32 || rate != 44100) {
     close();
     return 0;
   }
@@ -132,18 +110,8 @@ int CDecoderWAV::openForWriting(const std::string& path, AudioFormat* format) {
 }
 
 int CDecoderWAV::read(void* destination, int frames, int position) {
-  if (!isOpen || writing_ || !destination || frames <= 0) return 0;
-  if (position != -1) {
-    if (position < 0) return 0;
-    std::fseek(file_, dataOffset_ + static_cast<long>(position) * bytesPerFrame, SEEK_SET);
-  }
-  // Never read past the data chunk into whatever chunks follow it.
-  long here = std::ftell(file_);
-  long end = dataOffset_ + static_cast<long>(format_.frames) * bytesPerFrame;
-  long available = std::max(0L, (end - here) / bytesPerFrame);
-  int wanted = static_cast<int>(std::min<long>(frames, available));
-  int got = static_cast<int>(std::fread(destination, static_cast<size_t>(bytesPerFrame),
-                                        static_cast<size_t>(wanted), file_));
+  if (!isOpen || writing_) return 0;
+  int got = ReadPcmFrames(file_, dataOffset_, format_.frames, bytesPerFrame, destination, frames, position);
   framesDone += got;
   return got;
 }

@@ -1,7 +1,7 @@
 #pragma once
-// CDecoderWAV: reads and writes RIFF WAVE files with a plain 16-byte "fmt " chunk, integer PCM
-// (8, 16, 24, 32 bit) or 32-bit float. Anything else (extensible format, longer "fmt ") is
-// refused and left to the decoders behind it in the chain.
+// CDecoderWAV: reads and writes RIFF WAVE files with a plain 16-byte "fmt " chunk. It reads 8 and
+// 16-bit integer and 32-bit float PCM at 44100 Hz; anything else (24 and 32-bit integer, other
+// rates, the extensible format, a longer "fmt ") is refused and left to FFmpeg behind it.
 
 #include <cstdio>
 

@@ -2,11 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cmath>
 #include <cstring>
+#include <thread>
 
+#include "app/base/Realtime.h"
 #include "app/base/Trace.h"
 #include "codecs/CodecChain.h"
+#include "support/AllocationCounter.h"
 #include "support/TestFiles.h"
 
 namespace {
@@ -48,37 +52,44 @@ TEST_F(CodecChainTest, SixteenBitStereoAt44100IsBitExact) {
   EXPECT_EQ(read, samples);
 }
 
-TEST_F(CodecChainTest, EightBitMono22050BecomesStereoAt44100) {
+TEST_F(CodecChainTest, EightBitMono22050PlaysAsStereoAt44100) {
+  // Other rates go to FFmpeg, whose resampler runs across blocks; the WAV reader refuses them.
   WavLayout layout;
   layout.channels = 1;
   layout.rate = 22050;
   layout.bits = 8;
-  std::vector<uint8_t> data(22050, 128);  // silence in unsigned 8-bit
-  for (size_t i = 0; i < data.size(); i += 100) data[i] = 200;
+  std::vector<uint8_t> data(22050, 128);  // silence in unsigned 8-bit, then a level of 200
+  std::fill(data.begin() + 11025, data.end(), 200);
   ASSERT_TRUE(Open(Write(layout, data)));
+  EXPECT_STREQ(chain_.activeCodecObject()->codecName(), "ffmpeg-audio");
   EXPECT_EQ(format_.frames, 44100);
-  EXPECT_EQ(chain_.sourceFormat().sampleRate, 22050);
   std::vector<int16_t> read(2 * 44100, 99);
   ASSERT_EQ(chain_.read16(read.data(), 44100, 0), 44100);
   for (int i = 0; i < 44100; ++i) ASSERT_EQ(read[2 * i], read[2 * i + 1]) << "frame " << i;
-  EXPECT_EQ(read[2 * 2], 0) << "128 is the 8-bit zero";
-  // Input frame 100 (value 200) lands on output frame 200 at twice the rate.
-  EXPECT_EQ(read[2 * 200], std::lround((200 - 128) * 0.0078125f * 32767.0f));
+  EXPECT_EQ(read[2 * 1000], 0) << "128 is the 8-bit zero";
+  // (200 - 128) / 128 of full scale, away from the step where the filter rings.
+  EXPECT_NEAR(read[2 * 33000], 72 * 256, 2);
 }
 
-TEST_F(CodecChainTest, TwentyFourBitReadsWithoutSignExtension) {
-  WavLayout layout;
-  layout.bits = 24;
-  layout.channels = 1;
-  // -0.5 full scale: 0xC00000 as 24-bit two's complement, little endian.
-  std::vector<uint8_t> data;
-  for (int i = 0; i < 300; ++i) data.insert(data.end(), {0x00, 0x00, 0xC0});
-  ASSERT_TRUE(Open(Write(layout, data)));
-  std::vector<int16_t> read(600);
-  ASSERT_EQ(chain_.read16(read.data(), 300, 0), 300);
-  // The unsigned join reads the negative half-wave as 0.75 of full scale.
-  EXPECT_EQ(read[0], std::lround(0xC00000 * 5.9604645e-08f * 32767.0f));
-  EXPECT_GT(read[0], 24000);
+TEST_F(CodecChainTest, TwentyFourAndThirtyTwoBitIntegerPcmKeepsItsSign) {
+  // -0.5 of full scale, little endian. These once read as large positive values (and 32-bit
+  // as float): DC and noise at full level.
+  for (int bits : {24, 32}) {
+    WavLayout layout;
+    layout.bits = bits;
+    layout.channels = 1;
+    std::vector<uint8_t> data;
+    for (int i = 0; i < 300; ++i) {
+      if (bits == 32) data.push_back(0x00);
+      data.insert(data.end(), {0x00, 0x00, 0xC0});
+    }
+    ASSERT_TRUE(Open(Write(layout, data, bits == 24 ? "t24.wav" : "t32.wav"))) << bits;
+    EXPECT_STREQ(chain_.activeCodecObject()->codecName(), "ffmpeg-audio");
+    std::vector<int16_t> read(600);
+    ASSERT_EQ(chain_.read16(read.data(), 300, 0), 300);
+    for (int16_t v : read) ASSERT_EQ(v, -16384) << bits << "-bit";
+    chain_.close();
+  }
 }
 
 TEST_F(CodecChainTest, FloatFilesRoundIntoSixteenBits) {
@@ -117,9 +128,9 @@ TEST_F(CodecChainTest, LowRateFilesConvertWithoutOverrunningTheBuffers) {
   EXPECT_EQ(format_.frames, 44100 * 3);
   std::vector<int16_t> first(2 * 88200), again(2 * 44100);
   EXPECT_EQ(chain_.read16(first.data(), 88200, 0), 88200);
-  // A second read at a later position agrees with the same frames of a fresh sequential read.
+  // A read that jumps back gives exactly the frames the sequential read gave.
   EXPECT_EQ(chain_.read16(again.data(), 44100, 44100), 44100);
-  EXPECT_NEAR(again[2 * 1000], first[2 * (44100 + 1000)], 40);
+  EXPECT_TRUE(std::equal(again.begin(), again.end(), first.begin() + 2 * 44100));
 }
 
 TEST_F(CodecChainTest, OpenRules) {
@@ -138,6 +149,37 @@ TEST_F(CodecChainTest, OpenRules) {
   EXPECT_EQ(chain_.read16(read.data(), 500, 0), 500) << "and keeps the first one working";
   chain_.close();
   EXPECT_EQ(chain_.read16(read.data(), 500, 0), 0);
+}
+
+// The deck tells the chain about jumps from its render, on the audio thread, while its loader
+// opens and closes files. Under ThreadSanitizer this is the test of that hand-off.
+TEST_F(CodecChainTest, NotifySeekFromTheAudioThreadWhileTheLoaderOpensAndCloses) {
+  std::string path = Write(WavLayout{}, Int16Bytes(MakeTestSignal(500)));
+  std::atomic<bool> stop{false};
+  std::atomic<long> calls{0};
+  ResetAudioThreadCounts();
+  struct Joiner {
+    std::atomic<bool>& stop;
+    std::thread thread;
+    ~Joiner() {
+      stop = true;
+      if (thread.joinable()) thread.join();
+    }
+  } audio{stop, std::thread([&] {
+    rt::AudioThreadScope scope;
+    while (!stop.load()) {
+      chain_.notifySeek(static_cast<int>(calls.fetch_add(1) % 1000), 1);
+    }
+  })};
+  for (int i = 0; i < 200; ++i) {
+    ASSERT_TRUE(Open(path));
+    chain_.close();
+  }
+  while (calls.load() < 1000) std::this_thread::yield();
+  stop = true;
+  audio.thread.join();
+  EXPECT_EQ(AudioThreadAllocations(), 0u);
+  EXPECT_EQ(rt::BlockingWaitsOnAudioThread(), 0u);
 }
 
 }  // namespace

@@ -44,3 +44,6 @@ bool ParseSeconds(const std::optional<std::string>& text, double& seconds);
 void ShowProgress(double seconds, double total, const std::string& label);
 void EndProgress();
 std::string FormatClock(double seconds);
+
+// A JSON string literal of `text`; bytes that are not UTF-8 become U+FFFD.
+std::string JsonString(const std::string& text);

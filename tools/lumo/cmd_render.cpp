@@ -1,5 +1,7 @@
 // lumo render FILE -o OUT.wav: pulls the real engine through the offline back end, as fast as
-// the machine allows, and writes what the master bus carried.
+// the machine allows, and writes what the master bus carried. --start S begins the playback S
+// seconds in, and --seek S jumps there after the first second: both go through the deck's own
+// seek, so its jump path can be heard and compared.
 
 #include <algorithm>
 #include <chrono>
@@ -18,6 +20,37 @@
 namespace {
 
 constexpr int kDefaultBlockFrames = 360;
+constexpr long long kSeekAfterFrames = 44100;
+
+// An optional position in seconds: absent is fine, anything but a number from 0 up is not.
+bool ParsePosition(const ParsedArgs& args, const char* name, double& seconds) {
+  auto text = args.Get(name);
+  if (!text) return true;
+  double value = 0;
+  if (!ParseDouble(*text, value) || !(value >= 0)) {
+    std::fprintf(stderr, "lumo: --%s wants a time in seconds, not \"%s\"\n", name, text->c_str());
+    return false;
+  }
+  seconds = value;
+  return true;
+}
+
+bool WithinTrack(CSoundSource& deck, double seconds) {
+  if (seconds < 0 || std::llround(seconds * 44100) < deck.GetLength()) return true;
+  std::fprintf(stderr, "lumo: %s is past the end of the track (%s)\n", FormatClock(seconds).c_str(),
+               FormatClock(deck.GetLength() / 44100.0).c_str());
+  return false;
+}
+
+// Asks the deck to jump; with `now` the loader (running in step) makes the jump at once.
+bool JumpTo(CSoundSource& deck, double seconds, bool now) {
+  if (!deck.seek(static_cast<int>(std::llround(seconds * 44100)))) {
+    std::fprintf(stderr, "lumo: the deck refused the jump to %s\n", FormatClock(seconds).c_str());
+    return false;
+  }
+  while (now && deck.seekPending.load()) deck.loaderPass();
+  return true;
+}
 
 }  // namespace
 
@@ -26,9 +59,12 @@ int RunRenderCommand(int argc, char** argv) {
   double seconds = 0;
   long long block = kDefaultBlockFrames;
   auto output = args.Get("o") ? args.Get("o") : args.Get("output");
+  double startAt = -1, jump = -1;
   if (args.positional.size() != 1 || !output || !ParseSeconds(args.Get("seconds"), seconds) ||
+      !ParsePosition(args, "start", startAt) || !ParsePosition(args, "seek", jump) ||
       (args.Has("block") && (!ParseInt(*args.Get("block"), block) || block < 1 || block > 4410))) {
-    std::fprintf(stderr, "usage: lumo render FILE -o OUT.wav [--seconds S] [--block 1..4410] [--float]\n");
+    std::fprintf(stderr,
+                 "usage: lumo render FILE -o OUT.wav [--seconds S] [--block 1..4410] [--float] [--start S] [--seek S]\n");
     return 2;
   }
   bool asFloat = args.Has("float");
@@ -36,6 +72,8 @@ int RunRenderCommand(int argc, char** argv) {
   LumoSession session(true);
   if (!session.LoadAndWait(0, args.positional[0], true)) return 1;
   CSoundSource& deck = session.deck(0);
+  if (!WithinTrack(deck, startAt) || !WithinTrack(deck, jump)) return 1;
+  if (startAt >= 0 && !JumpTo(deck, startAt, true)) return 1;
 
   CDecoderWAV writer(100);
   AudioFormat format{44100, 2, asFloat ? 32 : 16, asFloat ? 32 : 16, 0, 0};
@@ -50,6 +88,10 @@ int RunRenderCommand(int argc, char** argv) {
   long long rendered = 0, tail = -1;
   auto start = std::chrono::steady_clock::now();
   while (rendered < limit && tail != 0) {
+    if (jump >= 0 && rendered >= kSeekAfterFrames) {
+      if (!JumpTo(deck, jump, false)) return 1;
+      jump = -1;
+    }
     offline.PullBlock(mix.data());
     if (asFloat) {
       writer.write(mix.data(), static_cast<int>(block));

@@ -18,7 +18,7 @@ struct Runner {
 
 const Runner kRunners[] = {
     {"devices", RunDevicesCommand}, {"play", RunPlayCommand},       {"render", RunRenderCommand},
-    {"analyse", RunAnalyseCommand}, {"demo", RunDemoCommand},
+    {"analyse", RunAnalyseCommand}, {"demo", RunDemoCommand},       {"probe", RunProbeCommand},
 };
 
 bool IsHelpWord(const char* word) { return !std::strcmp(word, "--help") || !std::strcmp(word, "-h"); }

@@ -22,14 +22,17 @@ const std::vector<CommandHelp> kCommands = {
      "Loads FILE on deck A, plays it from its first sound with a one-line progress display and "
      "exits when the track ends, printing \"played: deck ended=1 device=NAME frames=N\".",
      {{"--device DEVICE", kDeviceText}, {"--seconds S", "Stop after S seconds."}}},
-    {"render", "lumo render FILE -o OUT.wav [--seconds S] [--block FRAMES] [--float]",
+    {"render",
+     "lumo render FILE -o OUT.wav [--seconds S] [--block FRAMES] [--float] [--start S] [--seek S]",
      "Render a file through the engine into a WAV file, faster than real time.",
      "Pulls the real engine through the offline output as fast as the machine allows and "
      "writes what the master bus carried: 16-bit by default.",
      {{"-o, --output OUT.wav", "The file to write."},
       {"--seconds S", "Render S seconds (default: the whole track)."},
       {"--block FRAMES", "Frames per mixed block, 1 to 4410 (default 360)."},
-      {"--float", "Write 32-bit float samples instead of 16-bit."}}},
+      {"--float", "Write 32-bit float samples instead of 16-bit."},
+      {"--start S", "Begin playing S seconds into the track (through the deck's seek)."},
+      {"--seek S", "After the first second, jump to S seconds, as a DJ's jump would."}}},
     {"analyse", "lumo analyse [--json] [--jobs N] PATH...",
      "Analyse files and folders: tempo, beat grid, gain and key, into the library.",
      "Takes files and folders (recursively), shows files done and time left, stores each result "
@@ -37,6 +40,11 @@ const std::vector<CommandHelp> kCommands = {
      "track (BPM, gain, key).",
      {{"--json", "Print one JSON object per file instead."},
       {"-j, --jobs N", "Analyse N files at once (1 to 64, default 1)."}}},
+    {"probe", "lumo probe [--json] FILE...", "Show what the decoders make of each file.",
+     "For each file: the decoder that takes it, the file's own sample rate and channels, the "
+     "length in the engine's 44100 Hz frames and where the music starts, as a deck would open "
+     "it. A file no decoder takes is reported and makes the command exit 1.",
+     {{"--json", "Print one JSON object per file instead."}}},
     {"demo", "lumo demo [--device DEVICE] [--seconds S]",
      "Play a short generated demo track.",
      "Writes an 8-second generated track and plays it through JACK when a server runs, "
