@@ -71,8 +71,10 @@ TEST_F(CrossfaderTest, CurveZeroSlopesAcrossTheWholeTravel) {
   float previousLeft = 2.0f, previousRight = -1.0f;
   for (int p = 0; p < 128; p += 9) {
     auto [l, r] = GainsAt(p);
-    if (p > 0) EXPECT_LT(l, previousLeft) << p;
-    if (p > 0) EXPECT_GT(r, previousRight) << p;
+    if (p > 0) {
+      EXPECT_LT(l, previousLeft) << p;
+      EXPECT_GT(r, previousRight) << p;
+    }
     previousLeft = l, previousRight = r;
   }
   // Changing the curve re-applies the position it stands at.

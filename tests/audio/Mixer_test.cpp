@@ -132,7 +132,7 @@ TEST(Mixer, ExternalModeRoutesDecksAuxAndIgnoresThePreviewSlot) {
 
 TEST(MixerChannel, TakesANewSourceOnlyAtTheStartOfABlock) {
   ConstantSource first(0.5f, 0.5f), second(-0.5f, -0.5f);
-  CZQMixerChannel channel(&first, 1, false);
+  CZQMixerChannel channel(&first, 1, true);  // no equaliser: the samples pass unchanged
   channel.SetSource(&second);
   EXPECT_EQ(channel.CurrentSource(), &first);
   float out[2 * 8];
