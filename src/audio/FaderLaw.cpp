@@ -1,5 +1,6 @@
 #include "audio/FaderLaw.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -30,4 +31,22 @@ float DbToGain(float db) { return db > -318.8f ? std::pow(10.0f, db * 0.05f) : 0
 float FaderLawGain(int position, int steps) {
   if (steps >= 2 && position >= steps - 1) return 1.0f;
   return DbToGain(FaderLawDb(position, steps));
+}
+
+float CrossfaderBase(int curve, int steps) {
+  int span = steps - curve - 1;
+  return span > 0 ? static_cast<float>(std::pow(91.0, 1.0 / span)) : 91.0f;
+}
+
+float CrossfaderSideGain(int position, int steps, int curve, float base, int side) {
+  if (curve == -1) {
+    bool leftHalf = position < steps / 2;
+    return (side == 0) == leftHalf ? 1.0f : 0.0f;
+  }
+  // The right side is the left side seen from the other end.
+  int travel = side == 0 ? position : steps - position - 1;
+  int past = std::max(travel - curve, 0);
+  if (past == 0) return 1.0f;
+  if (travel >= steps - 1) return 0.0f;
+  return DbToGain(-(PowerBySquaring(base, past) - 1.0f));
 }

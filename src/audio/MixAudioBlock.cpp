@@ -28,6 +28,7 @@ void ClearOut(float* out, int frames, int channels) {
 
 void MixExternal(CZQMixer& mixer, float* out, int frames, int channels, int mode) {
   float* decks[4] = {g_deckBus[0], g_deckBus[1], g_deckBus[2], g_deckBus[3]};
+  mixer.SetSmoothGain(g_outputOptions.smoothGainInExternal.load(std::memory_order_relaxed));
   mixer.MixSourcesExternal(decks, g_auxBus, g_busB, frames);
   if (SecondaryOutputOpen()) RelayMonitorBlock(g_busB, frames);
   SpreadExternal(out, frames, channels, mode, decks, g_auxBus, g_busB);

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "audio/FaderLaw.h"
 #include "audio/MixerChannel.h"
 
 namespace {
@@ -15,11 +16,25 @@ void Clear(float* stereo, int frames) {
   std::memset(stereo, 0, sizeof(float) * 2 * static_cast<size_t>(frames));
 }
 
+// The setter computes the factor from where the ramp stood at the end of the last block; when it
+// ran in the middle of a block the ramp has moved on and may already be past the new target.
+// Turn such a factor round (and give a factor that rounded to 1 a nominal slope) so the gain
+// always glides towards the target instead of landing on it in one frame.
+double RampFactorTowards(double current, double target, double factor) {
+  constexpr double kNominal = 1.0069555500567189;  // 2^(1/100): silence to unity in 100 frames
+  if (current == target) return 1.0;
+  if (factor == 1.0) factor = kNominal;
+  bool up = target > current;
+  if ((factor > 1.0) != up) factor = 1.0 / factor;
+  return factor;
+}
+
 }  // namespace
 
 CZQMixer::CZQMixer(int capacityFrames)
     : capacity_(std::max(capacityFrames, 32)),
-      micBuffer_(new float[2 * static_cast<size_t>(std::max(capacityFrames, 32))]()) {}
+      micBuffer_(new float[2 * static_cast<size_t>(std::max(capacityFrames, 32))]()),
+      crossfaderBase_(CrossfaderBase(crossfaderCurve_, crossfaderSteps_)) {}
 
 int CZQMixer::AddSource(CAudioSignalSource* source) {
   if (count_ >= kMaxSources) return -1;
@@ -43,13 +58,13 @@ int CZQMixer::CrossfaderSide(int slot) const {
 
 void CZQMixer::RefreshSourceGain(int index) {
   Slot& slot = slots_[index];
-  double target = double(slot.volume.load(std::memory_order_relaxed)) *
-                      slot.trim.load(std::memory_order_relaxed) *
-                      slot.crossfader.load(std::memory_order_relaxed) + 1.0;
-  if (target == slot.rampTarget.load(std::memory_order_relaxed)) return;
+  float target = slot.volume.load(std::memory_order_relaxed) * slot.trim.load(std::memory_order_relaxed) *
+                     slot.crossfader.load(std::memory_order_relaxed) + 1.0f;
+  if (target == slot.ramp.load(std::memory_order_relaxed).target) return;
+  // The ramp restarts from where the device thread last left it.
   double current = slot.rampCurrentShared.load(std::memory_order_relaxed);
-  slot.rampFactor.store(std::pow(target / current, 1.0 / kRampFrames), std::memory_order_relaxed);
-  slot.rampTarget.store(target, std::memory_order_relaxed);
+  double factor = std::pow(target / current, 1.0 / kRampFrames);
+  slot.ramp.store(RampStep{target, static_cast<float>(factor - 1.0)}, std::memory_order_relaxed);
 }
 
 void CZQMixer::SetRampedGain(int slot, std::atomic<float> Slot::*field, float gain) {
@@ -71,7 +86,11 @@ void CZQMixer::SetSourceFlatMonitor(int slot, int flat) {
 }
 
 void CZQMixer::SetCrossfaderSide(int left, int slot) {
-  if (slot >= 0 && slot < kMaxSources) slots_[slot].side.store(left ? 0 : 1, std::memory_order_relaxed);
+  if (slot < 0 || slot >= kMaxSources) return;
+  int side = left ? 0 : 1;
+  slots_[slot].side.store(side, std::memory_order_relaxed);
+  SetCrossfaderGain(slot, CrossfaderSideGain(crossfaderPosition_, crossfaderSteps_, crossfaderCurve_,
+                                             crossfaderBase_, side));
 }
 
 void CZQMixer::SetCueGains(float cueGain, float masterInCueGain) {
@@ -114,13 +133,16 @@ void CZQMixer::PullSlot(Slot& slot, int frames) noexcept {
 
 void CZQMixer::AddRamped(Slot& slot, float* bus, int frames) noexcept {
   const float* in = slot.buffer.get();
-  double target = slot.rampTarget.load(std::memory_order_relaxed);
-  double factor = slot.rampFactor.load(std::memory_order_relaxed);
+  const RampStep step = slot.ramp.load(std::memory_order_relaxed);
+  const double target = step.target;
   double current = slot.rampCurrent;
+  const double factor = RampFactorTowards(current, target, 1.0 + double(step.factorMinusOne));
   for (int i = 0; i < frames; ++i) {
     if (current != target) {
       current *= factor;
-      if ((factor >= 1.0 && current > target) || (factor < 1.0 && current < target)) current = target;
+      if ((factor > 1.0 && current > target) || (factor < 1.0 && current < target)) {
+        current = target;
+      }
     }
     float gain = static_cast<float>(current - 1.0);
     bus[2 * i] += in[2 * i] * gain;

@@ -7,8 +7,8 @@
 // Setters run on the main thread and take effect at the next block; the device thread reads
 // the values without a lock. Volume, trim and crossfader gain reach the audio through a
 // 100-frame geometric ramp (carried as gain plus 1 so it can start from and end at silence);
-// every other gain applies at once. The fader and crossfader laws that turn slider positions
-// into these linear gains sit on top of the linear setters here.
+// every other gain applies at once. The slider-position setters (fader law, crossfader curve,
+// cue mix) and the dB dials sit on top of the linear setters and live in MixerControls.cpp.
 
 #include <atomic>
 #include <memory>
@@ -34,6 +34,23 @@ class CZQMixer {
   LUMO_RT void MixSources(float* master, float* monitor, int frames) noexcept;
   LUMO_RT void MixSourcesExternal(float** deckBuses, float* aux, float* monitor, int frames) noexcept;
 
+  // Slider positions and dials, main thread; each takes effect on the next block. Positions run
+  // 0..steps-1 (128 steps); out-of-range slots are ignored.
+  void SetChannelVolume(int slot, int position);
+  void SetChannelMonitor(int slot, int position);
+  void SetChannelTrim(int slot, float dB);
+  void SetCrossfader(int position);
+  // -1 makes the crossfader a hard cut; 0 a slope across the whole travel; c keeps it flat for
+  // the first c steps from each end. Clamped to -1..steps-3. The cue mix follows the same curve.
+  void SetCrossfaderCurve(int curve);
+  void SetCueMix(int position);
+  void SetMasterGain(float dB) { SetMasterGainLinear(DbToGainLinear(dB)); }
+  void SetMonitorGain(float dB) { SetMonitorGainLinear(DbToGainLinear(dB)); }
+  void SetMicGain(float dB) { SetMicGainLinear(DbToGainLinear(dB)); }
+  int ChannelVolumePosition(int slot) const;
+  int CrossfaderPosition() const { return crossfaderPosition_; }
+  int CrossfaderCurve() const { return crossfaderCurve_; }
+
   // Linear gains, main thread. Out-of-range slots are ignored.
   void SetChannelVolumeGain(int slot, float gain);
   void SetChannelTrimGain(int slot, float gain);
@@ -56,6 +73,14 @@ class CZQMixer {
   CAudioSignalSource* Source(int slot) const;
   int CrossfaderSide(int slot) const;
 
+  // Meters in dB, main thread: left and right since the last read, which resets the sums. A
+  // source's meter adds its trim (after trim, before volume and crossfader). Silence reads
+  // -318.7; a bad slot -320.
+  void ReadSourceLevelDb(int slot, float* left, float* right);
+  void ReadMasterLevelDb(float* left, float* right) { MeterDb(masterMeter_, 0.0f, left, right); }
+  void ReadMonitorLevelDb(float* left, float* right) { MeterDb(monitorMeter_, 0.0f, left, right); }
+  void ReadMicLevelDb(float* left, float* right) { MeterDb(micMeter_, 0.0f, left, right); }
+
   // Meters, main thread: mean squares since the last read.
   MeanSquares ReadSourceLevel(int slot);
   MeanSquares ReadMasterLevel() { return masterMeter_.ReadAndReset(); }
@@ -63,6 +88,10 @@ class CZQMixer {
   MeanSquares ReadMicLevel() { return micMeter_.ReadAndReset(); }
 
  private:
+  struct RampStep {
+    float target;         // gain + 1
+    float factorMinusOne; // per-frame factor less 1, which keeps its precision in a float
+  };
   struct Slot {
     CAudioSignalSource* source = nullptr;
     std::unique_ptr<float[]> buffer;
@@ -72,16 +101,23 @@ class CZQMixer {
     std::atomic<float> monitorLevel{0.0f};
     std::atomic<int> flatMonitor{0};
     std::atomic<int> side{-1};
-    // Ramp, all as gain + 1. Target and factor come from the main thread; current is the
-    // device thread's. A block may pair a new factor with an old target for one frame, which
-    // the stop-at-target test absorbs.
-    std::atomic<double> rampTarget{2.0};
-    std::atomic<double> rampFactor{1.0};
+    // Ramp, as gain + 1. Target and per-frame factor come from the main thread as one value,
+    // so the device thread never pairs a new target with an old factor (which would snap the
+    // gain in one frame); current is the device thread's.
+    std::atomic<RampStep> ramp{RampStep{2.0f, 0.0f}};
     double rampCurrent = 2.0;                        // device thread's own copy
     std::atomic<double> rampCurrentShared{2.0};      // published for the setters
     LevelMeter meter;
+    // Main thread only.
+    int volumePosition = 127;
+    int monitorPosition = 0;
+    float trimDb = 0.0f;
   };
 
+  static float DbToGainLinear(float dB);
+  static void MeterDb(LevelMeter& meter, float offsetDb, float* left, float* right);
+  void ApplyCrossfaderGains();
+  void ApplyCueMix();
   void RefreshSourceGain(int slot);
   void SetRampedGain(int slot, std::atomic<float> Slot::*field, float gain);
   LUMO_RT void PrepareSources() noexcept;
@@ -108,6 +144,14 @@ class CZQMixer {
   std::atomic<bool> talkOver_{false};
   std::atomic<bool> splitCue_{false};
   std::atomic<bool> smoothGain_{true};
+
+  // Slider state, main thread only.
+  int volumeSteps_ = 128;
+  int crossfaderSteps_ = 128;
+  int crossfaderPosition_ = 0;
+  int crossfaderCurve_ = 0;
+  float crossfaderBase_;
+  int cueMixPosition_ = 0;
 
   LevelMeter masterMeter_;
   LevelMeter monitorMeter_;

@@ -28,6 +28,13 @@ class ZQBiquad {
   // In place over count samples at samples[offset], samples[offset + stride], ...
   LUMO_RT void Process(float* samples, int count, int offset, int stride) noexcept;
   LUMO_RT void ClearState() noexcept { x1 = x2 = y1 = y2 = 0.0f; }
+  // Takes another section's design, keeping this one's signal state.
+  LUMO_RT void CopyDesignFrom(const ZQBiquad& other) noexcept {
+    type = other.type, frequency = other.frequency, gainDb = other.gainDb, q = other.q;
+    a0 = other.a0, a1 = other.a1, a2 = other.a2, b0 = other.b0, b1 = other.b1, b2 = other.b2;
+    fixedA0 = other.fixedA0, fixedA1 = other.fixedA1, fixedA2 = other.fixedA2;
+    fixedB0 = other.fixedB0, fixedB1 = other.fixedB1, fixedB2 = other.fixedB2;
+  }
 
   int type = 4;
   float frequency = 1700.0f;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 
 namespace {
 
@@ -9,6 +10,10 @@ constexpr int kPoles = 6;
 constexpr double kRipplePercent = 0.5;
 constexpr float kMakeUpGain = 0.1666667f;
 constexpr float kButterworthQ = 0.70710677f;
+constexpr float kKnobLowestHz = 20.0f;
+constexpr float kKnobHighestHz = 20000.0f;
+constexpr int kGlideChunk = 32;         // frames per redesign while the knob glides
+constexpr float kGlidePerChunk = 1.12f;  // 20 Hz to 20 kHz in about 45 ms
 
 // One pole pair of the Chebyshev prototype at 1 rad/sample, moved to the cut-off by the
 // low-pass to low-pass (or low-pass to high-pass) mapping of the z-transform recipe.
@@ -63,25 +68,72 @@ void ZQCutoffFilter::DesignStages() {
   for (int p = 0; p < kStages; ++p) DesignPolePair(p + 1, fraction, !isLowPass, coefficients[p]);
 }
 
-void ZQCutoffFilter::ProcessStereo(float* block, int frames) noexcept {
-  const bool changed = dirty.load(std::memory_order_acquire) != 0;
-  if (cutoff == -1.0f) {
-    if (changed) {
+float CutoffKnobHz(int knob, int* lowPass) {
+  if (lowPass) *lowPass = knob < 0;
+  if (knob == 0) return -1.0f;
+  double hz = std::pow(1.106, knob < 0 ? knob + 99 : knob + 34);
+  return static_cast<float>(std::clamp(hz, double(kKnobLowestHz), double(kKnobHighestHz)));
+}
+
+std::string CutoffKnobLabel(int knob) {
+  float hz = CutoffKnobHz(knob, nullptr);
+  if (hz < 0.0f) return "OFF";
+  int whole = static_cast<int>(hz);
+  char text[32];
+  if (whole < 1000) {
+    std::snprintf(text, sizeof text, "%d Hz", whole);
+  } else {
+    std::snprintf(text, sizeof text, "%d.%d KHz", whole / 1000, whole % 1000 / 100);
+  }
+  return text;
+}
+
+void ZQCutoffFilter::DesignKnob(float hz) noexcept {
+  glideHz_ = hz;
+  biquads[0].Design(hz, 0.0f, kButterworthQ, glideMode_ == 1 ? ZQBiquad::kLowPass : ZQBiquad::kHighPass);
+  for (int i = 1; i < 4; ++i) biquads[i].CopyDesignFrom(biquads[0]);
+}
+
+// One step of the glide towards the knob: on, off and mode changes pass through the open end.
+void ZQCutoffFilter::GlideOneChunk() noexcept {
+  auto openEnd = [](int mode) { return mode == 1 ? kKnobHighestHz : kKnobLowestHz; };
+  if (glideMode_ == 0) {
+    if (targetMode_ == 0) return;
+    glideMode_ = targetMode_;
+    for (auto& b : biquads) b.ClearState();
+    DesignKnob(openEnd(glideMode_));
+  }
+  const bool leaving = glideMode_ != targetMode_;
+  const float waypoint = leaving ? openEnd(glideMode_) : targetHz_;
+  if (glideHz_ == waypoint) {
+    if (leaving) {
+      glideMode_ = 0;  // at the open end: bypass, and start afresh next time
       for (auto& b : biquads) b.ClearState();
-      dirty.store(0, std::memory_order_relaxed);
     }
     return;
   }
-  if (changed) {
-    for (auto& b : biquads) {
-      b.Design(cutoff, 0.0f, kButterworthQ, isLowPass ? ZQBiquad::kLowPass : ZQBiquad::kHighPass);
-    }
+  float next = waypoint > glideHz_ ? std::min(glideHz_ * kGlidePerChunk, waypoint)
+                                   : std::max(glideHz_ / kGlidePerChunk, waypoint);
+  DesignKnob(next);
+}
+
+void ZQCutoffFilter::ProcessStereo(float* block, int frames) noexcept {
+  if (dirty.load(std::memory_order_acquire)) {
+    targetHz_ = cutoff;
+    targetMode_ = cutoff == -1.0f ? 0 : (isLowPass ? 1 : 2);
+    if (targetMode_ != 0) targetHz_ = std::clamp(targetHz_, kKnobLowestHz, kKnobHighestHz);
     dirty.store(0, std::memory_order_relaxed);
   }
-  biquads[0].Process(block, frames, 0, 2);
-  biquads[1].Process(block, frames, 0, 2);
-  biquads[2].Process(block, frames, 1, 2);
-  biquads[3].Process(block, frames, 1, 2);
+  for (int done = 0; done < frames; done += kGlideChunk) {
+    GlideOneChunk();
+    if (glideMode_ == 0) continue;
+    const int n = std::min(kGlideChunk, frames - done);
+    float* chunk = block + 2 * done;
+    biquads[0].Process(chunk, n, 0, 2);
+    biquads[1].Process(chunk, n, 0, 2);
+    biquads[2].Process(chunk, n, 1, 2);
+    biquads[3].Process(chunk, n, 1, 2);
+  }
 }
 
 void ZQCutoffFilter::ProcessAnalysis(float* mono, int count) noexcept {

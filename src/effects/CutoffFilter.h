@@ -3,14 +3,25 @@
 // the analysis band filter (ProcessAnalysis: a six-pole Chebyshev type I of 0.5 % ripple as
 // three cascaded sections, with a fixed make-up gain of 0.1666667).
 //
+// The knob glides: a new cut-off is approached geometrically, redesigning every 32 frames, and
+// switching the filter on, off or between low-pass and high-pass runs through the open end of
+// the travel (20 kHz for low-pass, 20 Hz for high-pass), so a fast twist never clicks.
+//
 // Threads: SetCutoff may come from any thread; `dirty` is the hand-over and is cleared by the
 // processing thread after the redesign, so a coefficient tear lasts at most one block.
 // ProcessStereo is real-time safe; ProcessAnalysis runs on analysis threads and allocates nothing.
 
 #include <atomic>
+#include <string>
 
 #include "app/base/Realtime.h"
 #include "effects/Biquad.h"
+
+// The channel's knob, -99..99 with a centre detent: below 0 low-pass at 1.106^(v+99) Hz, above 0
+// high-pass at 1.106^(v+34) Hz, kept within 20 Hz..20 kHz; 0 is off (-1). lowPass gets the mode.
+float CutoffKnobHz(int knob, int* lowPass);
+// "%d Hz", "%d.%d KHz" from 1000 Hz up, or "OFF".
+std::string CutoffKnobLabel(int knob);
 
 class ZQCutoffFilter {
  public:
@@ -32,10 +43,17 @@ class ZQCutoffFilter {
 
  private:
   void DesignStages();
+  LUMO_RT void GlideOneChunk() noexcept;
+  LUMO_RT void DesignKnob(float hz) noexcept;
 
   std::atomic<int> dirty{1};
   float inputHistory[kStages][2] = {};   // x[-1], x[-2] of each stage
   float outputHistory[kStages][2] = {};  // y[-1], y[-2]: the end of the previous call's work
   float work[kStages][kMaxAnalysisBlock + 1] = {};
   ZQBiquad biquads[4];
+  // The knob's glide, audio thread only. Modes: 0 off, 1 low-pass, 2 high-pass.
+  int targetMode_ = 0;
+  float targetHz_ = -1.0f;
+  int glideMode_ = 0;
+  float glideHz_ = -1.0f;
 };

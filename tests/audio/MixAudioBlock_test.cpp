@@ -60,6 +60,8 @@ class MixAudioBlockTest : public ::testing::Test {
     g_outputOptions.muteOutput = 0;
     g_outputOptions.monitorFollowsMaster = 0;
     g_outputOptions.mode = 0;
+    g_outputOptions.externalMixer = 0;
+    g_outputOptions.smoothGainInExternal = 1;
   }
   std::vector<float> Mix(int channels) {
     std::vector<float> out(static_cast<size_t>(kFrames * channels), 9.0f);
@@ -126,6 +128,19 @@ TEST_F(MixAudioBlockTest, RefusesWhatItCannotMix) {
   g_outputOptions.mode = 2;
   g_mixRouting.mixer.store(&mixer_);
   EXPECT_EQ(MixAudioBlock(out.data(), 16, 1), 0) << "multichannel needs two channels";
+}
+
+TEST_F(MixAudioBlockTest, DisablingVolumeInExternalModeLeavesTheTrimAlone) {
+  g_outputOptions.mode = 2;
+  g_outputOptions.externalMixer = 1;
+  g_outputOptions.smoothGainInExternal = 1;
+  std::vector<float> out = Mix(4);
+  EXPECT_FLOAT_EQ(out[2], 0.0f) << "deck 1's fader is down";
+  g_outputOptions.smoothGainInExternal = 0;  // dsblcf
+  out = Mix(4);
+  // Four channels carry decks 0+2 and 1+3 at half level each.
+  EXPECT_FLOAT_EQ(out[2], 0.125f) << "the deck's own output ignores its fader, at once";
+  EXPECT_FLOAT_EQ(out[0], 0.25f);
 }
 
 TEST(ChannelMap, NormalModes) {

@@ -132,7 +132,7 @@ TEST(Mixer, ExternalModeRoutesDecksAuxAndIgnoresThePreviewSlot) {
 
 TEST(MixerChannel, TakesANewSourceOnlyAtTheStartOfABlock) {
   ConstantSource first(0.5f, 0.5f), second(-0.5f, -0.5f);
-  CZQMixerChannel channel(&first, 1, false);
+  CZQMixerChannel channel(&first, 1, true);  // no equaliser: the samples pass unchanged
   channel.SetSource(&second);
   EXPECT_EQ(channel.CurrentSource(), &first);
   float out[2 * 8];
@@ -148,6 +148,8 @@ TEST(FaderLaw, EndsStepsAndTheStepBeforeSilence) {
   EXPECT_EQ(FaderLawGain(0, 128), 0.0f);
   EXPECT_NEAR(FaderLawDb(1, 128), -86.8f, 0.2f) << "one step up is quiet, not silent";
   EXPECT_NEAR(FaderLawDb(126, 128), -(std::pow(91.0, 1.0 / 127) - 1), 1e-5);
+  EXPECT_NEAR(FaderLawDb(64, 128), -(std::pow(91.0, 63.0 / 127) - 1), 1e-3) << "mid travel, -8.4 dB";
+  for (int v = 1; v < 128; ++v) ASSERT_GT(FaderLawGain(v, 128), FaderLawGain(v - 1, 128)) << "at " << v;
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #pragma once
 // Small sources with known output for mixer tests.
 
+#include <cmath>
 #include <vector>
 
 #include "audio/AudioSignalSource.h"
@@ -30,4 +31,22 @@ class ConstantSource : public CAudioSignalSource {
   float left_, right_;
   std::vector<int>* phaseLog_;
   int id_;
+};
+
+// A sine of the given amplitude and period in frames on both sides, continuous across blocks.
+class SineSource : public CAudioSignalSource {
+ public:
+  SineSource(float amplitude, double periodFrames) : amplitude_(amplitude), period_(periodFrames) {}
+  void GetSamples(float* out, int frames) noexcept override {
+    for (int i = 0; i < frames; ++i, ++position_) {
+      float v = amplitude_ * static_cast<float>(std::sin(2.0 * M_PI * static_cast<double>(position_) / period_));
+      out[2 * i] = out[2 * i + 1] = v;
+    }
+  }
+  void SetAmplitude(float amplitude) { amplitude_ = amplitude; }
+
+ private:
+  float amplitude_;
+  double period_;
+  long long position_ = 0;
 };
