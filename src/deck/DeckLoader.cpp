@@ -157,7 +157,6 @@ void CSoundSource::DoLoad() {
   cueTable[kLastSoundSlot] = length;
   cueSlot.store(0, std::memory_order_relaxed);
   lengthFrames.store(length, std::memory_order_release);
-  if (songRecord) CuesFromRecord(*songRecord);
   int known = port ? port->LoadStripes(*this) : 0;
 
   if (playing.exchange(0, std::memory_order_acq_rel)) FireTransport(0);
@@ -165,6 +164,7 @@ void CSoundSource::DoLoad() {
   // A seek asked for before this load belongs to the old track.
   seekPending.store(0, std::memory_order_release);
   ResetDeckControls();
+  if (songRecord) CuesFromRecord(*songRecord);
   everPlayed.store(0, std::memory_order_relaxed);
 
   LoadBlock(0);
