@@ -10,6 +10,7 @@
 #include "audio/Mixer.h"
 #include "audio/MixerChannel.h"
 #include "audio/devices/OutputLayer.h"
+#include "deck/DeckService.h"
 #include "deck/SoundSource.h"
 #include "library/SongDatabase.h"
 
@@ -82,9 +83,12 @@ void EngineStartThreads() {
   // The application threads start last, once everything they reach exists. The tick poster
   // and the deck service join the file worker here.
   if (g_engine.fileWorker) g_engine.fileWorker->Start();
+  if (!g_engine.deckService) g_engine.deckService = new CDeckService(g_engine.decks, kDeckCount);
 }
 
 void EngineStopThreads() {
+  delete g_engine.deckService;  // stops its thread first
+  g_engine.deckService = nullptr;
   delete g_engine.fileWorker;  // stops its thread first
   g_engine.fileWorker = nullptr;
 }

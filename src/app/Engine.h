@@ -13,6 +13,7 @@ class CZQMixer;
 class CZQMixerChannel;
 class CDeckAnalysis;
 class CFileWorker;
+class CDeckService;
 
 constexpr int kDeckCount = 4;
 
@@ -24,6 +25,7 @@ struct EngineObjects {
   CZQMixer* mixer = nullptr;
   CDeckAnalysis* deckAnalysis[kDeckCount] = {};
   CFileWorker* fileWorker = nullptr;
+  CDeckService* deckService = nullptr;
 };
 extern EngineObjects g_engine;
 

@@ -15,6 +15,7 @@
 #include "codecs/CodecChain.h"
 #include "deck/DeckAnalysis.h"
 #include "deck/SoundSource.h"
+#include "library/SongDatabase.h"
 
 std::atomic<int> g_trackMemoryLimitKB{310080};
 
@@ -47,13 +48,13 @@ void CSoundSource::loaderPass() {
     if (loadAutoPlay_) setPlaying(1);
   }
   if (fileOpen.load(std::memory_order_acquire) && !quit.load(std::memory_order_acquire)) {
-    int cue = cuePos.load(std::memory_order_relaxed);
-    for (int b = BlockOf(cue) - 1; b <= BlockOf(cue) + 1; ++b) memory.Pin(b);
     if (memory.streaming()) {
       StreamingPass();
     } else {
       WholeTrackPass();
     }
+    PinCueBlocks();
+    PublishWindowBpm();
   }
   inLoaderPass_.store(0, std::memory_order_release);
 }
@@ -64,15 +65,45 @@ void CSoundSource::PauseForRender(int ms) {
   if (!ThreadsAreManual()) std::this_thread::sleep_for(std::chrono::milliseconds(ms));
 }
 
+// The working cue keeps its block and both neighbours in memory, so a jump to it finds its
+// audio. When the cue moves, the blocks around the old place go back to the ordinary rules
+// (the first block and the last two stay pinned for good).
+void CSoundSource::PinCueBlocks() {
+  int cueBlock = BlockOf(cuePos.load(std::memory_order_relaxed));
+  int blocks = memory.blockCount();
+  if (pinnedCueBlock_ >= 0 && pinnedCueBlock_ != cueBlock) {
+    for (int b = pinnedCueBlock_ - 1; b <= pinnedCueBlock_ + 1; ++b) {
+      if (std::abs(b - cueBlock) <= 1 || b == 0 || b >= blocks - 2) continue;
+      if (TrackBlock* block = memory.MutableBlock(b)) block->pinned = 0;
+    }
+  }
+  pinnedCueBlock_ = cueBlock;
+  for (int b = cueBlock - 1; b <= cueBlock + 1; ++b) {
+    if (memory.streaming()) LoadBlock(b);
+    memory.Pin(b);
+  }
+}
+
+void CSoundSource::PublishWindowBpm() {
+  const TrackBlock* current = memory.Block(BlockOf(position.load(std::memory_order_relaxed)));
+  windowBpm_.store(current && current->hasBpm ? current->bpm : 0.0f, std::memory_order_relaxed);
+}
+
 void CSoundSource::UnloadTrack() {
-  loopActive.store(0, std::memory_order_relaxed);
+  endLoop(1);
   bool hadTrack = fileOpen.load(std::memory_order_acquire) != 0;
+  if (hadTrack && songRecord && !songRecord->name.empty()) {
+    CuesToRecord(*songRecord);
+    StoreSong(*songRecord);
+  }
+  windowBpm_.store(0.0f, std::memory_order_relaxed);
+  pinnedCueBlock_ = -1;
   // A running analysis finishes (or gives up, seeing the load) before its results are saved.
   if (analysisThread_) {
     analysisThread_->Wait(30000);
     analysisThread_.reset();
   }
-  if (hadTrack && analysis_) analysis_->SaveStripes(*this);
+  if (hadTrack && analysis()) analysis()->SaveStripes(*this);
   fileOpen.store(0, std::memory_order_release);
   codec_->close();
   memory.Reset(0, false);
@@ -114,7 +145,8 @@ void CSoundSource::DoLoad() {
     return;
   }
   int blocks = (length + kTrackBlockFrames - 1) / kTrackBlockFrames;
-  if (analysis_) analysis_->ResetFilters(*this);
+  CDeckAnalysis* port = analysis();
+  if (port) port->ResetFilters(*this);
   memory.Reset(blocks, CTrackMemory::ShouldStream(blocks, g_trackMemoryLimitKB.load()));
   {
     std::lock_guard lock(dataLock);
@@ -125,18 +157,14 @@ void CSoundSource::DoLoad() {
   cueTable[kLastSoundSlot] = length;
   cueSlot.store(0, std::memory_order_relaxed);
   lengthFrames.store(length, std::memory_order_release);
-  int known = analysis_ ? analysis_->LoadStripes(*this) : 0;
+  int known = port ? port->LoadStripes(*this) : 0;
 
   if (playing.exchange(0, std::memory_order_acq_rel)) FireTransport(0);
   position.store(0.0, std::memory_order_release);
-  loopActive.store(0, std::memory_order_relaxed);
-  scratching.store(0, std::memory_order_relaxed);
-  brake.store(0, std::memory_order_relaxed);
-  searchStop();
-  speed.store(1.0, std::memory_order_relaxed);
-  targetSpeed.store(1.0, std::memory_order_relaxed);
-  direction.store(1, std::memory_order_relaxed);
-  pitch.store(0, std::memory_order_relaxed);
+  // A seek asked for before this load belongs to the old track.
+  seekPending.store(0, std::memory_order_release);
+  ResetDeckControls();
+  if (songRecord) CuesFromRecord(*songRecord);
   everPlayed.store(0, std::memory_order_relaxed);
 
   LoadBlock(0);
@@ -210,7 +238,8 @@ bool CSoundSource::LoadBlock(int index) {
   block->bpm = known ? bpm.load(std::memory_order_relaxed) : 0.0f;
   block->pinned = index == 0 || index >= blocks - 2;
   bool streamed = memory.streaming();
-  if (analysis_ && (streamed || !known)) analysis_->FeedSecond(*this, index, block->samples, got);
+  CDeckAnalysis* port = analysis();
+  if (port && (streamed || !known)) port->FeedSecond(*this, index, block->samples, got);
   memory.Publish(index, block);
   if (!streamed) {
     int none = kStatusNone;
@@ -254,7 +283,7 @@ void CSoundSource::ApplySeek(double target, bool streamed) {
   int behind = BlockOf(target - dir * (kMaxBlockFrames + 12.0));
   if (behind != targetBlock) LoadBlock(behind);
   if (!streamed) LoadBlock(targetBlock + dir);
-  loopActive.store(0, std::memory_order_relaxed);
+  endLoop(1);
   if (target >= 0 && target < length) {
     position.store(target, std::memory_order_release);
     codec_->notifySeek(static_cast<int>(target), 1);
@@ -327,7 +356,8 @@ void CSoundSource::StreamingPass() {
 }
 
 void CSoundSource::StreamingWindowBpm() {
-  if (!analysis_) return;
+  CDeckAnalysis* port = analysis();
+  if (!port) return;
   int blocks = memory.blockCount();
   for (int group = 0; group * kBpmGroupBlocks < blocks; ++group) {
     int first = group * kBpmGroupBlocks;
@@ -345,7 +375,7 @@ void CSoundSource::StreamingWindowBpm() {
       size_t from = static_cast<size_t>(first) * kStripesPerBlock;
       size_t count = std::min(level.size() - std::min(level.size(), from),
                               static_cast<size_t>(kBpmGroupBlocks * kStripesPerBlock));
-      tempo = analysis_->EstimateWindowBpm(level.data() + from, static_cast<int>(count));
+      tempo = port->EstimateWindowBpm(level.data() + from, static_cast<int>(count));
     }
     for (int b = first; b < last; ++b) {
       if (TrackBlock* block = memory.MutableBlock(b)) {
@@ -363,12 +393,12 @@ void CSoundSource::StartAnalysisIfComplete() {
     statusCode.store(kStatusAnalysed, std::memory_order_release);
     return;
   }
-  if (!analysis_) return;
+  if (!analysis()) return;
   statusCode.store(kStatusAnalysing, std::memory_order_release);
   analysisThread_ = std::make_unique<COneShotThread>(
       [](void* self) {
         auto* deck = static_cast<CSoundSource*>(self);
-        deck->analysis_->AnalyseWholeTrack(*deck);
+        deck->analysis()->AnalyseWholeTrack(*deck);
       },
       this, 0, "deck analysis");
 }

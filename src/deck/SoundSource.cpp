@@ -12,13 +12,14 @@
 namespace {
 constexpr int kLoaderPeriodMs = 250;
 constexpr int kMaxSearchStepSeconds = 300;
+constexpr double kMaxSpeed = 32.0;
 
 }  // namespace
 
 // The data root would hold a swap file for blocks; blocks never leave memory, so it goes unused.
 CSoundSource::CSoundSource(int id, const std::string& /*dataRoot*/)
     : id_(id), codec_(std::make_unique<CCodecChain>(id)) {
-
+  std::fill(std::begin(cueHold_), std::end(cueHold_), -1);
   std::string name = "deck loader " + std::to_string(id);
   loaderThread_ = std::make_unique<CPeriodicThread>(&CSoundSource::LoaderThreadEntry, this, 0,
                                                     kLoaderPeriodMs, name.c_str());
@@ -31,7 +32,7 @@ CSoundSource::~CSoundSource() {
   analysisThread_.reset();
   // What was analysed during the session is kept: the track still loaded at close is saved
   // as an unload would save it. Its analysis port outlives the deck.
-  if (fileOpen.load(std::memory_order_acquire) && analysis_) analysis_->SaveStripes(*this);
+  if (fileOpen.load(std::memory_order_acquire) && analysis()) analysis()->SaveStripes(*this);
   fileOpen.store(0, std::memory_order_release);
   memory.FreeAll();
   codec_->close();
@@ -52,6 +53,11 @@ void CSoundSource::FireTransport(int event) {
   if (onTransport_) onTransport_(event, id_);
 }
 
+void CSoundSource::DeliverTransportEvents() {
+  int event = pendingTransport_.exchange(-1, std::memory_order_acq_rel);
+  if (event >= 0) FireTransport(event);
+}
+
 bool CSoundSource::isReady() const {
   return fileOpen.load(std::memory_order_acquire) && !loadPending.load(std::memory_order_acquire) &&
          !seekPending.load(std::memory_order_acquire) && !quit.load(std::memory_order_acquire);
@@ -70,11 +76,12 @@ int CSoundSource::GetPosition() {
   return static_cast<int>(std::lround(position.load(std::memory_order_acquire) - 0.5));
 }
 
+// A streamed track's tempo comes from the ten-second window under the play head. Blocks may be
+// freed by the loader at any moment, so only the loader reads them and publishes the value.
 float CSoundSource::GetBpm() {
   if (memory.streaming()) {
-    int block = static_cast<int>(position.load(std::memory_order_relaxed)) / kTrackBlockFrames;
-    const TrackBlock* current = memory.Block(block);
-    if (current && current->hasBpm) return current->bpm;
+    float window = windowBpm_.load(std::memory_order_relaxed);
+    if (window > 0.0f) return window;
   }
   return bpm.load(std::memory_order_relaxed);
 }
@@ -122,7 +129,8 @@ int CSoundSource::setPlaying(int state) {
 }
 
 int CSoundSource::seek(int frame) {
-  if (scratching.load(std::memory_order_relaxed) || loadPending.load(std::memory_order_acquire) ||
+  // An empty deck has nowhere to go: a target kept now would move the next track.
+  if (!fileOpen.load(std::memory_order_acquire) || scratching.load(std::memory_order_relaxed) || loadPending.load(std::memory_order_acquire) ||
       seekPending.load(std::memory_order_acquire)) {
     return 0;
   }
@@ -134,7 +142,7 @@ int CSoundSource::seek(int frame) {
 
 int CSoundSource::backToTop() {
   setPlaying(0);
-  loopActive.store(0, std::memory_order_relaxed);
+  endLoop(1);
   position.store(0.0, std::memory_order_release);
   stopAtCue.store(0, std::memory_order_relaxed);
   movedWhileStopped.store(0, std::memory_order_relaxed);
@@ -143,11 +151,13 @@ int CSoundSource::backToTop() {
 
 int CSoundSource::playFromCue() {
   if (!fileOpen.load(std::memory_order_acquire)) return 0;
-  setPlaying(1);
-  loopActive.store(0, std::memory_order_relaxed);
+  // The position moves before the deck starts, so the first block played is the cue's.
+  endLoop(1);
   int cue = cuePos.load(std::memory_order_relaxed);
   position.store(cue, std::memory_order_release);
-  WakeLoader();  // the loader tells the codec and fetches the blocks around the cue
+  codec_->notifySeek(cue, 1);
+  setPlaying(1);
+  WakeLoader();  // the loader fetches the blocks around the cue
   return 1;
 }
 
@@ -158,19 +168,28 @@ int CSoundSource::setCueHere() {
   return 1;
 }
 
-void CSoundSource::setTargetSpeed(double value) { targetSpeed.store(value, std::memory_order_relaxed); }
-
-void CSoundSource::searchStart(int dir) {
-  searchBack_ = dir < 0 ? 0 : -1;
-  searchForward_ = dir < 0 ? -1 : 0;
+void CSoundSource::setTargetSpeed(double value) {
+  // A rate that is not a number would poison the position and every span check after it.
+  if (!std::isfinite(value)) return;
+  targetSpeed.store(std::clamp(value, -kMaxSpeed, kMaxSpeed), std::memory_order_relaxed);
 }
 
-void CSoundSource::searchStop() { searchBack_ = searchForward_ = -1; }
+void CSoundSource::searchStart(int dir) {
+  searchBack_.store(dir < 0 ? 0 : -1, std::memory_order_relaxed);
+  searchForward_.store(dir < 0 ? -1 : 0, std::memory_order_relaxed);
+}
+
+void CSoundSource::searchStop() {
+  searchBack_.store(-1, std::memory_order_relaxed);
+  searchForward_.store(-1, std::memory_order_relaxed);
+}
 
 void CSoundSource::SearchTick() {
-  int& count = searchBack_ >= 0 ? searchBack_ : searchForward_;
+  bool back = searchBack_.load(std::memory_order_relaxed) >= 0;
+  std::atomic<int>& counter = back ? searchBack_ : searchForward_;
+  int count = counter.load(std::memory_order_relaxed);
   if (count < 0) return;
-  int dir = searchBack_ >= 0 ? -1 : 1;
+  int dir = back ? -1 : 1;
   int step = std::clamp(count, 1, kMaxSearchStepSeconds);
   if (!seekPending.load(std::memory_order_acquire) && !scratching.load(std::memory_order_relaxed) &&
       isReady()) {
@@ -178,5 +197,6 @@ void CSoundSource::SearchTick() {
     target = std::clamp(target, 0.0, std::max(0.0, lengthFrames.load(std::memory_order_relaxed) - 1.0));
     seek(static_cast<int>(target));
   }
-  count += std::max(1, count / 10);
+  // A stop in between wins: only a count still running grows.
+  counter.compare_exchange_strong(count, count + std::max(1, count / 10), std::memory_order_relaxed);
 }

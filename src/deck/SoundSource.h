@@ -17,7 +17,9 @@
 //
 // The parts live in their own files: transport commands (SoundSource.cpp), render
 // (SoundSourceRender.cpp), loading and the loader pass (DeckLoader.cpp), track memory
-// (TrackMemory.cpp).
+// (TrackMemory.cpp), cue commands (DeckCues.cpp), loops (DeckLoops.cpp, the audio side in
+// DeckLoopBoundary.cpp), pitch and bends (DeckPitch.cpp), the splice key lock
+// (SpliceKeyLock.cpp), scratch, brake and reverse (DeckScratch.cpp).
 
 #include <atomic>
 #include <memory>
@@ -59,8 +61,9 @@ class CSoundSource : public CAudioSignalSource {
   static constexpr int kFirstSoundSlot = 10;
   static constexpr int kLastSoundSlot = 11;
 
-  // event: 0 stopped, 1 started, 2 started for the first time since the load. Called on the
-  // thread that caused the change, which can be the audio thread: keep it to flag setting.
+  // event: 0 stopped, 1 started, 2 started for the first time since the load. Commands fire it
+  // on their own thread; a stop made by the audio thread (parking at the cue) is queued and
+  // fired by DeliverTransportEvents on the engine tick, never on the audio thread.
   using TransportCallback = void (*)(int event, int deck);
   // state: 1 after a load, 0 after an unload. Called on the loader thread.
   using LoadedCallback = void (*)(int state, int deck);
@@ -91,7 +94,58 @@ class CSoundSource : public CAudioSignalSource {
   // The speed pitch and direction ask for; the render ramps towards it.
   void setTargetSpeed(double speed);
   void SetCallbacks(TransportCallback onTransport, LoadedCallback onLoaded);
-  void SetAnalysis(CDeckAnalysis* analysis) { analysis_ = analysis; }
+  // The loader thread may be running: the port is published atomically.
+  void SetAnalysis(CDeckAnalysis* analysis) { analysis_.store(analysis, std::memory_order_release); }
+  // Engine tick: fires a transport event the audio thread queued.
+  void DeliverTransportEvents();
+
+  // --- cues (DeckCues.cpp), main thread. 1 done, 0 refused. ---
+  int cuePress();
+  int cueRelease();
+  int selectCue(int slot);
+  int getCue(int slot) const;  // -1 or the selected slot: the working cue
+  int clearCue();
+  int hotCue(int slot);         // press of a hot-cue button
+  void hotCueRelease(int slot);
+  void CueHoldTick();           // main tick: a hot cue held about 1.2 s is deleted
+  // The cue table of a song record: user cues, the selected slot and the saved loop.
+  void CuesFromRecord(const TSongRecord& record);
+  void CuesToRecord(TSongRecord& record) const;
+
+  // --- loops (DeckLoops.cpp), main thread ---
+  int loopSizeCode(int frames) const;
+  int snapToBeat(int window) const;
+  int loopInOrOut();
+  int beatLoop(int code);
+  int beatLoopBack(int code);
+  int resizeLoop(int delta);
+  int shiftLoop(int delta);
+  int recallLoop();
+  int endLoop(int force);
+  int skipBeats(int n);
+  int RefreshBeatFrames();
+
+  // --- pitch, key and bends (DeckPitch.cpp), main thread ---
+  void setPitch(int hundredths);
+  void setDirection(int dir);
+  int getPitch() const;
+  void setKeyShift(int cents);
+  int resultingKey(int songKey) const;
+  void setKeyLock(bool on) { keyLockOn.store(on, std::memory_order_relaxed); }
+  void setHq(bool on) { hqEnabled.store(on, std::memory_order_relaxed); }
+  void bendStart(int dir);  // -1 down, +1 up
+  void bendStop(int dir);
+  void BendTick();          // main tick
+  void JogBend(int dir);    // a wheel turned on a playing deck: a short fixed bend
+
+  // --- scratch, brake (DeckScratch.cpp): main thread and the deck service thread ---
+  int scratchStart(int mouse, int relative);
+  void scratchMove(int mouse);
+  void scratchEnd();
+  void scratchTick(int idleLimit);
+  int jogMove(int value, int previous, int type, int forceScratch, int ticksPerTurn);
+  void toggleScratchArmed();
+  void setBrake(int on);
 
   // --- loader thread ---
   void loaderPass();
@@ -122,7 +176,7 @@ class CSoundSource : public CAudioSignalSource {
   std::atomic<int> analysisStarted{0};
   // Three stripe arrays of 441 entries per second (one per 100 frames), guarded by dataLock.
   std::vector<float> stripes[3];
-  CCritSect dataLock;
+  mutable CCritSect dataLock;
 
   // Clock.
   std::atomic<double> position{0.0};
@@ -149,6 +203,34 @@ class CSoundSource : public CAudioSignalSource {
   std::atomic<int> loopActive{0};
   std::atomic<int> loopSong{0};
   std::atomic<int> autoCueDisabled{0};  // "disacu"
+  // The loop in force (loopEnd inclusive) and the pending one the audio thread takes over at
+  // the boundary; last* remember the loop for recall.
+  std::atomic<int> loopInArmed{0};
+  std::atomic<int> loopStart{0}, loopEnd{0}, loopLength{0};
+  std::atomic<int> nextStart{0}, nextEnd{0}, nextLength{0};
+  std::atomic<int> lastStart{0}, lastEnd{0}, lastLength{-1};
+  std::atomic<int> loopPasses{0};
+  std::atomic<int> exitPending{0};
+  std::atomic<int> loopChanged{0};  // the GUI refreshes the loop buttons and clears it
+  std::atomic<int> beatFrames{22050};
+
+  // Pitch and key lock.
+  std::atomic<double> baseSpeed{1.0};
+  std::atomic<int> keyLockOn{0};
+  std::atomic<int> hqEnabled{0};
+  std::atomic<int> keyShift{0};  // cents
+  std::atomic<double> wantedRatio{1.0};
+  std::atomic<double> wantedScale{1.0};
+
+  // Scratch (the service thread and the main thread write, the audio thread reads flags).
+  std::atomic<int> restartSpeed{0};
+  std::atomic<int> scratchWasPlaying{0};
+  std::atomic<int> mouseStart{0}, mouseLast{0}, scratchAnchor{0}, mouseVelocity{0};
+  std::atomic<int> relativeMode{0}, relativeSum{0};
+  std::atomic<int> jogScratching{0};
+  std::atomic<float> jogSum{0.0f}, jogStep{0.0f};
+  std::atomic<int> jogIdleTicks{0};
+  std::atomic<int> jogLastDirection{-1};
 
   // Requests to the loader thread.
   std::atomic<int> loadPending{0};
@@ -162,6 +244,18 @@ class CSoundSource : public CAudioSignalSource {
   LUMO_RT void HandleStopAtCue() noexcept;
   LUMO_RT double NextSpeedStep(double current) noexcept;
   LUMO_RT bool ClampAtTrackEnd(double& pos, int length) noexcept;
+  // Loop boundary, per frame (DeckLoopBoundary.cpp): takes over a pending loop and wraps.
+  LUMO_RT void ApplyLoopBoundary(double& pos) noexcept;
+  LUMO_RT bool SubBeatHold(int code) const noexcept;
+  LUMO_RT void ScratchBookkeeping(double pos) noexcept;
+  LUMO_RT void ApplyBrakeAndRestart(double& spd) noexcept;
+  // Splice key lock (SpliceKeyLock.cpp): the position moves a frame at a time and jumps every
+  // 80 ms to make up the rate, crossfading into the jump.
+  LUMO_RT void SpliceAdvance(double& pos, double spd, int length) noexcept;
+  LUMO_RT void SpliceFetch(double pos, double spd, int length, float& left, float& right) const noexcept;
+  LUMO_RT void SpliceSearch(double pos, double spd, int length) noexcept;
+  LUMO_RT double SpliceCorrelation(long long from, long long other, int sign, int length) const noexcept;
+  LUMO_RT void FetchFrame(long long frame, int length, float& left, float& right) const noexcept;
   LUMO_RT void FetchHermite(double pos, int length, float& left, float& right) const noexcept;
   LUMO_RT void FetchLinear16(double pos, int length, short& left, short& right) const noexcept;
   // A stop or a track end holds the newest output frame; each held frame is it scaled by
@@ -170,7 +264,7 @@ class CSoundSource : public CAudioSignalSource {
   LUMO_RT void NextHeldFrame(float& left, float& right) noexcept;
   LUMO_RT void StartBlockGain() noexcept;
   template <typename Sample, typename Fetch>
-  LUMO_RT void Render(Sample* out, int frames, Fetch fetch) noexcept;
+  LUMO_RT void Render(Sample* out, int frames, Fetch fetch, bool keyLockAllowed) noexcept;
 
   // Loading (DeckLoader.cpp).
   void DoLoad();
@@ -193,12 +287,30 @@ class CSoundSource : public CAudioSignalSource {
   void StartAnalysisIfComplete();
   void PauseForRender(int ms);
   void FireTransport(int event);
+  void PinCueBlocks();
+  void PublishWindowBpm();
+  void ResetDeckControls();
+  void ApplyNextLoopAtOnce();
+  void StoreLoop(int start, int end, bool current);
+  void RecomputeSpeed();
+  void ChaseTarget(double target, double factor);
+  void EndJogScratch();
 
   static void LoaderThreadEntry(void* self);
 
   int id_;
   std::unique_ptr<CCodecChain> codec_;
-  CDeckAnalysis* analysis_ = nullptr;
+  std::atomic<CDeckAnalysis*> analysis_{nullptr};
+  CDeckAnalysis* analysis() const { return analysis_.load(std::memory_order_acquire); }
+  // The pending loop is three words: the main thread marks an edit odd while it writes them
+  // and the audio thread takes the pending loop only from a stable, even count.
+  std::atomic<unsigned> nextEdit_{0};
+  void BeginNextEdit() { nextEdit_.fetch_add(1, std::memory_order_acq_rel); }
+  void EndNextEdit() { nextEdit_.fetch_add(1, std::memory_order_release); }
+  bool NextEqualsCurrent() const;
+  std::atomic<int> pendingTransport_{-1};  // a stop the audio thread made, for the tick to fire
+  int pinnedCueBlock_ = -1;                // loader thread: the block the cue pins sit around
+  std::atomic<float> windowBpm_{0.0f};     // a streamed track's tempo under the play head
   TransportCallback onTransport_ = nullptr;
   LoadedCallback onLoaded_ = nullptr;
   std::unique_ptr<CPeriodicThread> loaderThread_;
@@ -214,9 +326,17 @@ class CSoundSource : public CAudioSignalSource {
   std::atomic<int> startAtFirstSound_{0};
   std::atomic<int> inLoaderPass_{0};
 
-  // Search, main tick only: step counts in seconds, -1 when off.
-  int searchBack_ = -1;
-  int searchForward_ = -1;
+  // Search: step counts in seconds, -1 when off. Commands and the tick may sit on different
+  // threads (a controller script, the window's tick).
+  std::atomic<int> searchBack_{-1};
+  std::atomic<int> searchForward_{-1};
+
+  // Main thread only: hot-cue hold counters (-1 when not held) and the bend.
+  int cueHold_[kCueSlots];
+  int bendReturn_ = 0, bendLimit_ = 0;
+  double bendAmount_ = 0.0;
+  int bendDown_ = 0, bendUp_ = 0, bendFixed_ = 0;
+  int bendDownTicks_ = 0, bendUpTicks_ = 0;
 
   // Audio thread only.
   double rampGoal_ = 1.0;
@@ -227,4 +347,10 @@ class CSoundSource : public CAudioSignalSource {
   float heldLeft_ = 0.0f, heldRight_ = 0.0f;  // the frame a stop fades out
   int holdCount_ = 0;                          // the held frame's fade, 441 down to 0
   bool holding_ = true;                        // no live audio: the held frame fades
+  bool braking_ = false;                       // the brake's step is fixed at its first block
+  // Splice key lock state, audio thread only.
+  bool spliceOn_ = false;
+  int spliceCount_ = 0;
+  int spliceOffset_ = 0;
+  double spliceError_ = 0.0;  // frames jumped minus frames the rate asked for, carried over
 };

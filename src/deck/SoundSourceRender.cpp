@@ -34,7 +34,7 @@ void CSoundSource::GetSamples(float* out, int frames) noexcept {
   memory.EnterRender();
   Render(out, frames, [this](double pos, int length, float& left, float& right) {
     FetchHermite(pos, length, left, right);
-  });
+  }, true);
   memory.LeaveRender();
 }
 
@@ -45,7 +45,7 @@ void CSoundSource::ReadInt16(short* out, int frames) noexcept {
     FetchLinear16(pos, length, l, r);
     left = l;
     right = r;
-  });
+  }, false);
   memory.LeaveRender();
 }
 
@@ -65,7 +65,7 @@ void Silence(Sample* out, int frames) {
 }  // namespace
 
 template <typename Sample, typename Fetch>
-void CSoundSource::Render(Sample* out, int frames, Fetch fetch) noexcept {
+void CSoundSource::Render(Sample* out, int frames, Fetch fetch, bool keyLockAllowed) noexcept {
   if (frames <= 0) return;
   if (frames > kMaxBlockFrames || !fileOpen.load(std::memory_order_acquire)) {
     Silence(out, frames);
@@ -76,6 +76,8 @@ void CSoundSource::Render(Sample* out, int frames, Fetch fetch) noexcept {
   double startPos = position.load(std::memory_order_acquire);
   double pos = startPos;
   double spd = speed.load(std::memory_order_relaxed);
+  ApplyBrakeAndRestart(spd);
+  ScratchBookkeeping(pos);
   int length = lengthFrames.load(std::memory_order_acquire);
   bool isPlaying = playing.load(std::memory_order_relaxed) != 0;
 
@@ -100,13 +102,31 @@ void CSoundSource::Render(Sample* out, int frames, Fetch fetch) noexcept {
   }
 
   StartBlockGain();
+  bool scratch = scratching.load(std::memory_order_relaxed) != 0;
+  // The splice key lock: material at its own pitch, the rate made up by jumps. Scratch and
+  // brake play the record as it turns.
+  bool splice = keyLockAllowed && keyLockOn.load(std::memory_order_relaxed) && !scratch &&
+                !brake.load(std::memory_order_relaxed);
+  if (!splice) spliceOn_ = false;
   int i = 0;
   for (; i < frames; ++i) {
     spd = NextSpeedStep(spd);
-    pos += spd;
-    if (ClampAtTrackEnd(pos, length)) break;
+    if (splice) {
+      SpliceAdvance(pos, spd, length);
+    } else {
+      pos += spd;
+    }
+    if (loopActive.load(std::memory_order_relaxed) && !scratch) {
+      ApplyLoopBoundary(pos);
+    } else if (ClampAtTrackEnd(pos, length)) {
+      break;
+    }
     float left, right;
-    fetch(pos, length, left, right);
+    if (splice) {
+      SpliceFetch(pos, spd, length, left, right);
+    } else {
+      fetch(pos, length, left, right);
+    }
     holding_ = false;
     lastLeft_ = left * gain_;
     lastRight_ = right * gain_;
@@ -142,9 +162,18 @@ bool CSoundSource::SpanPresent(double pos, double spd, int frames) const noexcep
 
 void CSoundSource::HandleStopAtCue() noexcept {
   if (!stopAtCue.exchange(0, std::memory_order_acq_rel)) return;
-  if (playing.exchange(0, std::memory_order_acq_rel)) FireTransport(0);
+  // The listener runs user code: the engine tick fires the event, not the audio thread.
+  if (playing.exchange(0, std::memory_order_acq_rel)) pendingTransport_.store(0, std::memory_order_release);
   scratchArmed.store(0, std::memory_order_relaxed);
-  loopActive.store(0, std::memory_order_relaxed);
+  if (loopActive.load(std::memory_order_relaxed) || loopInArmed.load(std::memory_order_relaxed)) {
+    lastStart.store(loopStart.load(std::memory_order_relaxed), std::memory_order_relaxed);
+    lastEnd.store(loopEnd.load(std::memory_order_relaxed), std::memory_order_relaxed);
+    lastLength.store(loopLength.load(std::memory_order_relaxed), std::memory_order_relaxed);
+    loopActive.store(0, std::memory_order_relaxed);
+    loopInArmed.store(0, std::memory_order_relaxed);
+    exitPending.store(0, std::memory_order_relaxed);
+    loopChanged.store(1, std::memory_order_relaxed);
+  }
   int cue = cuePos.load(std::memory_order_relaxed);
   if (cue < lengthFrames.load(std::memory_order_relaxed)) {
     position.store(cue, std::memory_order_release);
@@ -154,6 +183,31 @@ void CSoundSource::HandleStopAtCue() noexcept {
   if (startAtFirstSound_.exchange(0, std::memory_order_acq_rel)) {
     cuePos.store(cueTable[cueSlot.load(std::memory_order_relaxed)], std::memory_order_relaxed);
   }
+}
+
+void CSoundSource::ApplyBrakeAndRestart(double& spd) noexcept {
+  // A scratch on a stopped deck starts from standstill, with no jump.
+  if (restartSpeed.exchange(0, std::memory_order_acq_rel)) {
+    spd = 0.0;
+    rampGoal_ = 0.0;
+    speed.store(0.0, std::memory_order_relaxed);
+  }
+  // The brake falls linearly to standstill; the ramp fixes its step at the first block.
+  if (brake.load(std::memory_order_relaxed) && !externalSpeed.load(std::memory_order_relaxed)) {
+    targetSpeed.store(0.0, std::memory_order_relaxed);
+    speedGlide.store(0, std::memory_order_relaxed);
+  }
+}
+
+void CSoundSource::ScratchBookkeeping(double pos) noexcept {
+  // A scratch on a stopped deck drags the cue along while it stays near it, and marks the deck
+  // as moved so the next cue press sets the cue where the hand left the record.
+  if (!scratching.load(std::memory_order_relaxed) || scratchWasPlaying.load(std::memory_order_relaxed)) return;
+  if (std::fabs(pos - cuePos.load(std::memory_order_relaxed)) < kTrackBlockFrames) {
+    cuePos.store(static_cast<int>(std::floor(pos)), std::memory_order_relaxed);
+    WakeLoader();  // pins the blocks around the cue
+  }
+  movedWhileStopped.store(1, std::memory_order_relaxed);
 }
 
 void CSoundSource::StartBlockGain() noexcept {
@@ -211,17 +265,23 @@ bool CSoundSource::ClampAtTrackEnd(double& pos, int length) noexcept {
   return true;
 }
 
+// One frame as float; a frame outside the track or in a missing block is silence.
+void CSoundSource::FetchFrame(long long frame, int length, float& left, float& right) const noexcept {
+  const TrackBlock* block = frame >= 0 && frame < length ? memory.Block(static_cast<int>(frame / kTrackBlockFrames)) : nullptr;
+  if (!block) {
+    left = right = 0.0f;
+    return;
+  }
+  int offset = static_cast<int>(frame % kTrackBlockFrames);
+  left = block->samples[2 * offset] * kInt16ToFloat;
+  right = block->samples[2 * offset + 1] * kInt16ToFloat;
+}
+
 void CSoundSource::FetchHermite(double pos, int length, float& left, float& right) const noexcept {
   long long i = static_cast<long long>(std::floor(pos));
   float t = static_cast<float>(pos - static_cast<double>(i));
   float p[4][2];
-  for (int k = 0; k < 4; ++k) {
-    int frame = WrapFrame(i - 2 + k, length);
-    const TrackBlock* block = memory.Block(frame / kTrackBlockFrames);
-    int offset = frame % kTrackBlockFrames;
-    p[k][0] = block ? block->samples[2 * offset] * kInt16ToFloat : 0.0f;
-    p[k][1] = block ? block->samples[2 * offset + 1] * kInt16ToFloat : 0.0f;
-  }
+  for (int k = 0; k < 4; ++k) FetchFrame(WrapFrame(i - 2 + k, length), length, p[k][0], p[k][1]);
   // Catmull-Rom between p[1] (frame i-1) and p[2] (frame i): the output trails the position by
   // one frame, and at t = 0 it is p[1] exactly.
   float t2 = t * t, t3 = t2 * t;

@@ -11,7 +11,9 @@
 #include <thread>
 
 #include "app/base/Realtime.h"
+#include "audio/MixerChannel.h"
 #include "audio/Threads.h"
+#include "deck/DeckAnalysis.h"
 #include "deck/SoundSource.h"
 #include "support/TestFiles.h"
 #include "support/WaitFor.h"
@@ -77,6 +79,73 @@ TEST(ThreadedDeck, LoadsSeeksAndStopsWhileTheAudioThreadRenders) {
   EXPECT_GE(seeks, 10);
   EXPECT_GT(blocks.load(), 300) << "the audio thread kept going";
   EXPECT_EQ(rt::BlockingWaitsOnAudioThread(), 0u);
+}
+
+// An analysis port that finds 128 BPM in every ten-second window.
+class SteadyTempoAnalysis : public CDeckAnalysis {
+ public:
+  void ResetFilters(CSoundSource&) override {}
+  int LoadStripes(CSoundSource&) override { return 0; }
+  void FeedSecond(CSoundSource&, int, const short*, int) override {}
+  void AnalyseWholeTrack(CSoundSource&) override {}
+  float EstimateWindowBpm(const float*, int) override { return 128.0f; }
+  void SaveStripes(CSoundSource&) override {}
+};
+
+// Joins a thread on every way out of the test, so a failed assertion fails the test.
+struct JoinGuard {
+  std::atomic<bool>& stop;
+  std::thread& thread;
+  ~JoinGuard() {
+    stop = true;
+    if (thread.joinable()) thread.join();
+  }
+};
+
+// The tempo of a streamed track comes from the blocks under the play head while the loader
+// frees blocks behind it; the analysis port arrives while the loader runs; a controller thread
+// searches while the tick steps the search. Under ThreadSanitizer this proves the hand-offs.
+TEST(ThreadedDeck, TheTempoOfAStreamedTrackIsReadWhileTheLoaderWorks) {
+  TempFolder folder;
+  std::string track = folder.File("a.wav");
+  WriteStereo16(track, MakeTestSignal(60 * 44100, 1));
+  g_trackMemoryLimitKB = 0;
+  SetThreadsManual(false);
+  SteadyTempoAnalysis analysis;
+  CSoundSource deck(0, folder.path());
+  CZQMixerChannel channel(&deck, 1, false);
+  ASSERT_TRUE(deck.load(track, 1, nullptr, 1));
+  deck.SetAnalysis(&analysis);
+
+  std::atomic<bool> stop{false};
+  std::thread audio([&] {
+    rt::AudioThreadScope scope;
+    float out[2 * 256];
+    while (!stop.load()) {
+      channel.GetSamples(out, 256);  // reads the deck's tempo after each block
+      std::this_thread::sleep_for(std::chrono::microseconds(300));
+    }
+  });
+  JoinGuard audioGuard{stop, audio};
+  std::thread controller([&] {
+    for (int k = 0; !stop.load(); ++k) {
+      if (k % 2) deck.searchStop(); else deck.searchStart(1);
+      std::this_thread::sleep_for(std::chrono::milliseconds(3));
+    }
+  });
+  JoinGuard controllerGuard{stop, controller};
+
+  auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+  while (std::chrono::steady_clock::now() < deadline && deck.GetBpm() != 128.0f) {
+    deck.SearchTick();
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  EXPECT_EQ(deck.GetBpm(), 128.0f) << "the window's tempo reaches the main thread";
+  stop = true;
+  controller.join();
+  audio.join();
+  deck.SetAnalysis(nullptr);
+  g_trackMemoryLimitKB = 310080;
 }
 
 }  // namespace

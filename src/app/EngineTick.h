@@ -1,0 +1,31 @@
+#pragma once
+// The engine's half of the main tick: the deck steps that must happen on a steady clock about
+// 26 times a second, on a non-real-time thread. The window's tick and the lumo tool call it on
+// their own clocks; it never blocks and reads engine state without locks.
+//
+// Per deck: fire a transport event the audio thread queued, return a finished track to its
+// cue, run the pitch bend, the accelerating search and the hot-cue hold counters, and collect
+// the status the display needs.
+
+class CSoundSource;
+
+struct DeckTickReport {
+  int status = 0;            // the deck's status code, taken (0: nothing new)
+  bool loopChanged = false;  // the loop buttons need a refresh
+  bool returnedToCue = false;
+};
+
+class CEngineTick {
+ public:
+  static constexpr int kCycle = 10;  // ticks per cycle, about 380 ms
+  static constexpr int kEndFrames = 44;  // a track this near its end has finished
+
+  // One tick over `count` decks (null entries are skipped); reports[d] is filled when given.
+  void Run(CSoundSource* const* decks, int count, DeckTickReport* reports);
+  int counter() const { return counter_; }
+
+ private:
+  void RunDeck(CSoundSource& deck, int index, DeckTickReport& report);
+
+  int counter_ = 0;
+};

@@ -1,0 +1,58 @@
+// The engine's tick over real decks: a finished track goes back to its cue, the stop reaches
+// the listener off the audio thread, and the display gets the deck's news once.
+
+#include "DeckFixture.h"
+#include "app/EngineTick.h"
+
+namespace {
+
+constexpr int kSecond = 44100;
+
+int g_events[3] = {};
+void CountEvents(int event, int) { ++g_events[event]; }
+
+TEST_F(DeckTest, TheTickReturnsAFinishedTrackToItsCue) {
+  LoadTrack(MakeTestSignal(3 * kSecond), false);
+  Render(100, 100);
+  deck->position = 1.0 * kSecond;
+  deck->setCueHere();
+  CEngineTick tick;
+  CSoundSource* decks[1] = {deck.get()};
+  DeckTickReport report;
+  tick.Run(decks, 1, &report);
+  EXPECT_EQ(report.status, kStatusLoaded) << "the load's news, once";
+  tick.Run(decks, 1, &report);
+  EXPECT_EQ(report.status, 0);
+
+  deck->SetCallbacks(&CountEvents, nullptr);
+  deck->setPlaying(1);
+  deck->position = 3.0 * kSecond - 500;
+  Render(1000, 250);
+  ASSERT_TRUE(deck->IsPlaying()) << "the end holds the deck, playing, on its last frame";
+  bool returned = false;
+  for (int t = 0; t < 2; ++t) {  // a deck is looked at every second tick
+    tick.Run(decks, 1, &report);
+    returned = returned || report.returnedToCue;
+  }
+  EXPECT_TRUE(returned);
+  Render(250, 250);
+  EXPECT_FALSE(deck->IsPlaying());
+  EXPECT_DOUBLE_EQ(deck->Position(), 1.0 * kSecond);
+  EXPECT_EQ(g_events[0], 0) << "the render only queued the stop";
+  tick.Run(decks, 1, &report);
+  EXPECT_EQ(g_events[0], 1) << "the next tick told the listener";
+  deck->SetCallbacks(nullptr, nullptr);
+
+  // A loop never finishes the track.
+  deck->setPlaying(1);
+  deck->position = 3.0 * kSecond - 30000;
+  deck->beatLoop(64);
+  tick.Run(decks, 1, &report);
+  EXPECT_TRUE(report.loopChanged);
+  Render(20000, 250);
+  tick.Run(decks, 1, &report);
+  tick.Run(decks, 1, &report);
+  EXPECT_TRUE(deck->IsPlaying());
+}
+
+}  // namespace
