@@ -1,5 +1,7 @@
 #include "app/Engine.h"
 
+#include <memory>
+
 #include "analysis/DeckStripeAnalysis.h"
 #include "analysis/FileWorker.h"
 #include "analysis/StripeFile.h"
@@ -12,6 +14,7 @@
 #include "audio/devices/OutputLayer.h"
 #include "deck/SoundSource.h"
 #include "library/SongDatabase.h"
+#include "library/SongDatabaseSaver.h"
 
 EngineObjects g_engine;
 
@@ -24,6 +27,8 @@ constexpr int kMicPanel = 5;
 constexpr int kMasterPanel = 6;
 
 std::string DatabasePath() { return Folders().database + "db.knx"; }
+
+std::unique_ptr<CSongDatabaseSaver> g_databaseSaver;
 
 }  // namespace
 
@@ -39,9 +44,14 @@ bool EngineInitFolders(std::string* message) {
 void EngineLoadLibrary() {
   SetStripesFolder(Folders().stripes);
   LoadSongDatabase(DatabasePath());
+  // From here on every change set reaches the disk within seconds, not only at close.
+  g_databaseSaver = std::make_unique<CSongDatabaseSaver>(DatabasePath());
 }
 
-void EngineSaveLibrary() { SaveSongDatabase(DatabasePath()); }
+void EngineSaveLibrary() {
+  g_databaseSaver.reset();
+  SaveSongDatabase(DatabasePath());
+}
 
 void EngineCreateAudioObjects() {
   const std::string& root = Folders().root;
