@@ -4,6 +4,7 @@
 
 #include "analysis/DeckStripeAnalysis.h"
 #include "analysis/FileWorker.h"
+#include "analysis/KeyNotation.h"
 #include "analysis/StripeFile.h"
 #include "app/DataFolders.h"
 #include "app/base/Trace.h"
@@ -13,6 +14,7 @@
 #include "audio/MixerChannel.h"
 #include "audio/devices/OutputLayer.h"
 #include "deck/SoundSource.h"
+#include "library/KeyNaming.h"
 #include "library/SongDatabase.h"
 #include "library/SongDatabaseSaver.h"
 
@@ -43,6 +45,7 @@ bool EngineInitFolders(std::string* message) {
 
 void EngineLoadLibrary() {
   SetStripesFolder(Folders().stripes);
+  SetKeyNaming(KeyIndexName, KeyIndexFromName);
   LoadSongDatabase(DatabasePath());
   // From here on every change set reaches the disk within seconds, not only at close.
   g_databaseSaver = std::make_unique<CSongDatabaseSaver>(DatabasePath());
