@@ -17,6 +17,7 @@
 #include "library/SongDatabase.h"
 #include "library/TagReader.h"
 #include "support/TestFiles.h"
+#include "EmptyFile.h"
 
 namespace {
 
@@ -27,12 +28,7 @@ class ListTest : public ::testing::Test {
     LoadSongDatabase(folder.File("db.knx"));
   }
   void TearDown() override { DropSongDatabase(); }
-  std::string Touch(const std::string& name) {
-    const std::string path = folder.File(name);
-    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-    WriteFileAtomically(path, "");
-    return path;
-  }
+  std::string Touch(const std::string& name) { return TouchFile(folder, name); }
   static TZQListElement Row(const std::string& artist, const std::string& title, const std::string& tempo = "",
                             const std::string& year = "") {
     TZQListElement row;
