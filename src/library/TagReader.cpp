@@ -3,6 +3,7 @@
 #include <strings.h>
 #include <sys/stat.h>
 #include <taglib/aifffile.h>
+#include <taglib/asffile.h>
 #include <taglib/attachedpictureframe.h>
 #include <taglib/commentsframe.h>
 #include <taglib/fileref.h>
@@ -56,6 +57,26 @@ std::string Id3v2Comment(TagLib::ID3v2::Tag* tag) {
     result = Utf8(comment->text());
   }
   return result;
+}
+
+// Key fields outside ID3v2: TagLib maps the Xiph and APE ones to INITIALKEY; MP4 and ASF files
+// carry them in items of their own.
+std::string KeyOutsideId3(TagLib::File* file) {
+  if (auto* mp4 = dynamic_cast<TagLib::MP4::File*>(file)) {
+    if (mp4->tag() && mp4->tag()->contains("----:com.apple.iTunes:initialkey")) {
+      const TagLib::StringList keys = mp4->tag()->item("----:com.apple.iTunes:initialkey").toStringList();
+      return keys.isEmpty() ? "" : Utf8(keys.front());
+    }
+  }
+  if (auto* asf = dynamic_cast<TagLib::ASF::File*>(file)) {
+    if (asf->tag() && asf->tag()->contains("WM/InitialKey")) {
+      const auto attributes = asf->tag()->attribute("WM/InitialKey");
+      return attributes.isEmpty() ? "" : Utf8(attributes.front().toString());
+    }
+  }
+  const TagLib::PropertyMap properties = file->properties();
+  auto key = properties.find("INITIALKEY");
+  return key != properties.end() && !key->second.isEmpty() ? Utf8(key->second.front()) : "";
 }
 
 std::string Trimmed(const std::string& text) {
@@ -136,9 +157,7 @@ void ZQTagReader::ReadTags() {
       if (!keys.isEmpty()) columns_[kColKey] = Utf8(keys.front()->toString());
     } else {
       comment = Utf8(tag->comment());
-      const TagLib::PropertyMap properties = file.file()->properties();
-      auto key = properties.find("INITIALKEY");
-      if (key != properties.end() && !key->second.isEmpty()) columns_[kColKey] = Utf8(key->second.front());
+      columns_[kColKey] = KeyOutsideId3(file.file());
     }
     columns_[kColComment] = CleanComment(comment);
   } catch (...) {
