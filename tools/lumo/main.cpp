@@ -20,6 +20,8 @@ const Command kCommands[] = {
     {"render", "lumo render FILE -o OUT.wav [--seconds S] [--block FRAMES] [--float]", RunRenderCommand},
     {"demo", "lumo demo [--device N|NAME|jack|null] [--seconds S]", RunDemoCommand},
     {"analyse", "lumo analyse [--json] [--jobs N] PATH...", RunAnalyseCommand},
+    {"list", "lumo list [NAME] [--json] [--import PATH]... [--playlist P] [--export FILE.m3u]", RunListCommand},
+    {"search", "lumo search TEXT [--list NAME] [--json]", RunSearchCommand},
 };
 
 void PrintUsage() {
