@@ -62,6 +62,10 @@ AnalysisOutcome CTrackAnalyzer::Analyze(const std::string& path, TrackAnalysis& 
   key_.Start(kRate, static_cast<double>(frames) / kRate);
 
   for (int s = 0; s < seconds; ++s) {
+    if (cancel_ && cancel_->load(std::memory_order_relaxed)) {
+      chain_.close();
+      return AnalysisOutcome::kCancelled;
+    }
     const long long position = static_cast<long long>(s) * kRate;
     const int want = static_cast<int>(std::min<long long>(kRate, frames - position));
     std::fill(second_.begin(), second_.end(), 0.0f);

@@ -7,6 +7,7 @@
 // detectors; several analyzers may run at once (the command-line tool runs one per job).
 // Memory: two float arrays of the song's entry count and one second of audio.
 
+#include <atomic>
 #include <functional>
 #include <string>
 #include <vector>
@@ -28,7 +29,7 @@ struct TrackAnalysis {
   bool stripeWritten = false;
 };
 
-enum class AnalysisOutcome { kDone, kUndecodable, kTooLong };
+enum class AnalysisOutcome { kDone, kUndecodable, kTooLong, kCancelled };
 
 class CTrackAnalyzer {
  public:
@@ -39,6 +40,10 @@ class CTrackAnalyzer {
   // Decodes and analyses the song, writes its stripe and updates its record. A song longer than
   // 1200 whole seconds is refused before any work.
   AnalysisOutcome Analyze(const std::string& path, TrackAnalysis& result);
+
+  // A flag the pass checks once per decoded second; when it is set the pass ends at once with
+  // kCancelled and writes nothing. The flag must outlive the analyzer's passes.
+  void SetCancelFlag(const std::atomic<bool>* cancel) { cancel_ = cancel; }
 
   // The stripe arrays of the last pass (tests and the accuracy tool look at the marks).
   const std::vector<float>& stripe() const { return stripe_; }
@@ -61,6 +66,7 @@ class CTrackAnalyzer {
   std::vector<float> scaled_;
   std::vector<float> stripe_;
   std::vector<float> onsets_;
+  const std::atomic<bool>* cancel_ = nullptr;
 };
 
 // The pass for one song with a fresh analyzer of the calling thread. Returns as Analyze.

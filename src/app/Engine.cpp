@@ -1,7 +1,10 @@
 #include "app/Engine.h"
 
+#include <memory>
+
 #include "analysis/DeckStripeAnalysis.h"
 #include "analysis/FileWorker.h"
+#include "analysis/KeyNotation.h"
 #include "analysis/StripeFile.h"
 #include "app/DataFolders.h"
 #include "app/base/Trace.h"
@@ -12,7 +15,9 @@
 #include "audio/devices/OutputLayer.h"
 #include "deck/DeckService.h"
 #include "deck/SoundSource.h"
+#include "library/KeyNaming.h"
 #include "library/SongDatabase.h"
+#include "library/SongDatabaseSaver.h"
 
 EngineObjects g_engine;
 
@@ -25,6 +30,8 @@ constexpr int kMicPanel = 5;
 constexpr int kMasterPanel = 6;
 
 std::string DatabasePath() { return Folders().database + "db.knx"; }
+
+std::unique_ptr<CSongDatabaseSaver> g_databaseSaver;
 
 }  // namespace
 
@@ -39,10 +46,16 @@ bool EngineInitFolders(std::string* message) {
 
 void EngineLoadLibrary() {
   SetStripesFolder(Folders().stripes);
+  SetKeyNaming(KeyIndexName, KeyIndexFromName);
   LoadSongDatabase(DatabasePath());
+  // From here on every change set reaches the disk within seconds, not only at close.
+  g_databaseSaver = std::make_unique<CSongDatabaseSaver>(DatabasePath());
 }
 
-void EngineSaveLibrary() { SaveSongDatabase(DatabasePath()); }
+void EngineSaveLibrary() {
+  g_databaseSaver.reset();
+  SaveSongDatabase(DatabasePath());
+}
 
 void EngineCreateAudioObjects() {
   const std::string& root = Folders().root;

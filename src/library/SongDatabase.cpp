@@ -1,9 +1,13 @@
 #include "library/SongDatabase.h"
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <unordered_map>
+#include <unordered_set>
 
+#include "app/base/Trace.h"
+#include "library/LibraryLock.h"
 #include "library/SongDatabaseFile.h"
 
 namespace {
@@ -13,13 +17,18 @@ using SongTable = std::unordered_map<std::string, TSongRecord>;
 // The table is a hash so that the lookups made for every row of a long list stay cheap.
 constexpr size_t kInitialBuckets = 101;  // the first prime at or above 100
 
-std::mutex& TableLock() {
-  static std::mutex lock;
-  return lock;
-}
-std::unique_ptr<SongTable>& Table() {
-  static std::unique_ptr<SongTable> table;
-  return table;
+struct Database {
+  std::mutex lock;
+  std::unique_ptr<SongTable> table;
+  // Names stored since the last save: this process's changes, laid over the file at the save.
+  std::unordered_set<std::string> dirty;
+  std::atomic<SongChangeHook> changeHook{nullptr};
+  std::atomic<void*> changeContext{nullptr};
+};
+
+Database& Db() {
+  static Database db;
+  return db;
 }
 
 void StoreLocked(SongTable& table, const TSongRecord& record) {
@@ -28,53 +37,132 @@ void StoreLocked(SongTable& table, const TSongRecord& record) {
   else it->second = record;
 }
 
+std::string BuildText(const SongTable& table) {
+  std::string text;
+  text.reserve(table.size() * 200 + 128);
+  BeginSongDatabaseText(text);
+  for (const auto& [name, record] : table) AppendSongLine(text, record);
+  EndSongDatabaseText(text);
+  return text;
+}
+
 }  // namespace
 
 void ClearSongRecord(TSongRecord& record) { record = TSongRecord{}; }
 
 int LoadSongDatabase(const std::string& path) {
-  std::lock_guard guard(TableLock());
-  Table() = std::make_unique<SongTable>(kInitialBuckets);
-  SongTable& table = *Table();
-  return ReadSongDatabaseFile(path, [&](const TSongRecord& record) { StoreLocked(table, record); },
-                              [&] { table.clear(); });
+  Database& db = Db();
+  std::lock_guard guard(db.lock);
+  db.table = std::make_unique<SongTable>(kInitialBuckets);
+  db.dirty.clear();
+  SongTable& table = *db.table;
+  const int read = ReadSongDatabaseFile(path, [&](const TSongRecord& record) { StoreLocked(table, record); },
+                                        [&] { table.clear(); });
+  return read > 0 ? 1 : 0;
+}
+
+int FlushSongDatabase(const std::string& path) {
+  Database& db = Db();
+  SongTable changed;
+  {
+    std::lock_guard guard(db.lock);
+    if (!db.table) return 0;
+    if (db.dirty.empty()) return 1;
+    for (const std::string& name : db.dirty) changed.emplace(name, db.table->at(name));
+    db.dirty.clear();
+  }
+  auto keepForNextSave = [&] {
+    std::lock_guard guard(db.lock);
+    for (const auto& [name, record] : changed) db.dirty.insert(name);
+  };
+
+  CLibraryLock lock(path);
+  if (!lock.held()) {
+    keepForNextSave();
+    return 0;
+  }
+  // What other programs saved since this one read the file comes first; this one's changes,
+  // whole records, go over it.
+  SongTable merged(kInitialBuckets);
+  const int read = ReadSongDatabaseFile(path, [&](const TSongRecord& r) { StoreLocked(merged, r); },
+                                        [&] { merged.clear(); });
+  if (read < 0) {
+    keepForNextSave();
+    return 0;
+  }
+  {
+    // Records this process holds that the file lost (a damaged file replaced by its backup).
+    std::lock_guard guard(db.lock);
+    if (db.table) {
+      for (const auto& [name, record] : *db.table) {
+        if (!merged.count(name)) merged.emplace(name, record);
+      }
+    }
+  }
+  for (const auto& [name, record] : changed) StoreLocked(merged, record);
+  if (!WriteSongDatabaseFile(path, BuildText(merged), read == 1)) {
+    keepForNextSave();
+    return 0;
+  }
+  std::lock_guard guard(db.lock);
+  if (db.table) {
+    for (auto& [name, record] : merged) {
+      if (!db.dirty.count(name)) (*db.table)[name] = std::move(record);
+    }
+  }
+  return 1;
 }
 
 int SaveSongDatabase(const std::string& path) {
-  std::unique_ptr<SongTable> table;
-  {
-    std::lock_guard guard(TableLock());
-    table = std::move(Table());
-  }
-  if (!table) return 0;
-  std::string text;
-  text.reserve(table->size() * 200 + 128);
-  BeginSongDatabaseText(text);
-  for (const auto& [name, record] : *table) AppendSongLine(text, record);
-  EndSongDatabaseText(text);
-  return WriteSongDatabaseFile(path, text) ? 1 : 0;
+  const int saved = FlushSongDatabase(path);
+  DropSongDatabase();
+  return saved;
 }
 
 int FindSong(const std::string& name, TSongRecord& out) {
-  std::lock_guard guard(TableLock());
-  if (!Table()) return 0;
-  auto it = Table()->find(name);
-  if (it == Table()->end()) return 0;
+  Database& db = Db();
+  std::lock_guard guard(db.lock);
+  if (!db.table) return 0;
+  auto it = db.table->find(name);
+  if (it == db.table->end()) return 0;
   out = it->second;
   return 1;
 }
 
 void StoreSong(const TSongRecord& record) {
-  std::lock_guard guard(TableLock());
-  if (Table()) StoreLocked(*Table(), record);
+  Database& db = Db();
+  {
+    std::lock_guard guard(db.lock);
+    if (!db.table) return;
+    StoreLocked(*db.table, record);
+    db.dirty.insert(record.name);
+  }
+  if (SongChangeHook hook = db.changeHook.load(std::memory_order_acquire)) {
+    hook(db.changeContext.load(std::memory_order_relaxed));
+  }
 }
 
 size_t SongCount() {
-  std::lock_guard guard(TableLock());
-  return Table() ? Table()->size() : 0;
+  Database& db = Db();
+  std::lock_guard guard(db.lock);
+  return db.table ? db.table->size() : 0;
+}
+
+size_t UnsavedSongCount() {
+  Database& db = Db();
+  std::lock_guard guard(db.lock);
+  return db.dirty.size();
 }
 
 void DropSongDatabase() {
-  std::lock_guard guard(TableLock());
-  Table().reset();
+  Database& db = Db();
+  std::lock_guard guard(db.lock);
+  db.table.reset();
+  db.dirty.clear();
+}
+
+void SetSongChangeHook(SongChangeHook hook, void* context) {
+  Database& db = Db();
+  db.changeContext.store(context, std::memory_order_relaxed);
+  db.changeHook.store(hook, std::memory_order_release);
 }

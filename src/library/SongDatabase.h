@@ -6,8 +6,12 @@
 //
 // Threads: loaders, the file worker, list workers and the GUI all call FindSong and StoreSong.
 // One short mutex is held only while a whole record is copied in or out; callers always take
-// the whole record by value and there are no partial updates. Load and Save take the same lock
-// for the duration of the file work.
+// the whole record by value and there are no partial updates.
+//
+// Saving merges: the names stored since the last save are this process's changes, and a save
+// takes the library lock (LibraryLock.h), reads the file again, lays those records over it and
+// writes the result, so programs sharing a data root never lose each other's records. Where
+// two programs changed the same song, the later save wins for that whole record.
 //
 // Names are bytes: invalid UTF-8 and any control character survive a save and load.
 
@@ -42,9 +46,13 @@ void ClearSongRecord(TSongRecord& record);
 // records read before the damage are kept.
 int LoadSongDatabase(const std::string& path);
 
-// Writes the table to path (atomically, the previous file kept as "<path>.bak") and destroys
-// it: saving is the last thing done to the table. 1 on success; 0 when there is no table or the
-// file cannot be written (the table is destroyed all the same).
+// Merges this process's changes into the file at path (atomically; the file replaced is kept
+// as "<path>.bak" when it was read whole) and takes in what other programs saved. 1 on success
+// or when there was nothing to save; 0 when there is no table, the lock cannot be had, or the
+// file in place cannot be read or written: the changes are then kept for the next try.
+int FlushSongDatabase(const std::string& path);
+
+// FlushSongDatabase, then destroys the table: saving is the last thing done to it.
 int SaveSongDatabase(const std::string& path);
 
 // Copies the record out; 1 when found, 0 otherwise or when there is no table.
@@ -56,3 +64,11 @@ void StoreSong(const TSongRecord& record);
 size_t SongCount();
 // Destroys the table without writing it (tests, tools that only read).
 void DropSongDatabase();
+
+// Records stored since the last successful save.
+size_t UnsavedSongCount();
+
+// Called after every StoreSong, on the storing thread, outside the table's lock; the debounced
+// saver listens here. One hook; nullptr removes it.
+using SongChangeHook = void (*)(void* context);
+void SetSongChangeHook(SongChangeHook hook, void* context);

@@ -1,9 +1,11 @@
 #include "library/SongDatabaseFile.h"
 
+#include <fcntl.h>
 #include <libxml/xmlreader.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <ctime>
@@ -16,7 +18,7 @@
 
 namespace {
 
-enum class ParseOutcome { kOk, kMissing, kBroken };
+enum class ParseOutcome { kOk, kMissing, kBroken, kUnreadable };
 
 void AppendAttribute(std::string& text, const char* name, const std::string& value) {
   text += name;
@@ -146,14 +148,59 @@ ParseOutcome ParseReader(xmlTextReaderPtr reader, const std::function<void(const
   return ParseOutcome::kOk;
 }
 
-// Entities are never expanded and nothing is fetched from the network.
-constexpr int kReaderOptions = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING | XML_PARSE_HUGE;
+// Entities are never expanded, nothing is fetched from the network, and libxml2's limits on
+// entity amplification stay on.
+constexpr int kReaderOptions = XML_PARSE_NONET | XML_PARSE_NOERROR | XML_PARSE_NOWARNING;
+
+// Reads the file with plain system calls, so a failure to open or read (permissions, I/O) is
+// told apart from a file that is missing or damaged.
+ParseOutcome ReadFileBytes(const std::string& path, std::string& bytes, std::string& why) {
+  int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
+    if (errno == ENOENT) return ParseOutcome::kMissing;
+    why = std::strerror(errno);
+    return ParseOutcome::kUnreadable;
+  }
+  bytes.clear();
+  char buffer[65536];
+  for (;;) {
+    ssize_t n = ::read(fd, buffer, sizeof buffer);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) {
+      why = std::strerror(errno);
+      ::close(fd);
+      return ParseOutcome::kUnreadable;
+    }
+    if (n == 0) break;
+    bytes.append(buffer, static_cast<size_t>(n));
+  }
+  ::close(fd);
+  return ParseOutcome::kOk;
+}
+
+ParseOutcome ParseBytes(const std::string& bytes, const std::function<void(const TSongRecord&)>& store,
+                        std::string& why) {
+  // The writer never declares a document type; one in the file can only be an attempt to make
+  // the parser expand entities, so the file is refused before parsing.
+  if (bytes.find("<!DOCTYPE") != std::string::npos || bytes.find("<!ENTITY") != std::string::npos) {
+    why = "a document type declaration is not allowed";
+    return ParseOutcome::kBroken;
+  }
+  if (bytes.size() > static_cast<size_t>(INT32_MAX)) {
+    why = "file too large";
+    return ParseOutcome::kBroken;
+  }
+  xmlTextReaderPtr reader =
+      xmlReaderForMemory(bytes.data(), static_cast<int>(bytes.size()), nullptr, nullptr, kReaderOptions);
+  return ParseReader(reader, store, why);
+}
 
 ParseOutcome ParseFile(const std::string& path, const std::function<void(const TSongRecord&)>& store,
                        std::string& why) {
-  struct stat info {};
-  if (::stat(path.c_str(), &info) != 0) return ParseOutcome::kMissing;
-  return ParseReader(xmlReaderForFile(path.c_str(), nullptr, kReaderOptions), store, why);
+  std::string bytes;
+  ParseOutcome read = ReadFileBytes(path, bytes, why);
+  if (read != ParseOutcome::kOk) return read;
+  return ParseBytes(bytes, store, why);
 }
 
 std::string CorruptName(const std::string& path) {
@@ -215,8 +262,8 @@ void AppendSongLine(std::string& text, const TSongRecord& r) {
 
 void EndSongDatabaseText(std::string& text) { text += "</songdatabase>\n"; }
 
-bool WriteSongDatabaseFile(const std::string& path, const std::string& text) {
-  KeepBackup(path);
+bool WriteSongDatabaseFile(const std::string& path, const std::string& text, bool backupCurrent) {
+  if (backupCurrent) KeepBackup(path);
   if (WriteFileAtomically(path, text)) return true;
   TraceLine("SongDatabase: cannot write %s", path.c_str());
   return false;
@@ -229,6 +276,12 @@ int ReadSongDatabaseFile(const std::string& path,
   ParseOutcome outcome = ParseFile(path, store, why);
   if (outcome == ParseOutcome::kOk) return 1;
   if (outcome == ParseOutcome::kMissing) return 0;
+  if (outcome == ParseOutcome::kUnreadable) {
+    // Not damage: the file may be perfectly good once the disk or its permissions are.
+    TraceLine("SongDatabase: cannot read %s (%s); it is left in place and not saved over", path.c_str(),
+              why.c_str());
+    return -1;
+  }
 
   // A damaged database must never silently empty the library: keep the file for the user and
   // fall back to the copy the last good save left behind.
@@ -244,7 +297,7 @@ int ReadSongDatabaseFile(const std::string& path,
     TraceLine("SongDatabase: loaded the backup, %zu songs", fromBackup.size());
     clear();
     for (const TSongRecord& r : fromBackup) store(r);
-    return 1;
+    return 2;
   }
   TraceLine("SongDatabase: no usable backup; keeping the songs read before the damage");
   return 0;
@@ -253,7 +306,5 @@ int ReadSongDatabaseFile(const std::string& path,
 int ParseSongDatabaseText(const std::string& text,
                           const std::function<void(const TSongRecord&)>& store) {
   std::string why;
-  xmlTextReaderPtr reader = xmlReaderForMemory(text.data(), static_cast<int>(text.size()), nullptr,
-                                               nullptr, kReaderOptions);
-  return ParseReader(reader, store, why) == ParseOutcome::kOk ? 1 : 0;
+  return ParseBytes(text, store, why) == ParseOutcome::kOk ? 1 : 0;
 }

@@ -2,7 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <cmath>
+#include <memory>
+#include <thread>
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
@@ -116,7 +120,7 @@ TEST_F(StripeFileTest, FileWorkerSkipsWhatIsDoneAndGoneAndAnalysesTheRest) {
   std::vector<std::string> shown;
   int finished = 0;
   CFileWorker worker([&](size_t, const std::string& path) { shown.push_back(path); },
-                     [&](const TrackAnalysis&) { ++finished; });
+                     [&](const std::string&, const TrackAnalysis&) { ++finished; });
   worker.Enqueue(PathOf("missing.wav"));
   worker.Enqueue(song);
   worker.Enqueue(song);
@@ -128,6 +132,31 @@ TEST_F(StripeFileTest, FileWorkerSkipsWhatIsDoneAndGoneAndAnalysesTheRest) {
   ASSERT_EQ(shown.size(), 2u);
   EXPECT_EQ(shown[0], song);
   EXPECT_EQ(shown[1], "");
+}
+
+}  // namespace
+
+namespace {
+
+// Closing the worker while it analyses a long song must stop the pass within a bounded time
+// and free nothing under it; the song stays unanalysed and no result is reported.
+TEST_F(StripeFileTest, FileWorkerCloseStopsARunningPassPromptly) {
+  const std::string song = SparseWav(PathOf("long-set.wav"), 1190LL * 44100);
+  std::atomic<int> finished{0};
+  auto worker = std::make_unique<CFileWorker>(nullptr, [&](const std::string&, const TrackAnalysis&) { ++finished; });
+  worker->Enqueue(song);
+  worker->Start();
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  while (!worker->busy() && worker->Queued() > 0 && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  ASSERT_TRUE(worker->busy() || finished == 0) << "the pass never started";
+  const auto start = std::chrono::steady_clock::now();
+  worker.reset();
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+  EXPECT_EQ(finished.load(), 0);
+  TSongRecord record;
+  EXPECT_FALSE(FindSong("long-set.wav", record) && record.bpm > 0.0f);
 }
 
 }  // namespace

@@ -21,19 +21,38 @@ TEST(AtomicFile, ReplacesTheOldFileAndLeavesNoTemporary) {
   std::string read;
   ASSERT_TRUE(ReadWholeFile(path, read));
   EXPECT_EQ(read, "new contents");
-  EXPECT_FALSE(std::filesystem::exists(path + ".tmp"));
+  int entries = 0;
+  for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder.path())) ++entries;
+  EXPECT_EQ(entries, 1) << "a temporary file was left behind";
 }
 
-TEST(AtomicFile, AFailedWriteKeepsTheOldFile) {
+TEST(AtomicFile, AFailedWriteKeepsTheOldContentAndLeavesNoTemporary) {
   TempFolder folder;
+  // A non-empty folder in the file's place makes the final rename fail, even for root.
   std::string path = folder.File("lists.knx");
-  ASSERT_TRUE(WriteFileAtomically(path, "precious"));
-  // A folder in the temporary file's place makes the write fail, even for root.
-  std::filesystem::create_directory(path + ".tmp");
+  std::filesystem::create_directory(path);
+  ASSERT_TRUE(WriteFileAtomically(path + "/inside", "precious"));
   EXPECT_FALSE(WriteFileAtomically(path, "half"));
   std::string read;
-  ASSERT_TRUE(ReadWholeFile(path, read));
+  ASSERT_TRUE(ReadWholeFile(path + "/inside", read));
   EXPECT_EQ(read, "precious");
+  int entries = 0;
+  for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder.path())) ++entries;
+  EXPECT_EQ(entries, 1);
+}
+
+TEST(AtomicFile, KeepsTheModeAndWritesNamesNearTheLengthLimit) {
+  TempFolder folder;
+  std::string path = folder.File("private.knl");
+  ASSERT_TRUE(WriteFileAtomically(path, "one"));
+  ASSERT_EQ(::chmod(path.c_str(), 0600), 0);
+  ASSERT_TRUE(WriteFileAtomically(path, "two"));
+  struct stat info {};
+  ASSERT_EQ(::stat(path.c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 0777, 0600u);
+  // A 251-byte name is legal; a temporary named after it would not be.
+  std::string longName = folder.File(std::string(247, 'x') + ".kn2");
+  EXPECT_TRUE(WriteFileAtomically(longName, "stripe"));
 }
 
 TEST(NumberText, IgnoresTheLocaleBothWays) {

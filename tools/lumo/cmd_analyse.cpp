@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -18,10 +19,12 @@
 #include "analysis/StripeFile.h"
 #include "analysis/StripeMarks.h"
 #include "analysis/TrackAnalyzer.h"
+#include "JsonText.h"
 #include "app/DataFolders.h"
 #include "app/base/NumberText.h"
 #include "app/base/Trace.h"
 #include "library/SongDatabase.h"
+#include "library/SongDatabaseSaver.h"
 
 namespace fs = std::filesystem;
 
@@ -152,6 +155,8 @@ int RunAnalyseCommand(int argc, char** argv) {
   SetStripesFolder(folders.stripes);
   const std::string database = folders.database + "db.knx";
   LoadSongDatabase(database);
+  // Results reach db.knx every few seconds, merged with what other programs save meanwhile.
+  auto saver = std::make_unique<CSongDatabaseSaver>(database);
 
   const std::vector<std::string> files = CollectFiles(options.paths);
   Progress progress(files.size());
@@ -189,13 +194,15 @@ int RunAnalyseCommand(int argc, char** argv) {
   for (auto& worker : workers) worker.join();
   progress.Clear();
 
+  saver.reset();
   const int saved = SaveSongDatabase(database);
   if (!options.json) {
     std::fprintf(stderr, "lumo analyse: %zu analysed, %zu skipped (not decodable or over 20 minutes)\n", analysed,
                  skipped);
   }
   if (!saved) {
-    std::fprintf(stderr, "lumo analyse: cannot write %s\n", database.c_str());
+    std::fprintf(stderr, "lumo analyse: cannot save %s (library in use or not writable; see log.txt)\n",
+                 database.c_str());
     return 1;
   }
   return analysed > 0 || files.empty() ? 0 : 1;

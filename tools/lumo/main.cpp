@@ -19,6 +19,7 @@ struct Runner {
 const Runner kRunners[] = {
     {"devices", RunDevicesCommand}, {"play", RunPlayCommand},       {"render", RunRenderCommand},
     {"analyse", RunAnalyseCommand}, {"demo", RunDemoCommand},       {"probe", RunProbeCommand},
+    {"list", RunListCommand},       {"search", RunSearchCommand},
 };
 
 bool IsHelpWord(const char* word) { return !std::strcmp(word, "--help") || !std::strcmp(word, "-h"); }

@@ -4,7 +4,11 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include <atomic>
+#include <random>
 
 #include "app/base/Trace.h"
 
@@ -32,15 +36,38 @@ void SyncParentFolder(const std::string& path) {
   }
 }
 
+// A fresh temporary file in the target's folder, created exclusively so two writers never share
+// one. The name is short and independent of the target's, so a file whose name is already near
+// the 255-byte limit can still be written.
+int CreateTemporary(const std::string& path, std::string& temporary) {
+  static std::atomic<unsigned> counter{0};
+  thread_local std::mt19937 random{std::random_device{}()};
+  const size_t slash = path.find_last_of('/');
+  const std::string folder = slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
+  for (int attempt = 0; attempt < 100; ++attempt) {
+    char name[40];
+    std::snprintf(name, sizeof name, ".zl%05x%04x.tmp", static_cast<unsigned>(::getpid()) & 0xfffff,
+                  static_cast<unsigned>((counter.fetch_add(1, std::memory_order_relaxed) ^ random()) & 0xffff));
+    temporary = folder + name;
+    // 0666 less the umask, as any new file gets.
+    int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (fd >= 0 || errno != EEXIST) return fd;
+  }
+  return -1;
+}
+
 }  // namespace
 
 bool WriteFileAtomically(const std::string& path, std::string_view contents) {
-  std::string temporary = path + ".tmp";
-  int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+  std::string temporary;
+  int fd = CreateTemporary(path, temporary);
   if (fd < 0) {
-    TraceLine("can not write %s: %s", temporary.c_str(), std::strerror(errno));
+    TraceLine("can not write %s: %s", path.c_str(), std::strerror(errno));
     return false;
   }
+  // The replacement keeps the mode the user gave the file.
+  struct stat old {};
+  if (::stat(path.c_str(), &old) == 0) ::fchmod(fd, old.st_mode & 07777);
   bool ok = WriteAll(fd, contents) && ::fsync(fd) == 0;
   int savedErrno = errno;
   ok = (::close(fd) == 0) && ok;

@@ -1,7 +1,8 @@
 #pragma once
 // Files the user owns (the song database, lists, settings, shortcuts, effect chains) are never
-// written in place: the text goes to "<path>.tmp", is synced, and is renamed over the old file,
-// so a crash leaves either the old file or the new one, never half of one.
+// written in place: the text goes to a temporary file of a unique name in the same folder, is
+// synced, and is renamed over the old file, so a crash leaves either the old file or the new
+// one, never half of one. The new file keeps the old one's permission bits.
 
 #include <string>
 #include <string_view>

@@ -45,6 +45,20 @@ const std::vector<CommandHelp> kCommands = {
      "length in the engine's 44100 Hz frames and where the music starts, as a deck would open "
      "it. A file no decoder takes is reported and makes the command exit 1.",
      {{"--json", "Print one JSON object per file instead."}}},
+    {"list", "lumo list [NAME] [--json] [--import PATH]... [--playlist P] [--export FILE.m3u]",
+     "Show the library's lists, fill one, or export it.",
+     "Without NAME: the lists and their row counts. With NAME: the list's rows (title, artist, "
+     "BPM, key, length).",
+     {{"--json", "Print JSON lines instead."},
+      {"--import PATH",
+       "Add to list NAME (made when missing) an .m3u, .m3u8 or .knl playlist, a folder "
+       "(recursively), an audio file, or an iTunes library .xml. May be given more than once."},
+      {"--playlist P", "With an iTunes library: only playlist P, by name or id."},
+      {"--export FILE.m3u", "Write list NAME as an extended .m3u."}}},
+    {"search", "lumo search TEXT [--list NAME] [--json]", "Search the library as the browser does.",
+     "The rows of every list (or of list NAME) whose title, artist, comment or album holds "
+     "TEXT, in any case.",
+     {{"--list NAME", "Search only this list."}, {"--json", "Print JSON lines instead."}}},
     {"demo", "lumo demo [--device DEVICE] [--seconds S]",
      "Play a short generated demo track.",
      "Writes an 8-second generated track and plays it through JACK when a server runs, "

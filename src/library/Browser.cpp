@@ -1,0 +1,199 @@
+#include "library/Browser.h"
+
+#include <glob.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <map>
+
+#include "app/base/AtomicFile.h"
+#include "app/base/Trace.h"
+#include "library/ITunesLibrary.h"
+#include "library/LibraryLock.h"
+#include "library/ListFile.h"
+
+namespace {
+
+const std::map<int, const char*>& EnglishTexts() {
+  static const std::map<int, const char*> texts = {
+      {117, "List"}, {118, "New List"}, {120, "Music"}, {121, "Desktop"}, {125, "Folders"},
+      {126, "Lists"}, {128, "iTunes Library"}, {129, "History"}};
+  return texts;
+}
+
+std::string HomeFolder() {
+  const char* home = std::getenv("HOME");
+  return home && *home ? home : "/";
+}
+
+}  // namespace
+
+CZQBrowser::CZQBrowser(std::string databaseFolder, std::string playlistsFolder, TextLookup text)
+    : databaseFolder_(std::move(databaseFolder)), playlistsFolder_(std::move(playlistsFolder)), text_(std::move(text)) {
+  mainList = CreateList("main", kMainList);
+  secondList = CreateList("second", kSecondList);
+  historyList = CreateList("history", kHistoryList);
+  sideList = CreateList("side", kSideList);
+}
+
+CZQBrowser::~CZQBrowser() = default;
+
+std::string CZQBrowser::Text(int number) const {
+  std::string text = text_ ? text_(number) : std::string();
+  if (text.empty()) {
+    auto it = EnglishTexts().find(number);
+    if (it != EnglishTexts().end()) text = it->second;
+  }
+  return text;
+}
+
+void CZQBrowser::AddNode(int type, int depth, const std::string& label, const std::string& path, int list) {
+  nodes.push_back(BrowserNode{type, depth, label, path, list});
+}
+
+std::vector<std::string> CZQBrowser::FolderRoots() {
+  std::vector<std::string> roots = {HomeFolder(), "/"};
+  const char* user = std::getenv("USER");
+  std::vector<std::string> patterns = {"/mnt/*"};
+  if (user && *user) {
+    patterns.insert(patterns.begin(), {std::string("/media/") + user + "/*", std::string("/run/media/") + user + "/*"});
+  }
+  for (const std::string& pattern : patterns) {
+    glob_t found{};
+    if (::glob(pattern.c_str(), GLOB_ONLYDIR, nullptr, &found) == 0) {
+      for (size_t i = 0; i < found.gl_pathc; ++i) roots.emplace_back(found.gl_pathv[i]);
+    }
+    ::globfree(&found);
+  }
+  return roots;
+}
+
+void CZQBrowser::Build() {
+  nodes.clear();
+  currentItem = recentItem = -1;
+  AddNode(kNodeTop, 0, Text(120), HomeFolder());
+  AddNode(kNodeTop, 0, Text(121), HomeFolder() + "/Desktop");
+  AddNode(kNodeFolders, 0, Text(125));
+  for (const std::string& root : FolderRoots()) {
+    const size_t slash = root.find_last_of('/', root.size() > 1 ? root.size() - 2 : 0);
+    const std::string label = root == "/" ? "/" : root.substr(slash + 1);
+    AddNode(kNodeDrive, 1, "<DISK>" + label, root);
+  }
+  AddNode(kNodeHistory, 0, Text(129), "", historyList);
+  AddNode(kNodeLists, 0, Text(126));
+  for (int i = 0; i < kMaxLists; ++i) {
+    if (lists_[i] && lists_[i]->type == 0) AddNode(kNodeUserList, 1, lists_[i]->name, "", i);
+  }
+  if (!iTunesLibrary.empty()) {
+    std::vector<ITunesPlaylist> playlists;
+    if (ScanForPlaylists(iTunesLibrary, playlists)) {
+      AddNode(kNodeITunes, 0, Text(128), iTunesLibrary);
+      for (const ITunesPlaylist& p : playlists) {
+        if (p.visible) AddNode(kNodeITunesPlaylist, 1, p.displayName, std::to_string(p.id));
+      }
+    }
+  }
+}
+
+void CZQBrowser::SelectNode(int index) {
+  if (index == kRecentItem) index = recentItem;
+  if (index < 0 || index >= static_cast<int>(nodes.size())) return;
+  recentItem = currentItem;
+  currentItem = index;
+  const BrowserNode& node = nodes[static_cast<size_t>(index)];
+  CZQAbstractList* main = List(mainList);
+  switch (node.nodeType) {
+    case kNodeTop:
+    case kNodeDrive:
+    case kNodeBigDrive:
+    case kNodeFolder:
+      main->Clear();
+      main->AddFolder(node.path, false, false);
+      break;
+    case kNodeITunesPlaylist:
+      main->Clear();
+      ParseITunesXML(iTunesLibrary, *main, std::atoi(node.path.c_str()));
+      break;
+    default:
+      break;
+  }
+}
+
+int CZQBrowser::PlaceList(std::unique_ptr<CZQAbstractList> list) {
+  for (int i = 0; i < kMaxLists; ++i) {
+    if (!lists_[i]) {
+      list->listId = i;
+      lists_[i] = std::move(list);
+      return i;
+    }
+  }
+  return -1;
+}
+
+int CZQBrowser::CreateList(const std::string& name, int type) {
+  auto list = std::make_unique<CZQAbstractList>();
+  list->type = type;
+  list->name = name.empty() ? Text(118) : name;
+  if (list->name.empty()) list->name = Text(117);
+  // The counter runs on across deletions, so a new default list never takes an old one's name.
+  if (list->name == Text(118)) list->name += std::to_string(++defaultNameCounter_);
+  const int index = PlaceList(std::move(list));
+  if (index >= 0 && type == 0 && !nodes.empty()) AddNode(kNodeUserList, 1, lists_[index]->name, "", index);
+  return index;
+}
+
+void CZQBrowser::DeleteList(int index) {
+  if (!List(index) || lists_[index]->type != 0) return;
+  ::unlink(ListFilePath(*lists_[index]).c_str());
+  lists_[index].reset();
+  std::erase_if(nodes, [&](const BrowserNode& n) { return n.nodeType == kNodeUserList && n.listIndex == index; });
+}
+
+int CZQBrowser::FindList(const std::string& name) const {
+  for (int i = 0; i < kMaxLists; ++i) {
+    if (lists_[i] && lists_[i]->name == name) return i;
+  }
+  return -1;
+}
+
+CZQAbstractList* CZQBrowser::List(int index) const {
+  return index >= 0 && index < kMaxLists ? lists_[index].get() : nullptr;
+}
+
+void CZQBrowser::ShowInControl(int control, int listIndex, ListScrollState& state) {
+  if (control < 0 || control > 1 || !List(listIndex)) return;
+  if (CZQAbstractList* leaving = List(shownLists_[control])) leaving->scroll = state;
+  shownLists_[control] = listIndex;
+  state = List(listIndex)->scroll;
+  for (int* value : {&state.sliderPosHoriz, &state.dataOffsetHoriz, &state.sliderPosVert, &state.dataOffsetVert}) {
+    if (*value < 0) *value = 0;
+  }
+}
+
+int CZQBrowser::AnalyzeRows(int listIndex, const std::vector<int>& visibleRows) {
+  CZQAbstractList* list = List(listIndex);
+  if (!list || !analyze) return 0;
+  int queued = 0;
+  TZQListElement row;
+  for (int index : visibleRows) {
+    if (list->GetRow(index, row)) analyze(row.column[kColPath]), ++queued;
+  }
+  return queued;
+}
+
+void CZQBrowser::SongAnalysed(const std::string& bareName) {
+  for (auto& list : lists_) {
+    if (list) list->RefreshSong(bareName);
+  }
+}
+
+std::vector<std::string> CZQBrowser::GenreItems(int listIndex) const {
+  std::vector<std::string> items;
+  const CZQAbstractList* list = List(listIndex);
+  if (!list) return items;
+  items.push_back("All Genres (" + std::to_string(list->GetTotalCount()) + ")");
+  for (const auto& [genre, count] : list->GenreCounts()) {
+    if (!genre.empty()) items.push_back(genre + " (" + std::to_string(count) + ")");
+  }
+  return items;
+}
