@@ -169,3 +169,21 @@ TEST(JackMessages, ReachTheLogWithoutBlockingTheProcessThread) {
   SetTraceHook(nullptr, nullptr);
   EXPECT_EQ(seen.lines, "jack: JackEngine::XRun: client = zorvik-lumo was not finished");
 }
+
+TEST(OutputPlan, DesktopOrderPrefersTheSoundServerThenJackThenAlsa) {
+  auto device = [](const char* name, bool server, bool pro) {
+    OutputDeviceInfo d;
+    d.name = name;
+    d.soundServer = server;
+    d.pro = pro;
+    return d;
+  };
+  // RtAudio lists the ALSA hardware first, which a running sound server usually holds.
+  const std::vector<OutputDeviceInfo> table = {
+      device("ALSA: HDA Intel PCH (hw:0,0)", false, false), device("ALSA: default", false, false),
+      device("PulseAudio: Default Device", true, false), device("JACK", false, true)};
+  EXPECT_EQ(OutputFallbackOrder(table, true), (std::vector<int>{2, 3, 1, 0}));
+  EXPECT_EQ(OutputFallbackOrder(table, false), (std::vector<int>{3, 1, 0, 2}))
+      << "without a server: JACK, ALSA's default, the hardware; the server's device last";
+  EXPECT_TRUE(OutputFallbackOrder({}, true).empty());
+}
