@@ -2,8 +2,10 @@
 
 #include <cstdio>
 #include <cstring>
+#include <unistd.h>
 
 #include "Commands.h"
+#include "app/Engine.h"
 #include "cmd_analyse.h"
 
 namespace {
@@ -23,13 +25,31 @@ const Command kCommands[] = {
 };
 
 void PrintUsage() {
-  std::fprintf(stderr, "Zorvik Lumo engine tool. Commands:\n");
+  std::fprintf(stderr, "Zorvik Lumo engine tool.\n");
+  std::fprintf(stderr, "usage: lumo [--config FILE] COMMAND ...\n");
+  std::fprintf(stderr, "  --config FILE  settings to use instead of the data root's settings/config.xml\n");
+  std::fprintf(stderr, "Commands:\n");
   for (const Command& command : kCommands) std::fprintf(stderr, "  %s\n", command.usage);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  // Global options come before the command.
+  while (argc >= 2 && !std::strcmp(argv[1], "--config")) {
+    if (argc < 3 || !*argv[2]) {
+      std::fprintf(stderr, "lumo: --config wants a file name\nusage: lumo [--config FILE] COMMAND ...\n");
+      return 2;
+    }
+    if (access(argv[2], R_OK) != 0) {
+      std::fprintf(stderr, "lumo: can not read the settings file %s\n", argv[2]);
+      return 1;
+    }
+    SetSettingsFilePath(argv[2]);
+    argv[2] = argv[0];
+    argc -= 2;
+    argv += 2;
+  }
   if (argc < 2 || !std::strcmp(argv[1], "--help") || !std::strcmp(argv[1], "help")) {
     PrintUsage();
     return argc < 2 ? 2 : 0;
