@@ -7,6 +7,7 @@
 #include "analysis/KeyNotation.h"
 #include "analysis/StripeFile.h"
 #include "app/DataFolders.h"
+#include "app/Settings.h"
 #include "app/base/Trace.h"
 #include "audio/FaderLaw.h"
 #include "audio/MasterBus.h"
@@ -30,6 +31,7 @@ constexpr int kMicPanel = 5;
 constexpr int kMasterPanel = 6;
 
 std::string DatabasePath() { return Folders().database + "db.knx"; }
+std::string g_settingsPath;  // empty: the settings folder's config.xml
 
 std::unique_ptr<CSongDatabaseSaver> g_databaseSaver;
 
@@ -81,6 +83,21 @@ void EngineCreateAudioObjects() {
 }
 
 int EngineEnumerateDevices() { return EnumerateOutputDevices(); }
+
+std::string SettingsFilePath() {
+  return g_settingsPath.empty() ? Folders().settings + "config.xml" : g_settingsPath;
+}
+void SetSettingsFilePath(const std::string& path) { g_settingsPath = path; }
+
+void EngineReadSettings() {
+  ReadConfig(SettingsFilePath());
+  ApplySettings();
+}
+
+bool EngineSaveSettings(std::string* message) {
+  CollectSettings();
+  return WriteConfig(SettingsFilePath(), message);
+}
 
 void EngineOpenOutputs() { OpenAudioOutputs(0, 0); }
 

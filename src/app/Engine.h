@@ -41,6 +41,15 @@ void EngineCreateAudioObjects();
 // Enumerates output devices; returns how many exist (0: the caller shows the "no output
 // device" message and the engine stays on the null back end).
 int EngineEnumerateDevices();
+// Reads config.xml (or the file SetSettingsFilePath named) and applies it to the engine
+// objects and the device choice. Call after the devices are enumerated.
+void EngineReadSettings();
+// Takes back what the engine changed and writes config.xml; false with the message to show
+// when it could not (the old file is untouched). Call before the outputs close.
+bool EngineSaveSettings(std::string* message);
+// The settings file: "<settings folder>config.xml" unless set (lumo --config FILE).
+std::string SettingsFilePath();
+void SetSettingsFilePath(const std::string& path);
 // Opens the outputs chosen in the settings.
 void EngineOpenOutputs();
 // Gives every deck its analysis port and creates the background file worker (not started).

@@ -2,7 +2,9 @@
 
 #include <cerrno>
 #include <ctime>
+#include <memory>
 #include <mutex>
+#include <semaphore.h>
 #include <sched.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -14,15 +16,14 @@
 namespace {
 
 constexpr size_t kStackBytes = 256 * 1024;
-constexpr int kStopTimeoutMs = 30000;
 
 std::atomic<bool> g_manual{false};
 std::mutex g_manualLock;
 std::vector<CPeriodicThread*> g_manualThreads;
 
-timespec DeadlineAfter(int ms) {
+timespec MonotonicDeadlineAfter(int ms) {
   timespec ts;
-  clock_gettime(CLOCK_REALTIME, &ts);
+  clock_gettime(CLOCK_MONOTONIC, &ts);
   ts.tv_sec += ms / 1000;
   ts.tv_nsec += static_cast<long>(ms % 1000) * 1000000L;
   if (ts.tv_nsec >= 1000000000L) {
@@ -81,18 +82,54 @@ void StepManualThreads(double elapsedMs) {
   for (CPeriodicThread* thread : threads) thread->StepManual(elapsedMs);
 }
 
+// What the periodic thread touches besides its function. Shared with the thread, so a thread
+// left running after a stop time-out never sees it freed.
+struct CPeriodicThread::Shared {
+  ThreadFunction fn;
+  void* argument;
+  int priorityClass;
+  int periodMs;
+  std::string name;
+  sem_t event{};
+  std::atomic<bool> wakePending{false};
+  std::atomic<bool> stop{false};
+
+  Shared(ThreadFunction f, void* a, int c, int p, const char* n)
+      : fn(f), argument(a), priorityClass(c), periodMs(p), name(n) {
+    sem_init(&event, 0, 0);
+  }
+  ~Shared() { sem_destroy(&event); }
+
+  void Loop() {
+    pthread_setname_np(pthread_self(), name.substr(0, 15).c_str());
+    ApplyThreadPriorityClass(priorityClass);
+    while (!stop.load(std::memory_order_acquire)) {
+      timespec deadline = MonotonicDeadlineAfter(periodMs);
+      while (sem_clockwait(&event, CLOCK_MONOTONIC, &deadline) != 0 && errno == EINTR) {
+      }
+      wakePending.store(false, std::memory_order_release);
+      if (stop.load(std::memory_order_acquire)) break;
+      fn(argument);
+    }
+  }
+};
+
 CPeriodicThread::CPeriodicThread(ThreadFunction fn, void* argument, int priorityClass,
                                  int periodMs, const char* name)
-    : fn_(fn), argument_(argument), priorityClass_(priorityClass), periodMs_(periodMs),
-      name_(name), manual_(ThreadsAreManual()) {
+    : shared_(std::make_shared<Shared>(fn, argument, priorityClass, periodMs, name)),
+      manual_(ThreadsAreManual()) {
   if (manual_) {
     std::lock_guard lock(g_manualLock);
     g_manualThreads.push_back(this);
     return;
   }
-  sem_init(&event_, 0, 0);
-  started_ = StartThread(thread_, &CPeriodicThread::Entry, this);
-  if (!started_) TraceLine("can not start thread %s", name_.c_str());
+  // The thread owns a reference of its own, released when its loop ends.
+  auto* threadRef = new std::shared_ptr<Shared>(shared_);
+  started_ = StartThread(thread_, &CPeriodicThread::Entry, threadRef);
+  if (!started_) {
+    delete threadRef;
+    TraceLine("can not start thread %s", name);
+  }
 }
 
 CPeriodicThread::~CPeriodicThread() {
@@ -100,54 +137,41 @@ CPeriodicThread::~CPeriodicThread() {
   if (manual_) {
     std::lock_guard lock(g_manualLock);
     std::erase(g_manualThreads, this);
-  } else {
-    sem_destroy(&event_);
   }
 }
 
 void CPeriodicThread::Wake() noexcept {
   // One post per pending wake keeps the semaphore at most 1, like an auto-reset event.
-  if (!wakePending_.exchange(true, std::memory_order_acq_rel) && !manual_) sem_post(&event_);
+  if (!shared_->wakePending.exchange(true, std::memory_order_acq_rel) && !manual_)
+    sem_post(&shared_->event);
 }
 
-void CPeriodicThread::Stop() {
-  stop_.store(true, std::memory_order_release);
+void CPeriodicThread::Stop(int timeoutMs) {
+  shared_->stop.store(true, std::memory_order_release);
   if (!started_) return;
   started_ = false;
-  sem_post(&event_);
-  timespec deadline = DeadlineAfter(kStopTimeoutMs);
-  if (pthread_timedjoin_np(thread_, nullptr, &deadline) != 0) {
-    TraceLine("thread %s did not stop in %d ms", name_.c_str(), kStopTimeoutMs);
+  sem_post(&shared_->event);
+  timespec deadline = MonotonicDeadlineAfter(timeoutMs);
+  if (pthread_clockjoin_np(thread_, nullptr, CLOCK_MONOTONIC, &deadline) != 0) {
+    TraceLine("thread %s did not stop in %d ms", shared_->name.c_str(), timeoutMs);
     pthread_detach(thread_);
   }
 }
 
 void CPeriodicThread::StepManual(double elapsedMs) {
-  if (stop_.load(std::memory_order_acquire)) return;
+  Shared& s = *shared_;
+  if (s.stop.load(std::memory_order_acquire)) return;
   sinceLastRunMs_ += elapsedMs;
-  bool woken = wakePending_.exchange(false, std::memory_order_acq_rel);
-  if (!woken && sinceLastRunMs_ < periodMs_) return;
+  bool woken = s.wakePending.exchange(false, std::memory_order_acq_rel);
+  if (!woken && sinceLastRunMs_ < s.periodMs) return;
   sinceLastRunMs_ = 0;
-  fn_(argument_);
+  s.fn(s.argument);
 }
 
-void* CPeriodicThread::Entry(void* self) {
-  static_cast<CPeriodicThread*>(self)->Loop();
+void* CPeriodicThread::Entry(void* shared) {
+  std::unique_ptr<std::shared_ptr<Shared>> ref(static_cast<std::shared_ptr<Shared>*>(shared));
+  (*ref)->Loop();
   return nullptr;
-}
-
-void CPeriodicThread::Loop() {
-  pthread_setname_np(pthread_self(), name_.substr(0, 15).c_str());
-  ApplyThreadPriorityClass(priorityClass_);
-  while (!stop_.load(std::memory_order_acquire)) {
-    timespec deadline = DeadlineAfter(periodMs_);
-    while (sem_timedwait(&event_, &deadline) != 0 && errno == EINTR) {
-    }
-    wakePending_.store(false, std::memory_order_release);
-    if (stop_.load(std::memory_order_acquire)) break;
-    fn_(argument_);
-  }
-  finished_.store(true, std::memory_order_release);
 }
 
 COneShotThread::COneShotThread(ThreadFunction fn, void* argument, int priorityClass,
@@ -169,8 +193,8 @@ COneShotThread::~COneShotThread() {
 
 bool COneShotThread::Wait(int timeoutMs) {
   if (!started_ || joined_) return true;
-  timespec deadline = DeadlineAfter(timeoutMs);
-  if (pthread_timedjoin_np(thread_, nullptr, &deadline) != 0) return false;
+  timespec deadline = MonotonicDeadlineAfter(timeoutMs);
+  if (pthread_clockjoin_np(thread_, nullptr, CLOCK_MONOTONIC, &deadline) != 0) return false;
   joined_ = true;
   return true;
 }

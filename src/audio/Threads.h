@@ -5,7 +5,13 @@
 //
 // CPeriodicThread runs its function every period, or at once after Wake. Wake is real-time
 // safe: it never blocks, and a wake that arrives while the function runs is kept, so the next
-// wait returns at once.
+// wait returns at once. Periods are measured on the monotonic clock, so a step of the wall
+// clock (NTP, a manual change) neither stretches nor collapses them.
+//
+// The semaphore and flags the thread uses live in a block the thread shares: when a stop
+// times out and the thread is left running, it keeps that block alive, so destroying the
+// wrapper never frees what the thread still touches. (What the thread's function touches is
+// its owner's to keep alive.)
 //
 // Manual mode (SetThreadsManual(true) before construction) creates no thread: the function runs
 // only from StepManualThreads, which the offline back end calls between blocks. That makes
@@ -13,8 +19,8 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <pthread.h>
-#include <semaphore.h>
 #include <string>
 
 #include "app/base/Realtime.h"
@@ -39,29 +45,23 @@ class CPeriodicThread {
   CPeriodicThread& operator=(const CPeriodicThread&) = delete;
 
   LUMO_RT void Wake() noexcept;
-  // Sets the stop flag, wakes the thread and waits up to 30000 ms for it. Idempotent.
-  void Stop();
+  // Sets the stop flag, wakes the thread and waits up to timeoutMs for it; a thread that does
+  // not end in time is left to finish on its own (logged). Idempotent.
+  static constexpr int kStopTimeoutMs = 30000;
+  void Stop(int timeoutMs = kStopTimeoutMs);
   bool running() const { return started_; }
   bool manual() const { return manual_; }
   // Manual mode only: runs the function if woken or due.
   void StepManual(double elapsedMs);
 
  private:
-  static void* Entry(void* self);
-  void Loop();
+  struct Shared;
+  static void* Entry(void* shared);
 
-  ThreadFunction fn_;
-  void* argument_;
-  int priorityClass_;
-  int periodMs_;
-  std::string name_;
+  std::shared_ptr<Shared> shared_;
   bool manual_;
   bool started_ = false;
   pthread_t thread_{};
-  sem_t event_{};
-  std::atomic<bool> wakePending_{false};
-  std::atomic<bool> stop_{false};
-  std::atomic<bool> finished_{false};
   double sinceLastRunMs_ = 0;
 };
 

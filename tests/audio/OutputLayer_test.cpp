@@ -8,6 +8,11 @@
 
 #include "OutputTestMix.h"
 #include "app/base/Realtime.h"
+#include "app/base/Trace.h"
+#include "audio/devices/OutputBackend.h"
+#include "support/AllocationCounter.h"
+
+#include <jack/jack.h>
 #include "audio/MixCallback.h"
 #include "audio/OutputOptions.h"
 #include "audio/devices/OutputPlan.h"
@@ -20,6 +25,12 @@ int MixAudioBlock(float* out, int frames, int channels) noexcept {
   g_testMix.calls++;
   g_testMix.lastFrames = frames;
   g_testMix.lastChannels = channels;
+  if (const int stall = g_testMix.stallOnceMs.exchange(0)) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(stall));
+    g_testMix.stallEndFrame = g_testMix.framesMixed.load();
+    g_testMix.stallEndNs = std::chrono::steady_clock::now().time_since_epoch().count();
+  }
+  g_testMix.framesMixed += frames;
   const double step = 6.283185307179586 * g_testMix.frequency.load() / 44100.0;
   for (int i = 0; i < frames; ++i, ++g_testMix.phaseFrame) {
     const auto v = static_cast<float>(0.5 * std::sin(step * static_cast<double>(g_testMix.phaseFrame)));
@@ -118,4 +129,62 @@ TEST_F(OutputLayer, ShortestLatencyMixesFifteenFrameBlocks) {
   SecondsUntilDelivered(4410);
   EXPECT_EQ(g_testMix.lastFrames.load(), 15);
   EXPECT_GE(g_testMix.calls.load(), 4410 / 15);
+}
+
+TEST_F(OutputLayer, NullOutputCatchesUpAtMostOneRingAfterAStall) {
+  g_outputSelection.primary = 99;  // the null back end
+  OpenAudioOutputs(0, 0);
+  ASSERT_LT(SecondsUntilDelivered(4410), 10.0);
+  g_testMix.stallOnceMs = 1000;
+  const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(15);
+  while (g_testMix.stallEndFrame.load() < 0 && std::chrono::steady_clock::now() < until)
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  ASSERT_GE(g_testMix.stallEndFrame.load(), 0) << "the stall never happened";
+  const long long target = g_testMix.stallEndFrame.load() + 22050;
+  while (g_testMix.framesMixed.load() < target && std::chrono::steady_clock::now() < until)
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  const double seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count() -
+      static_cast<double>(g_testMix.stallEndNs.load()) * 1e-9;
+  // Half a second of mix after the stall: one ring (8 x 360 frames, 65 ms) may come at once,
+  // the rest at real time, so it takes about 0.43 s. Mixing the whole missed second flat out
+  // gets there at once.
+  EXPECT_GT(seconds, 0.3) << "the missed second was mixed flat out";
+}
+
+TEST(JackMessages, ReachTheLogWithoutBlockingTheProcessThread) {
+  OutputDeviceInfo unused;
+  ProbeJackServer(&unused);  // installs the program's message handlers, server or not
+  struct Seen { std::string lines; } seen;
+  SetTraceHook([](const char* line, void* context) { static_cast<Seen*>(context)->lines += line; },
+               &seen);
+  const unsigned long waits = rt::BlockingWaitsOnAudioThread();
+  ResetAudioThreadCounts();
+  {
+    rt::AudioThreadScope processThread;
+    jack_error_callback("JackEngine::XRun: client = zorvik-lumo was not finished");
+  }
+  EXPECT_EQ(rt::BlockingWaitsOnAudioThread(), waits);
+  EXPECT_EQ(AudioThreadAllocations(), 0u);
+  DrainRealtimeTrace();
+  SetTraceHook(nullptr, nullptr);
+  EXPECT_EQ(seen.lines, "jack: JackEngine::XRun: client = zorvik-lumo was not finished");
+}
+
+TEST(OutputPlan, DesktopOrderPrefersTheSoundServerThenJackThenAlsa) {
+  auto device = [](const char* name, bool server, bool pro) {
+    OutputDeviceInfo d;
+    d.name = name;
+    d.soundServer = server;
+    d.pro = pro;
+    return d;
+  };
+  // RtAudio lists the ALSA hardware first, which a running sound server usually holds.
+  const std::vector<OutputDeviceInfo> table = {
+      device("ALSA: HDA Intel PCH (hw:0,0)", false, false), device("ALSA: default", false, false),
+      device("PulseAudio: Default Device", true, false), device("JACK", false, true)};
+  EXPECT_EQ(OutputFallbackOrder(table, true), (std::vector<int>{2, 3, 1, 0}));
+  EXPECT_EQ(OutputFallbackOrder(table, false), (std::vector<int>{3, 1, 0, 2}))
+      << "without a server: JACK, ALSA's default, the hardware; the server's device last";
+  EXPECT_TRUE(OutputFallbackOrder({}, true).empty());
 }

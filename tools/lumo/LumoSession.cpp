@@ -18,6 +18,9 @@ LumoSession::LumoSession(bool offline) : offline_(offline) {
   std::string message;
   if (!EngineInitFolders(&message)) std::fprintf(stderr, "lumo: %s\n", message.c_str());
   EngineCreateAudioObjects();
+  // The settings the window would use: memory limit, automatic cue, device choice, latency.
+  if (!offline) EngineEnumerateDevices();
+  EngineReadSettings();
   ok_ = g_engine.mixer != nullptr;
 }
 

@@ -23,9 +23,9 @@ std::string Lower(std::string text) {
 }
 
 // --device: an index, a device name, "jack" (the JACK server) or "null" (no device). Empty:
-// the first device, or none. Returns -1 for the null back end.
+// the settings' device (audio0), else the desktop's default. Returns -1 for the null back end.
 int ChooseDevice(const std::string& wanted, int count) {
-  if (wanted.empty()) return count > 0 ? 0 : -1;
+  if (wanted.empty()) return count > 0 ? g_outputSelection.primary : -1;
   std::string lower = Lower(wanted);
   if (lower == "null") return -1;
   long long index = 0;
@@ -46,7 +46,7 @@ int ChooseDevice(const std::string& wanted, int count) {
 
 int PlayFile(const std::string& path, const std::string& device, double seconds) {
   LumoSession session(false);
-  int count = EngineEnumerateDevices();
+  int count = OutputDeviceCount(true);
   g_outputSelection.primary = ChooseDevice(device, count);
   g_outputSelection.secondary = -1;
   EngineOpenOutputs();

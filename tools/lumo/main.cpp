@@ -4,8 +4,10 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <unistd.h>
 
 #include "Commands.h"
+#include "app/Engine.h"
 #include "cmd_analyse.h"
 #include "help/HelpText.h"
 
@@ -58,6 +60,18 @@ bool OptionsAreKnown(const CommandHelp& command, int argc, char** argv, std::str
 }  // namespace
 
 int main(int argc, char** argv) {
+  // Global options come before the command.
+  while (argc >= 2 && !std::strcmp(argv[1], "--config")) {
+    if (argc < 3 || !*argv[2]) return UsageError(nullptr, "--config wants a file name");
+    if (access(argv[2], R_OK) != 0) {
+      std::fprintf(stderr, "lumo: can not read the settings file %s\n", argv[2]);
+      return 1;
+    }
+    SetSettingsFilePath(argv[2]);
+    argv[2] = argv[0];
+    argc -= 2;
+    argv += 2;
+  }
   if (argc < 2) return UsageError(nullptr, "no command given");
   const std::string first = argv[1];
   if (IsHelpWord(argv[1]) || first == "help") {

@@ -3,7 +3,10 @@
 #include <array>
 #include <atomic>
 #include <cstdio>
+#include <cstring>
 #include <mutex>
+
+#include "app/base/Realtime.h"
 
 namespace {
 
@@ -24,6 +27,21 @@ std::atomic<unsigned long> g_rtWrite{0};
 unsigned long g_rtRead = 0;  // guarded by g_writeLock
 std::atomic<unsigned long> g_rtDropped{0};
 
+// Copies of changing text for TraceTextRT: a slot is claimed by its flag, filled, queued by
+// pointer, and freed by the reader once written out.
+constexpr size_t kTextSlots = 32;
+constexpr size_t kTextBytes = 256;
+struct TextSlot {
+  std::atomic<bool> busy{false};
+  char text[kTextBytes];
+};
+std::array<TextSlot, kTextSlots> g_textSlots;
+
+void ReleaseTextSlot(const char* text) {
+  for (TextSlot& slot : g_textSlots)
+    if (text == slot.text) slot.busy.store(false, std::memory_order_release);
+}
+
 void WriteLineLocked(const char* text) {
   if (!g_quiet.load(std::memory_order_relaxed)) std::fprintf(stderr, "%s%s\n", kPrefix, text);
   if (g_logFile) {
@@ -41,13 +59,17 @@ void DrainLocked() {
   for (; g_rtRead != end; ++g_rtRead) {
     const char* text =
         g_rtSlots[g_rtRead % kRealtimeSlots].exchange(nullptr, std::memory_order_acquire);
-    if (text) WriteLineLocked(text);
+    if (text) {
+      WriteLineLocked(text);
+      ReleaseTextSlot(text);
+    }
   }
 }
 
 }  // namespace
 
 void TraceLineV(const char* format, va_list args) {
+  if (rt::OnAudioThread()) rt::NoteBlockingWaitOnAudioThread();  // formats and locks
   char buffer[2048];
   std::vsnprintf(buffer, sizeof buffer, format, args);
   std::lock_guard lock(g_writeLock);
@@ -62,13 +84,32 @@ void TraceLine(const char* format, ...) {
   va_end(args);
 }
 
-void TraceLineRT(const char* literal) noexcept {
+namespace {
+bool QueueRealtime(const char* literal) noexcept {
   unsigned long index = g_rtWrite.fetch_add(1, std::memory_order_relaxed);
   const char* expected = nullptr;
-  if (!g_rtSlots[index % kRealtimeSlots].compare_exchange_strong(
-          expected, literal, std::memory_order_release, std::memory_order_relaxed)) {
-    g_rtDropped.fetch_add(1, std::memory_order_relaxed);
+  if (g_rtSlots[index % kRealtimeSlots].compare_exchange_strong(
+          expected, literal, std::memory_order_release, std::memory_order_relaxed))
+    return true;
+  g_rtDropped.fetch_add(1, std::memory_order_relaxed);
+  return false;
+}
+}  // namespace
+
+void TraceLineRT(const char* literal) noexcept { QueueRealtime(literal); }
+
+void TraceTextRT(const char* prefix, const char* text) noexcept {
+  for (TextSlot& slot : g_textSlots) {
+    if (slot.busy.exchange(true, std::memory_order_acquire)) continue;
+    size_t n = 0;
+    for (; n + 1 < kTextBytes && *prefix; ++n) slot.text[n] = *prefix++;
+    for (; n + 1 < kTextBytes && *text; ++n) slot.text[n] = *text++;
+    slot.text[n] = '\0';
+    // A full queue drops the line; the slot is free again at once.
+    if (!QueueRealtime(slot.text)) slot.busy.store(false, std::memory_order_release);
+    return;
   }
+  g_rtDropped.fetch_add(1, std::memory_order_relaxed);
 }
 
 void DrainRealtimeTrace() {

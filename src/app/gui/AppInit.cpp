@@ -15,6 +15,7 @@
 #include "app/base/Trace.h"
 #include "app/gui/WindowControls.h"
 #include "app/Engine.h"
+#include "app/Settings.h"
 #include "skin/ControlTable.h"
 #include "skin/SkinLoader.h"
 #include "skin/ZQMainWindow.h"
@@ -88,12 +89,13 @@ bool AppInit(ZQMainWindow* main) {
   // Step 20: with no output device the engine runs on its null back end. The box does not hold
   // the program: it stays up beside the running window and goes with it.
   if (EngineEnumerateDevices() == 0) ShowLanguageNotice(kStrNoOutputDevice, main);
+  EngineReadSettings();
 
   // Step 22: the shipped skins first, then the user's.
   SkinTable().clear();
   ListSkins(Folders().programData + "skins", nullptr, "");
   ListSkins(Folders().skins, nullptr, "");
-  int skin = PickSkin(display, "");
+  int skin = PickSkin(display, g_settings.skinf1);
 
   // Step 23: outputs open before the skin exists; then the analysis objects.
   EngineOpenOutputs();
@@ -115,6 +117,8 @@ bool AppInit(ZQMainWindow* main) {
 void AppClose() {
   if (ZQMainWindow* main = MainWindow()) main->Hide();
   EngineStopThreads();
+  std::string message;
+  if (!EngineSaveSettings(&message)) wxMessageBox(wxString::FromUTF8(message), "Message");
   ForgetMainWindow();
   EngineCloseOutputs();
   ReleaseSkinObjects();

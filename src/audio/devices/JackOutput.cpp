@@ -23,10 +23,12 @@ constexpr int kDefaultPorts = 4;
 constexpr int kMinChunkFrames = 1024;  // the interleave buffer; longer periods go in chunks
 
 // libjack prints to stderr by default; its messages go to the trace instead, except while a
-// probe expects the connection to fail.
+// probe expects the connection to fail. libjack may report from its process thread, so the
+// text goes through the real-time queue, copied, never formatted or locked here.
 std::atomic<bool> g_probing{false};
 void JackError(const char* text) {
-  if (!g_probing.load(std::memory_order_relaxed)) TraceLine("jack: %s", text);
+  if (g_probing.load(std::memory_order_relaxed)) return;
+  TraceTextRT("jack: ", text);
 }
 void JackInfo(const char*) {}
 void RouteJackMessages() {

@@ -79,7 +79,10 @@ class CNullOutput final : public COutputBackend {
       if (stop_.load(std::memory_order_relaxed)) break;
       const int64_t cursor = EngineFramesIn(MonotonicNanoseconds() - start) / fragment_;
       // A poll that comes late walks the cursor forward in steps the ring can see, so no
-      // engine time is lost, however short the fragments.
+      // engine time is lost, however short the fragments. After a stall (the process stopped,
+      // the machine swapping) at most one ring is caught up: mixing every missed fragment
+      // flat out would run the decks and the recorder ahead for seconds.
+      cursorSeen_ = std::max(cursorSeen_, cursor - kOutputFragments);
       while (cursorSeen_ < cursor) {
         cursorSeen_ += std::min<int64_t>(cursor - cursorSeen_, kOutputFragments - 1);
         FillBehindCursor(static_cast<int>(cursorSeen_ % kOutputFragments));

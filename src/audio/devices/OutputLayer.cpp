@@ -1,6 +1,8 @@
 #include "audio/devices/OutputLayer.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <unistd.h>
 #include <atomic>
 #include <memory>
 #include <vector>
@@ -104,12 +106,60 @@ const OutputDeviceInfo* OutputDevice(int index) {
   return &g_devices[static_cast<size_t>(index)];
 }
 
+int DefaultOutputDevice() {
+  const std::vector<int> order = OutputFallbackOrder(g_devices, SoundServerRunning());
+  return order.empty() ? -1 : order.front();
+}
+
+bool SoundServerRunning() {
+  if (const char* server = std::getenv("PULSE_SERVER"); server && *server) return true;
+  const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+  if (!runtime || !*runtime) return false;
+  const std::string folder = runtime;
+  return access((folder + "/pulse/native").c_str(), F_OK) == 0;
+}
+
 int OutputDeviceIndexByName(const std::string& name) {
   // The table lists the system part before the pro part, so one scan searches them in order.
   for (size_t i = 0; i < g_devices.size(); ++i)
     if (g_devices[i].name == name) return static_cast<int>(i);
   return -1;
 }
+
+namespace {
+
+// Opens the plan's primary; the channel count it opened with goes to `openChannels`.
+bool OpenPlannedPrimary(const OutputPlan& plan, int* openChannels) {
+  *openChannels = plan.channels;
+  if (!plan.pro) *openChannels = FitChannelsToDevice(plan.primary, plan.channels);
+  g_primary = OpenDevice(0, plan.primary, *openChannels, &MixAudioBlock);
+  if (g_primary) g_status.primaryName = g_devices[static_cast<size_t>(plan.primary)].name;
+  return g_primary != nullptr;
+}
+
+// The chosen device did not open: the others in the desktop's order, without a second card.
+// Returns the plan that opened, or one with primary -1.
+OutputPlan OpenFallback(int channels, int failed, int* openChannels) {
+  std::string tried = g_devices[static_cast<size_t>(failed)].name;
+  for (int index : OutputFallbackOrder(g_devices, SoundServerRunning())) {
+    if (index == failed) continue;
+    const OutputPlan plan = PlanAudioOutputs(channels, index, -1, g_outputOptions.mode.load(),
+                                             g_systemCount, static_cast<int>(g_devices.size()));
+    if (OpenPlannedPrimary(plan, openChannels)) {
+      g_status.fallback = "output: " + tried + " did not open; playing on " + g_status.primaryName;
+      TraceLine("%s", g_status.fallback.c_str());
+      return plan;
+    }
+    tried += ", " + g_devices[static_cast<size_t>(index)].name;
+  }
+  g_status.fallback = "output: no device opened (tried " + tried + "); playing silently";
+  TraceLine("%s", g_status.fallback.c_str());
+  OutputPlan none;
+  none.mode = g_outputOptions.mode.load();
+  return none;
+}
+
+}  // namespace
 
 void OpenAudioOutputs(int channels, int reserved) {
   CloseAudioOutputs(0);
@@ -119,20 +169,19 @@ void OpenAudioOutputs(int channels, int reserved) {
   g_status = OutputStatus{};
 
   OutputSelection& sel = g_outputSelection;
-  const OutputPlan plan =
+  OutputPlan plan =
       PlanAudioOutputs(channels, sel.primary, sel.secondary, g_outputOptions.mode.load(),
                        g_systemCount, static_cast<int>(g_devices.size()));
   int openChannels = plan.channels;
+  if (plan.primary >= 0 && !OpenPlannedPrimary(plan, &openChannels)) {
+    plan = OpenFallback(channels, plan.primary, &openChannels);
+    if (plan.primary < 0) openChannels = 2;
+  } else if (plan.primary < 0 && sel.primary >= 0) {
+    LogOpenFailure(0, sel.primary, FragmentFrames());  // a saved device that has gone
+  }
   if (sel.primary >= 0) {
     g_outputOptions.mode.store(plan.mode);
     if (plan.primary >= 0) sel.secondary = plan.secondary;
-  }
-  if (plan.primary >= 0) {
-    if (!plan.pro) openChannels = FitChannelsToDevice(plan.primary, openChannels);
-    g_primary = OpenDevice(0, plan.primary, openChannels, &MixAudioBlock);
-    if (g_primary) g_status.primaryName = g_devices[static_cast<size_t>(plan.primary)].name;
-  } else if (sel.primary >= 0) {
-    LogOpenFailure(0, sel.primary, FragmentFrames());  // a saved device that has gone
   }
   if (!g_primary) OpenNullOutput(openChannels);
   g_status.primaryOpen = g_primary != nullptr && !g_status.nullBackend;

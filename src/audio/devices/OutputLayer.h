@@ -17,6 +17,7 @@ struct OutputDeviceInfo {
   std::string name;
   int channels = 2;
   bool pro = false;  // JACK
+  bool soundServer = false;  // PulseAudio, or PipeWire through its PulseAudio interface
   int api = 0;        // system devices: the RtAudio API and its device number, as probed
   int apiDevice = -1;
 };
@@ -36,6 +37,11 @@ int OutputDeviceCount(bool includePro);
 const OutputDeviceInfo* OutputDevice(int index);  // null when out of range
 // Index of a saved name: the system part first, then the pro part; -1 when not found.
 int OutputDeviceIndexByName(const std::string& name);
+// The device a desktop expects when none is chosen: the sound server's when one runs, then
+// JACK, then ALSA's default, then ALSA hardware. -1 when the table is empty.
+int DefaultOutputDevice();
+// True when a PulseAudio (or PipeWire-pulse) server answers on this session's socket.
+bool SoundServerRunning();
 
 // Opens the outputs chosen in g_outputSelection in the mode of g_outputOptions, closing any
 // open ones first; builds the device table if there is none. The open rules may change
@@ -54,6 +60,7 @@ struct OutputStatus {
   int deviceRate = 0;       // the device's own rate; the output stage resamples to it
   int blockFrames = 0;
   int channels = 0;
+  std::string fallback;  // when the chosen device failed: what was tried and what plays now
 };
 OutputStatus CurrentOutputStatus();
 // Engine frames (44100 Hz) the primary output has pulled from MixAudioBlock since it opened.

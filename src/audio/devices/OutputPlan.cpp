@@ -1,5 +1,7 @@
 #include "audio/devices/OutputPlan.h"
 
+#include <algorithm>
+
 namespace {
 constexpr int kDefaultMultichannelCount = 4;
 }
@@ -48,4 +50,19 @@ int ModeAfterDeviceChange(int mode, int primaryChannels, bool primaryPro, int* s
   if (primaryChannels >= 3 && primaryPro) mode = 2;
   if (mode > 0) *secondary = -1;
   return mode;
+}
+
+std::vector<int> OutputFallbackOrder(const std::vector<OutputDeviceInfo>& table, bool soundServerRunning) {
+  std::vector<int> order;
+  auto take = [&](auto wanted) {
+    for (size_t i = 0; i < table.size(); ++i)
+      if (wanted(table[i]) && std::find(order.begin(), order.end(), static_cast<int>(i)) == order.end())
+        order.push_back(static_cast<int>(i));
+  };
+  if (soundServerRunning) take([](const OutputDeviceInfo& d) { return d.soundServer; });
+  take([](const OutputDeviceInfo& d) { return d.pro; });
+  take([](const OutputDeviceInfo& d) { return d.name == "ALSA: default"; });
+  take([](const OutputDeviceInfo& d) { return !d.soundServer && !d.pro; });
+  take([](const OutputDeviceInfo&) { return true; });
+  return order;
 }

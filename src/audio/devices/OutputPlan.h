@@ -3,6 +3,9 @@
 // checked on their own. Pure functions; any thread.
 
 #include <string>
+#include <vector>
+
+#include "audio/devices/OutputLayer.h"
 
 struct OutputPlan {
   int primary = -1;    // device index, -1: the null back end
@@ -24,3 +27,8 @@ bool IsExcludedSystemDevice(const std::string& name);
 // channels cannot run multichannel; a pro primary of 3 or more always does; any mode but
 // normal gives up the second card. Returns the mode; `secondary` is updated in place.
 int ModeAfterDeviceChange(int mode, int primaryChannels, bool primaryPro, int* secondary);
+
+// The order in which devices are tried when none is chosen or the chosen one fails: the sound
+// server's devices when a server runs, JACK, ALSA's "default", the other ALSA devices, and
+// the sound server's devices last when no server was seen (it may still start on demand).
+std::vector<int> OutputFallbackOrder(const std::vector<OutputDeviceInfo>& table, bool soundServerRunning);

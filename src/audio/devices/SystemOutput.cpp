@@ -195,6 +195,7 @@ void AppendSystemDevices(std::vector<OutputDeviceInfo>* table) {
         device.channels = static_cast<int>(info.outputChannels);
         device.api = static_cast<int>(api);
         device.apiDevice = static_cast<int>(i);
+        device.soundServer = api == RtAudio::LINUX_PULSE;
         table->push_back(device);
       }
     } catch (const RtAudioError& e) {

@@ -154,7 +154,9 @@ OptionKind ClassifyOption(const CommandHelp& command, const std::string& word) {
 std::string OverviewText() {
   std::string out =
       "Zorvik Lumo's engine from the command line: play, render and analyse tracks without the "
-      "window.\n\nusage: lumo COMMAND [OPTIONS]\n       lumo COMMAND --help\n       lumo --version\n\n"
+      "window.\n\nusage: lumo [--config FILE] COMMAND [OPTIONS]\n       lumo COMMAND --help\n"
+      "       lumo --version\n\n"
+      "  --config FILE  settings to use instead of the data root's Settings/config.xml\n\n"
       "Commands:\n";
   for (const CommandHelp& command : kCommands) {
     std::string name = command.name;
@@ -184,7 +186,7 @@ std::string VersionText() { return std::string("lumo (Zorvik Lumo) ") + LUMO_VER
 std::string ManualPage(const std::string& date) {
   std::string out = ".TH LUMO 1 \"" + date + "\" \"Zorvik Lumo " LUMO_VERSION "\" \"User Commands\"\n";
   out += ".SH NAME\nlumo \\- Zorvik Lumo's DJ engine from the command line\n";
-  out += ".SH SYNOPSIS\n";
+  out += ".SH SYNOPSIS\n.B lumo\n.RB [ \\-\\-config\n.IR FILE ]\n.I COMMAND\n.RI [ OPTIONS ]\n.br\n";
   for (const CommandHelp& command : kCommands) out += ".B " + Roff(command.synopsis) + "\n.br\n";
   out += ".B lumo \\-\\-version\n";
   out += ".SH DESCRIPTION\n" +
@@ -199,6 +201,10 @@ std::string ManualPage(const std::string& date) {
       out += ".TP\n.B " + Roff(option.spec) + "\n" + Roff(option.text) + "\n";
     }
   }
+  out += ".SH GLOBAL OPTIONS\n.TP\n.B \\-\\-config FILE\n" +
+         Roff("Read the settings from FILE instead of the data root's Settings/config.xml. It "
+              "comes before the command.") +
+         "\n";
   out += ".SH ENVIRONMENT\n.TP\n.B ZORVIK_LUMO_HOME\n" +
          Roff("The data root (song database, stripes, settings, lists). Default: Zorvik-Lumo in the "
               "XDG documents folder.") +
