@@ -112,8 +112,9 @@ float ZQBeatDetector::DetectBpm(int n, float* A, float* B, int seconds, int hint
   if (hint == -1) firstBpm = 56, lastBpm = 100;
   else if (hint == -2) firstBpm = 101, lastBpm = 195;
   else if (hint != 0) {
-    // A typed tempo is held to where the multiples and the fine search stay on the curve.
-    const int b = std::clamp(hint, 57, 194);
+    // A typed tempo is held above 57, where the fine search's lags (26460/(b-1)) stay finite
+    // and eight beats still fit the curve; fast tempi need no bound below 300, the score rows.
+    const int b = std::clamp(hint, 57, kScoreRows - 2);
     firstBpm = b - 1, lastBpm = b + 1;
   }
   double bestTotal = 0.0;

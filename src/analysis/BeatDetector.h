@@ -19,7 +19,7 @@ class ZQBeatDetector {
   // n entries of stripe A; B (at least n entries) is work and ends holding the onset curve.
   // Returns the tempo; 0 for under 10 seconds or a track with no onsets at all (which then
   // gets no marks), -1 when no tempo was found. hint: 0 searches 76..150 BPM, -1 56..100,
-  // -2 101..195, any other value b searches b-1..b+1 (held to 57..194).
+  // -2 101..195, any other value b searches b-1..b+1 (held to 57..298).
   float DetectBpm(int n, float* A, float* B, int seconds, int hint);
 
   // Marks beats of tempo bpm into A between entries lo and hi, following the onset curve B

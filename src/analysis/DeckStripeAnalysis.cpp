@@ -5,6 +5,7 @@
 #include <mutex>
 
 #include "analysis/StripeFile.h"
+#include "analysis/TempoGrid.h"
 #include "app/base/Trace.h"
 #include "deck/SoundSource.h"
 #include "library/SongDatabase.h"
@@ -40,13 +41,14 @@ CDeckStripeAnalysis::CDeckStripeAnalysis()
 }
 
 void CDeckStripeAnalysis::Second(BandFilters& filters, std::vector<float>& mono, const short* stereo, int frames,
-                                 float* out441, ZQGainAnalyzer* gain, ZQKeyDetector* key) {
+                                 float* out441, ZQGainAnalyzer* gain, ZQKeyDetector* key, ZQTempoEstimator* tempo) {
   frames = std::clamp(frames, 0, kRate);
   for (int i = 0; i < frames; ++i) mono[i] = (stereo[2 * i] + stereo[2 * i + 1]) * 0.5f;
   std::fill(mono.begin() + frames, mono.end(), 0.0f);
   if (gain) gain->Analyze(mono.data(), nullptr, frames, 1);  // 16-bit samples are already at full scale 32768
   for (float& v : mono) v *= kInt16ToFloat;
   if (key) key->FeedFloats(mono.data(), frames, 1);
+  if (tempo) tempo->Feed(mono.data(), frames);
   filters.Run(mono.data(), kRate);
   for (int i = 0; i < kStripeEntriesPerSecond; ++i) out441[i] = mono[static_cast<size_t>(i) * kFramesPerStripeEntry];
 }
@@ -88,6 +90,7 @@ void CDeckStripeAnalysis::AnalyseWholeTrack(CSoundSource& deck) {
   passFilters_.Reset();
   gainAnalyzer_.Init(kRate);
   keyDetector_.Start(kRate, static_cast<double>(length) / kRate);
+  tempo_.Start(blocks);
   // Track order, so the filters and the gain see the music as it plays; the blocks stay in
   // memory until the deck unloads, and an unload waits for this pass.
   for (int b = 0; b < blocks; ++b) {
@@ -95,12 +98,14 @@ void CDeckStripeAnalysis::AnalyseWholeTrack(CSoundSource& deck) {
     const TrackBlock* block = deck.memory.Block(b);
     if (!block) return;
     Second(passFilters_, monoPass_, block->samples, block->framesRead, A.data() + static_cast<size_t>(b) * kStripeEntriesPerSecond,
-           &gainAnalyzer_, &keyDetector_);
+           &gainAnalyzer_, &keyDetector_, &tempo_);
   }
   gain_.store(gainAnalyzer_.GetResult(), std::memory_order_release);
   key_ = keyDetector_.FinishDetection().key;
   const int n = static_cast<int>(A.size()) - 1;
-  const float bpm = std::max(passBeats_.DetectBpm(n, A.data(), B.data(), blocks, 0), 0.0f);
+  const TempoResult tempo = DetectTempoAndGrid(passBeats_, tempo_, A.data(), B.data(), n, blocks, PreferredTempoRange());
+  const float bpm = tempo.bpm;
+  bpmConfidence_.store(tempo.confidence, std::memory_order_relaxed);
   {
     std::lock_guard lock(deck.dataLock);
     std::vector<float>& level = deck.stripes[0];
@@ -136,8 +141,9 @@ void CDeckStripeAnalysis::SaveStripes(CSoundSource& deck) {
   const std::string name = BareFileName(path);
   if (!FindSong(name, record)) ClearSongRecord(record);
   record.name = name;
-  record.durationMs = static_cast<int>(std::lround(deck.GetLength() * 1000.0 / kRate));
+  record.durationMs = SongDurationMs(deck.GetLength());
   record.bpm = deck.bpm.load(std::memory_order_relaxed);
+  record.bpmConfidence = bpmConfidence_.load(std::memory_order_relaxed);
   record.gain = static_cast<float>(gain());
   record.hasGain = 1;
   record.pitchKey = KeyIndexOf(key_);

@@ -16,6 +16,7 @@
 #include "analysis/BeatDetector.h"
 #include "analysis/GainAnalyzer.h"
 #include "analysis/KeyDetector.h"
+#include "analysis/TempoEstimator.h"
 #include "deck/DeckAnalysis.h"
 #include "effects/CutoffFilter.h"
 
@@ -44,7 +45,7 @@ class CDeckStripeAnalysis : public CDeckAnalysis {
   // One second of 16-bit stereo to the low band's 441 entries (and, when given, gain and key);
   // mono is that thread's one-second buffer.
   void Second(BandFilters& filters, std::vector<float>& mono, const short* stereo, int frames, float* out441,
-              ZQGainAnalyzer* gain, ZQKeyDetector* key);
+              ZQGainAnalyzer* gain, ZQKeyDetector* key, ZQTempoEstimator* tempo = nullptr);
 
   BandFilters feedFilters_;  // loader thread
   BandFilters passFilters_;  // analysis thread
@@ -53,6 +54,8 @@ class CDeckStripeAnalysis : public CDeckAnalysis {
   ZQGainAnalyzer gainAnalyzer_;
   ZQBeatDetector passBeats_;
   ZQKeyDetector keyDetector_;
+  ZQTempoEstimator tempo_;
+  std::atomic<float> bpmConfidence_{0.0f};
   ZQBeatDetector windowBeats_;
   std::vector<float> windowA_, windowB_;
   std::atomic<double> gain_{ZQGainAnalyzer::kNoGain};

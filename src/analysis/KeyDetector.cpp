@@ -65,8 +65,8 @@ const KernelBank* BankFor(int bankRate) {
 }  // namespace
 
 void AnalyzeSegment(const float* samples, int channels, int rate, double* out12, ZQKeyScores& scores,
-                    double* work) {
-  const KernelBank* bank = BankFor(rate / 2);
+                    double* work, int bankRate) {
+  const KernelBank* bank = BankFor(bankRate > 0 ? bankRate : rate / 2);
   if (!bank || channels < 1) {
     TraceLine("analyzeSegment(): error");
     return;
@@ -122,21 +122,22 @@ std::string KeyResultText(const KeyDetectionResult& result) {
 ZQKeyDetector::ZQKeyDetector()
     : block_(kKeyBlock, 0.0f), converted_(static_cast<size_t>(kKeyBlock) * 2, 0.0f), work_(kKeyBlock, 0.0) {}
 
-void ZQKeyDetector::Start(int rate, double trackSeconds) {
+void ZQKeyDetector::Start(int rate, double trackSeconds, int bankRate) {
   rate_ = rate > 0 ? rate : 44100;
+  bankRate_ = bankRate > 0 ? bankRate : rate_ / 2;
   trackSeconds_ = trackSeconds;
   elapsed_ = 0.0;
   secondHalf_ = false;
   blockFill_ = 0;
   scores_ = std::make_unique<ZQKeyScores>();
   secondHalfScores_ = std::make_unique<ZQKeyScores>();
-  BankFor(rate_ / 2);  // built here, not in the middle of the feed
+  BankFor(bankRate_);  // built here, not in the middle of the feed
   running_ = true;
 }
 
 void ZQKeyDetector::RunBlock() {
   double out12[12];
-  AnalyzeSegment(block_.data(), 1, rate_, out12, *scores_, work_.data());
+  AnalyzeSegment(block_.data(), 1, rate_, out12, *scores_, work_.data(), bankRate_);
   if (secondHalf_) secondHalfScores_->AddBlock(out12, static_cast<double>(kKeyBlock) / rate_, 12);
   elapsed_ += static_cast<double>(kKeyBlock) / rate_;
   if (!secondHalf_ && 2.0 * elapsed_ > trackSeconds_) secondHalf_ = true;
@@ -144,7 +145,7 @@ void ZQKeyDetector::RunBlock() {
 }
 
 void ZQKeyDetector::FeedFloats(const float* samples, int frames, int channels) {
-  if (!scores_) Start(rate_, trackSeconds_);
+  if (!scores_) Start(rate_, trackSeconds_, bankRate_);
   if (!samples || channels < 1) return;
   for (int i = 0; i < frames; ++i) {
     block_[static_cast<size_t>(blockFill_++)] = samples[static_cast<size_t>(i) * channels];
@@ -196,7 +197,8 @@ std::optional<KeyDetectionResult> DetectKey(const char* path) {
   std::fseek(file, 44, SEEK_SET);
   const double seconds = std::max(size - 44, 0L) * 5.668934240362812e-6;
   ZQKeyDetector detector;
-  detector.Start(44100, seconds);
+  // The file utility hears notes at their own pitch: its bank is built for the file's rate.
+  detector.Start(44100, seconds, 44100);
   std::vector<short> block(static_cast<size_t>(kKeyBlock) * 2);
   for (;;) {
     const size_t got = std::fread(block.data(), 4, kKeyBlock, file);

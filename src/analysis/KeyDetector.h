@@ -24,9 +24,11 @@ struct KeyDetectionResult {
 constexpr int kKeyBlock = 8192;
 
 // Adds the twelve pitch-class energies of one block (first channel of interleaved samples) to
-// out12 and gives them to scores. work is scratch of kKeyBlock doubles.
+// out12 and gives them to scores. work is scratch of kKeyBlock doubles. The kernel bank is built
+// for bankRate, by default half the rate, which hears every note an octave up; the stand-alone
+// file utility builds it for the true rate.
 void AnalyzeSegment(const float* samples, int channels, int rate, double* out12, ZQKeyScores& scores,
-                    double* work);
+                    double* work, int bankRate = 0);
 
 // The key with the highest normalised likelihood (index 0) or the one ranked at index.
 KeyDetectionResult BestKey(const ZQKeyScores& scores, int index);
@@ -35,7 +37,8 @@ class ZQKeyDetector {
  public:
   ZQKeyDetector();
   // Begins a run for a track of the given length in seconds (used to find its second half).
-  void Start(int rate, double trackSeconds);
+  // bankRate 0 is half the rate, as the analysis pass uses it.
+  void Start(int rate, double trackSeconds, int bankRate = 0);
   void FeedSamples(const short* samples, int frames, int channels);
   void FeedFloats(const float* samples, int frames, int channels);
   // Ends the run. verbose 0 writes the accuracy alone ("%f"); 1 writes
@@ -47,6 +50,7 @@ class ZQKeyDetector {
   void RunBlock();
 
   int rate_ = 44100;
+  int bankRate_ = 0;
   double trackSeconds_ = 0.0;
   double elapsed_ = 0.0;
   bool running_ = false;

@@ -180,15 +180,16 @@ int KeyIndexFromName(std::string_view text) {
     if (EqualsNoCase(text, kIndexNames[i])) return i;
   }
   if ((text.size() == 2 || text.size() == 3) && (text[1] == '#' || text[1] == 'b')) {
-    const bool minor = text.size() == 3 && (text[2] == 'm' || text[2] == 'M');
+    // Only a lower-case 'm' makes a minor key ("BbM" is B-flat major); any other third
+    // character ("Bb7") is a chord suffix and the first two name the major key.
+    const bool minor = text.size() == 3 && text[2] == 'm';
     const int first = minor ? 13 : 1;
-    const size_t width = minor ? 3 : 2;
-    if (text.size() != width) return 0;
+    const std::string_view head = text.substr(0, minor ? 3 : 2);
     for (int i = first; i < first + 12; ++i) {
       std::string_view name = kIndexNames[i];
       const size_t slash = name.find('/');
       if (slash == std::string_view::npos) continue;
-      if (EqualsNoCase(text, name.substr(0, slash)) || EqualsNoCase(text, name.substr(slash + 1))) return i;
+      if (EqualsNoCase(head, name.substr(0, slash)) || EqualsNoCase(head, name.substr(slash + 1))) return i;
     }
   }
   return 0;

@@ -40,6 +40,10 @@ int StripeSeconds(long long frames) {
 
 int StripeEntries(long long frames) { return StripeSeconds(frames) * kStripeEntriesPerSecond; }
 
+int SongDurationMs(long long frames) {
+  return frames <= 0 ? 0 : static_cast<int>((frames * 1000 + 22050) / 44100);
+}
+
 void SetStripesFolder(const std::string& folder) { FolderName() = folder; }
 const std::string& StripesFolder() { return FolderName(); }
 

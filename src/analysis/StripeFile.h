@@ -19,6 +19,9 @@ constexpr int kMaxAnalysisSeconds = 1200;  // longer songs are never analysed in
 int StripeSeconds(long long frames);
 // Entries of a song's stripe: 441 per started second.
 int StripeEntries(long long frames);
+// The length the record keeps, rounded to the millisecond: the same figure whichever path
+// (background pass or deck) analysed the song.
+int SongDurationMs(long long frames);
 
 void SetStripesFolder(const std::string& folder);  // ends in '/'
 const std::string& StripesFolder();

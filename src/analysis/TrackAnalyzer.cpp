@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include "analysis/StripeFile.h"
+#include "analysis/TempoGrid.h"
 #include "app/base/Trace.h"
 #include "library/SongDatabase.h"
 
@@ -28,18 +29,12 @@ void CTrackAnalyzer::AnalyseSecond(float* stereo, int frames, float* out441) {
   for (int i = 0; i < kRate; ++i) scaled_[i] = mono_[i] * 32768.0f;
   gain_.Analyze(scaled_.data(), nullptr, frames, 1);
   key_.FeedFloats(mono_.data(), frames, 1);
+  tempo_.Feed(mono_.data(), frames);
   for (int chunk = 0; chunk < kRate; chunk += kFilterChunk) {
     lowPass_.ProcessAnalysis(mono_.data() + chunk, kFilterChunk);
     highPass_.ProcessAnalysis(mono_.data() + chunk, kFilterChunk);
   }
   for (int i = 0; i < kStripeEntriesPerSecond; ++i) out441[i] = mono_[i * kFramesPerStripeEntry];
-}
-
-float CTrackAnalyzer::DetectOnStripe(ZQBeatDetector& detector, std::vector<float>& A,
-                                     std::vector<float>& B, int seconds) {
-  const int n = static_cast<int>(A.size()) - 1;
-  const float bpm = detector.DetectBpm(n, A.data(), B.data(), seconds, 0);
-  return bpm < 0.0f ? 0.0f : bpm;
 }
 
 AnalysisOutcome CTrackAnalyzer::Analyze(const std::string& path, TrackAnalysis& result) {
@@ -60,6 +55,7 @@ AnalysisOutcome CTrackAnalyzer::Analyze(const std::string& path, TrackAnalysis& 
   onsets_.assign(static_cast<size_t>(n) + 1, 0.0f);
   gain_.Init(kRate);
   key_.Start(kRate, static_cast<double>(frames) / kRate);
+  tempo_.Start(seconds);
 
   for (int s = 0; s < seconds; ++s) {
     if (cancel_ && cancel_->load(std::memory_order_relaxed)) {
@@ -75,12 +71,15 @@ AnalysisOutcome CTrackAnalyzer::Analyze(const std::string& path, TrackAnalysis& 
   result.gain = gain_.GetResult();
   chain_.close();
 
-  result.bpm = DetectOnStripe(beats_, stripe_, onsets_, seconds);
+  const TempoResult tempo =
+      DetectTempoAndGrid(beats_, tempo_, stripe_.data(), onsets_.data(), n, seconds, PreferredTempoRange());
+  result.bpm = tempo.bpm;
+  result.bpmConfidence = tempo.confidence;
   result.key = key_.FinishDetection().key;
   result.pitchKey = KeyIndexOf(result.key);
   result.name = BareFileName(path);
   result.entries = n;
-  result.durationMs = static_cast<int>(std::lround(n * 100.0 * 0.022675736961451247));
+  result.durationMs = SongDurationMs(frames);
 
   result.stripeWritten = WriteStripeFile(StripePathFor(path), stripe_.data(), n);
   if (!result.stripeWritten) TraceLine("can not write stripe");
@@ -90,6 +89,7 @@ AnalysisOutcome CTrackAnalyzer::Analyze(const std::string& path, TrackAnalysis& 
   record.name = result.name;
   record.durationMs = result.durationMs;
   record.bpm = result.bpm;
+  record.bpmConfidence = result.bpmConfidence;
   record.gain = static_cast<float>(result.gain);
   record.hasGain = 1;
   record.pitchKey = result.pitchKey;

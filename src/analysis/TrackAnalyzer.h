@@ -15,6 +15,7 @@
 #include "analysis/BeatDetector.h"
 #include "analysis/GainAnalyzer.h"
 #include "analysis/KeyDetector.h"
+#include "analysis/TempoEstimator.h"
 #include "codecs/CodecChain.h"
 #include "effects/CutoffFilter.h"
 
@@ -23,6 +24,7 @@ struct TrackAnalysis {
   int durationMs = 0;
   int entries = 0;
   float bpm = 0.0f;
+  float bpmConfidence = 0.0f;  // 0..1: how clearly the music keeps a beat
   double gain = ZQGainAnalyzer::kNoGain;
   ZQKey key;
   int pitchKey = 0;
@@ -48,10 +50,6 @@ class CTrackAnalyzer {
   // The stripe arrays of the last pass (tests and the accuracy tool look at the marks).
   const std::vector<float>& stripe() const { return stripe_; }
 
-  // Runs the detectors over a stripe already built (n entries of A, seconds long).
-  static float DetectOnStripe(ZQBeatDetector& detector, std::vector<float>& A, std::vector<float>& B,
-                              int seconds);
-
  private:
   void AnalyseSecond(float* stereo, int frames, float* out441);
 
@@ -60,6 +58,7 @@ class CTrackAnalyzer {
   ZQCutoffFilter highPass_;
   ZQGainAnalyzer gain_;
   ZQBeatDetector beats_;
+  ZQTempoEstimator tempo_;
   ZQKeyDetector key_;
   std::vector<float> second_;  // one second of stereo float
   std::vector<float> mono_;

@@ -24,6 +24,7 @@ struct TSongRecord {
   int reserved1 = 0, reserved2 = 0, reserved3 = 0, reserved4 = 0;
   int pitchKey = 0;  // 0 none, 1..12 major A..G#, 13..24 minor
   float bpm = 0.0f;
+  float bpmConfidence = 0.0f;  // 0..1 from the analysis: how clearly the music keeps a beat
   float gain = 0.0f;  // perceptual gain in dB; valid when hasGain
   int hasGain = 0;
   float eqLow = 0.0f, eqMid = 0.0f, eqHigh = 0.0f;

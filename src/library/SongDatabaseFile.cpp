@@ -1,3 +1,4 @@
+#include <algorithm>
 #include "library/SongDatabaseFile.h"
 
 #include <fcntl.h>
@@ -65,6 +66,7 @@ struct SongAttributes {
       std::string bytes;
       if (DecodeHexName(value, bytes)) r.name = bytes, hasName = true;
     } else if (name == "bpm") r.bpm = FloatOr0(value);
+    else if (name == "bpm_confidence") r.bpmConfidence = std::clamp(FloatOr0(value), 0.0f, 1.0f);
     else if (name == "pgain") {
       double v = 0;
       if (ParseDouble(value, v) && std::isfinite(v)) r.gain = static_cast<float>(v), r.hasGain = 1;
@@ -246,6 +248,7 @@ void AppendSongLine(std::string& text, const TSongRecord& r) {
   text += "\" ";
   if (!IsXmlSafeText(r.name)) AppendAttribute(text, "name_raw", EncodeHexName(r.name));
   AppendFloat(text, "bpm", r.bpm);
+  if (r.bpmConfidence > 0.0f) AppendFloat(text, "bpm_confidence", r.bpmConfidence);
   AppendInt(text, "duration_ms", r.durationMs);
   if (r.hasGain) AppendFloat(text, "pgain", r.gain);
   AppendFloat(text, "eql", r.eqLow);

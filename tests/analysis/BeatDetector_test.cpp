@@ -63,7 +63,12 @@ TEST(BeatDetector, HintsSelectTheRangeAndManualHintsAreHeldInside) {
   a = ClickStripe(100.0, 40);
   const float high = Detect(a, 40, -2, detector);
   EXPECT_GE(high, 100.0f) << "100 lies below the range of hint -2";
-  for (int hint : {1, 2, 20, 56, 195, 400, 100000, -7}) {
+  // Fast manual tempi are taken as typed up to 298.
+  for (double fast : {230.0, 298.0}) {
+    a = ClickStripe(fast, 40);
+    EXPECT_NEAR(Detect(a, 40, static_cast<int>(fast), detector), fast, 1.0) << fast;
+  }
+  for (int hint : {1, 2, 20, 56, 195, 299, 400, 100000, -7}) {
     a = ClickStripe(100.0, 40);
     const float bpm = Detect(a, 40, hint, detector);
     EXPECT_TRUE(std::isfinite(bpm)) << hint;

@@ -75,6 +75,11 @@ TEST(KeyNotation, IndexFromName) {
   EXPECT_EQ(KeyIndexFromName("H"), 0);
   EXPECT_EQ(KeyIndexFromName("Cbm"), 0);
   EXPECT_EQ(KeyIndexFromName("A#/Bb/C"), 0);
+  // A third character other than 'm' is a chord suffix on a major key, and only a lower-case
+  // 'm' means minor.
+  EXPECT_EQ(KeyIndexFromName("Bb7"), 2);
+  EXPECT_EQ(KeyIndexFromName("BbM"), 2);
+  EXPECT_EQ(KeyIndexFromName("F#9"), 10);
 }
 
 }  // namespace

@@ -1,0 +1,203 @@
+// Tempo accuracy on the generated evaluation set: ACC1 (within 4 % of the true tempo), ACC2 (of
+// the tempo or its double, half, triple or third) and beat F-measure (marks within 70 ms of a
+// true beat), for lumo and, when installed, bpm-tools, aubio and soundstretch on the same files.
+// Also the CPU time of the whole analysis per minute of audio.
+//
+//   build/bench/analysis_tempo_eval [pieces=150] [seconds=0: 20 s to 6 min by piece] [--others] [folder]
+//
+// One line per piece and a summary; the figures go into docs/performance.md.
+
+#include <sys/stat.h>
+#include <time.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "SyntheticTrack.h"
+#include "analysis/StripeFile.h"
+#include "analysis/StripeMarks.h"
+#include "analysis/TrackAnalyzer.h"
+#include "library/SongDatabase.h"
+
+namespace {
+
+std::string RunForText(const std::string& command) {
+  std::string out;
+  std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+  if (!pipe) return out;
+  char buffer[512];
+  while (std::fgets(buffer, sizeof buffer, pipe.get())) out += buffer;
+  return out;
+}
+
+bool HaveProgram(const char* name) {
+  return std::system((std::string("command -v ") + name + " >/dev/null 2>&1").c_str()) == 0;
+}
+
+double ThreadSeconds() {
+  timespec t{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+  return t.tv_sec + t.tv_nsec * 1e-9;
+}
+
+bool Within(double detected, double truth) { return truth > 0 && std::fabs(detected - truth) <= 0.04 * truth; }
+bool Acc1(double detected, const SyntheticRecipe& r) {
+  return Within(detected, r.bpm) || (r.secondBpm > 0 && Within(detected, r.secondBpm));
+}
+bool Acc2(double detected, const SyntheticRecipe& r) {
+  for (double f : {1.0, 2.0, 0.5, 3.0, 1.0 / 3.0}) {
+    if (Within(detected, r.bpm * f) || (r.secondBpm > 0 && Within(detected, r.secondBpm * f))) return true;
+  }
+  return false;
+}
+
+// One-to-one matching of sorted detections to sorted truth within 70 ms.
+double BeatF(const std::vector<double>& detected, const std::vector<double>& truth) {
+  if (detected.empty() || truth.empty()) return 0.0;
+  size_t i = 0, j = 0, hits = 0;
+  while (i < detected.size() && j < truth.size()) {
+    if (std::fabs(detected[i] - truth[j]) <= 0.07) ++hits, ++i, ++j;
+    else if (detected[i] < truth[j]) ++i;
+    else ++j;
+  }
+  const double p = double(hits) / detected.size(), r = double(hits) / truth.size();
+  return p + r > 0 ? 2 * p * r / (p + r) : 0.0;
+}
+
+std::vector<double> MarkTimes(const std::vector<float>& stripe) {
+  std::vector<double> times;
+  for (size_t i = 0; i < stripe.size(); ++i) {
+    if (IsMarked(stripe[i])) times.push_back(i / 441.0);
+  }
+  return times;
+}
+
+struct Tool {
+  const char* name;
+  bool available;
+  int acc1 = 0, acc2 = 0, withBeats = 0;
+  double beatF = 0.0;
+};
+
+double BpmTools(const std::string& wav) {
+  const std::string out = RunForText("sox \"" + wav + "\" -t raw -r 44100 -e float -c 1 - 2>/dev/null | bpm 2>/dev/null");
+  return out.empty() ? 0.0 : std::atof(out.c_str());
+}
+double Soundstretch(const std::string& wav) {
+  const std::string out = RunForText("soundstretch \"" + wav + "\" -bpm 2>&1");
+  const size_t at = out.find("Detected BPM rate ");
+  return at == std::string::npos ? 0.0 : std::atof(out.c_str() + at + 18);
+}
+// aubio beat prints one beat time per line; its tempo is the median of the beat intervals,
+// which is what `aubio tempo` reports as well.
+double AubioBeats(const std::string& wav, std::vector<double>& beats) {
+  const std::string out = RunForText("aubio beat \"" + wav + "\" 2>/dev/null");
+  beats.clear();
+  for (const char* p = out.c_str(); *p;) {
+    char* end = nullptr;
+    const double t = std::strtod(p, &end);
+    if (end == p) break;
+    beats.push_back(t);
+    p = end;
+    while (*p == '\n' || *p == ' ') ++p;
+  }
+  if (beats.size() < 3) return 0.0;
+  std::vector<double> gaps;
+  for (size_t i = 1; i < beats.size(); ++i) gaps.push_back(beats[i] - beats[i - 1]);
+  std::nth_element(gaps.begin(), gaps.begin() + gaps.size() / 2, gaps.end());
+  return 60.0 / gaps[gaps.size() / 2];
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  int pieces = 150;
+  double seconds = 0.0;
+  bool others = false;
+  std::string folder = "/tmp/lumo-tempo-eval";
+  int positional = 0;
+  for (int i = 1; i < argc; ++i) {
+    if (std::strcmp(argv[i], "--others") == 0) others = true;
+    else if (positional == 0) pieces = std::atoi(argv[i]), ++positional;
+    else if (positional == 1) seconds = std::atof(argv[i]), ++positional;
+    else folder = argv[i];
+  }
+  if (folder.back() != '/') folder += '/';
+  ::mkdir(folder.c_str(), 0755);
+  ::mkdir((folder + "Stripes/").c_str(), 0755);
+  SetStripesFolder(folder + "Stripes/");
+  LoadSongDatabase(folder + "db.knx");
+
+  Tool lumo{"lumo analyse", true};
+  Tool bpmTools{"bpm-tools", others && HaveProgram("bpm") && HaveProgram("sox")};
+  Tool aubio{"aubio beat", others && HaveProgram("aubio")};
+  Tool stretch{"soundstretch", others && HaveProgram("soundstretch")};
+  double cpu = 0.0, audioMinutes = 0.0;
+  CTrackAnalyzer analyzer;
+  const auto set = TempoEvaluationSet(pieces, seconds);
+  std::printf("%-4s %7s %7s %5s %5s %5s %6s %7s %7s %7s\n", "#", "true", "lumo", "conf", "feel", "secs", "beatF",
+              "bpm", "aubio", "sstr");
+  for (size_t i = 0; i < set.size(); ++i) {
+    const SyntheticRecipe& r = set[i];
+    const SyntheticTrack track = MakeSyntheticTrack(r);
+    const std::string wav = folder + "piece" + std::to_string(i) + ".wav";
+    WriteWav(wav, track.stereo);
+    TrackAnalysis result;
+    const double before = ThreadSeconds();
+    analyzer.Analyze(wav, result);
+    cpu += ThreadSeconds() - before;
+    audioMinutes += r.seconds / 60.0;
+    const double f = BeatF(MarkTimes(analyzer.stripe()), track.beatTimes);
+    lumo.acc1 += Acc1(result.bpm, r), lumo.acc2 += Acc2(result.bpm, r), lumo.beatF += f, ++lumo.withBeats;
+    double tools[3] = {0, 0, 0};
+    if (bpmTools.available) {
+      tools[0] = BpmTools(wav);
+      bpmTools.acc1 += Acc1(tools[0], r), bpmTools.acc2 += Acc2(tools[0], r);
+    }
+    if (aubio.available) {
+      std::vector<double> beats;
+      tools[1] = AubioBeats(wav, beats);
+      aubio.acc1 += Acc1(tools[1], r), aubio.acc2 += Acc2(tools[1], r);
+      aubio.beatF += BeatF(beats, track.beatTimes), ++aubio.withBeats;
+    }
+    if (stretch.available) {
+      tools[2] = Soundstretch(wav);
+      stretch.acc1 += Acc1(tools[2], r), stretch.acc2 += Acc2(tools[2], r);
+    }
+    std::printf("%-4zu %7.2f %7.2f %5.2f %5d %5.0f %6.2f %7.2f %7.2f %7.2f%s%s\n", i, r.bpm, result.bpm,
+                result.bpmConfidence, static_cast<int>(r.feel), r.seconds, f, tools[0], tools[1], tools[2],
+                r.secondBpm > 0 ? " step" : "", Acc1(result.bpm, r) ? "" : " <-- miss");
+    std::fflush(stdout);
+    std::remove(wav.c_str());
+  }
+  // Music without a beat must get no tempo.
+  const char* const kBeatless[] = {"silence", "pink noise", "sine", "pad", "random hits"};
+  for (double length : {15.0, 60.0}) {
+    for (int kind = 0; kind < 5; ++kind) {
+      const std::string wav = folder + "beatless.wav";
+      WriteWav(wav, MakeBeatless(kind, length, 7));
+      TrackAnalysis result;
+      analyzer.Analyze(wav, result);
+      std::printf("beatless %-11s %3.0f s: bpm %7.2f conf %.2f\n", kBeatless[kind], length, result.bpm,
+                  result.bpmConfidence);
+      std::remove(wav.c_str());
+    }
+  }
+  const double n = static_cast<double>(set.size());
+  std::printf("\n%-14s %6s %6s %7s\n", "analyser", "ACC1", "ACC2", "beat F");
+  for (const Tool* t : {&lumo, &bpmTools, &aubio, &stretch}) {
+    if (!t->available) continue;
+    char beatF[16] = "-";
+    if (t->withBeats) std::snprintf(beatF, sizeof beatF, "%.3f", t->beatF / t->withBeats);
+    std::printf("%-14s %5.1f%% %5.1f%% %7s\n", t->name, 100.0 * t->acc1 / n, 100.0 * t->acc2 / n, beatF);
+  }
+  std::printf("lumo CPU: %.3f s per minute of audio (whole analysis, %.1f minutes)\n", cpu / audioMinutes,
+              audioMinutes);
+  DropSongDatabase();
+  return 0;
+}

@@ -1,0 +1,87 @@
+#include "analysis/OnsetEnvelope.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr int kHop = 441;
+constexpr int kWindow = 1024;       // samples at 44100 Hz
+constexpr int kSize = kWindow / 2;  // transform points after folding pairs to 22050 Hz
+constexpr int kBins = kSize / 2;
+constexpr double kBinHz = 22050.0 / kSize;
+constexpr double kBandEdgesHz[ZQOnsetEnvelope::kBands + 1] = {30.0, 200.0, 2500.0, 11000.0};
+// log(1 + C|X|): compresses the dynamics so a quiet hat rising counts beside a loud bass.
+constexpr float kCompression = 1000.0f;
+
+}  // namespace
+
+ZQOnsetEnvelope::ZQOnsetEnvelope()
+    : history_(kWindow + 44100),
+      hann_(kSize),
+      spectrum_(kSize),
+      twiddles_(kSize / 2),
+      bitReverse_(kSize),
+      logMagnitude_(kBins),
+      previous_(kBins, 0.0f),
+      bands_(kBands) {
+  for (int i = 0; i < kSize; ++i) hann_[i] = static_cast<float>(0.5 - 0.5 * std::cos(2.0 * M_PI * i / kSize));
+  for (int i = 0; i < kSize / 2; ++i) twiddles_[i] = std::polar(1.0f, static_cast<float>(-2.0 * M_PI * i / kSize));
+  int bits = 0;
+  while ((1 << bits) < kSize) ++bits;
+  for (int i = 0; i < kSize; ++i) {
+    int r = 0;
+    for (int b = 0; b < bits; ++b) r |= ((i >> b) & 1) << (bits - 1 - b);
+    bitReverse_[i] = r;
+  }
+}
+
+void ZQOnsetEnvelope::Start(int seconds) {
+  capacity_ = std::max(seconds, 0) * kFramesPerSecond;
+  for (auto& band : bands_) band.assign(static_cast<size_t>(capacity_), 0.0f);
+  std::fill(previous_.begin(), previous_.end(), 0.0f);
+  historyFill_ = 0;
+  frames_ = 0;
+}
+
+void ZQOnsetEnvelope::Feed(const float* mono, int count) {
+  while (count > 0 && frames_ < capacity_) {
+    const int take = std::min(count, static_cast<int>(history_.size()) - historyFill_);
+    std::copy_n(mono, take, history_.begin() + historyFill_);
+    historyFill_ += take, mono += take, count -= take;
+    int used = 0;
+    while (historyFill_ - used >= kWindow && frames_ < capacity_) {
+      RunFrame(history_.data() + used);
+      used += kHop;
+    }
+    std::copy(history_.begin() + used, history_.begin() + historyFill_, history_.begin());
+    historyFill_ -= used;
+  }
+}
+
+void ZQOnsetEnvelope::RunFrame(const float* window) {
+  // Pairs averaged: a half-rate signal is plenty for onsets and halves the transform.
+  for (int i = 0; i < kSize; ++i) {
+    spectrum_[bitReverse_[i]] = {0.5f * (window[2 * i] + window[2 * i + 1]) * hann_[i], 0.0f};
+  }
+  for (int length = 2; length <= kSize; length *= 2) {
+    const int half = length / 2, stride = kSize / length;
+    for (int start = 0; start < kSize; start += length) {
+      for (int k = 0; k < half; ++k) {
+        const std::complex<float> odd = spectrum_[start + k + half] * twiddles_[k * stride];
+        spectrum_[start + k + half] = spectrum_[start + k] - odd;
+        spectrum_[start + k] += odd;
+      }
+    }
+  }
+  for (int k = 0; k < kBins; ++k) logMagnitude_[k] = std::log1p(kCompression * std::abs(spectrum_[k]) / kSize);
+  for (int b = 0; b < kBands; ++b) {
+    const int first = std::max(1, static_cast<int>(kBandEdgesHz[b] / kBinHz));
+    const int last = std::min(kBins, static_cast<int>(kBandEdgesHz[b + 1] / kBinHz));
+    float flux = 0.0f;
+    for (int k = first; k < last; ++k) flux += std::max(logMagnitude_[k] - previous_[k], 0.0f);
+    bands_[static_cast<size_t>(b)][static_cast<size_t>(frames_)] = flux / static_cast<float>(last - first);
+  }
+  std::swap(logMagnitude_, previous_);
+  ++frames_;
+}
