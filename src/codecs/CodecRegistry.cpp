@@ -1,4 +1,5 @@
 #include "codecs/CodecChain.h"
+#include "codecs/DecoderCda.h"
 #include "codecs/DecoderFFMpeg.h"
 #include "codecs/DecoderWAV.h"
 
@@ -8,6 +9,7 @@ void CreateDecoders(int deckId, std::vector<std::unique_ptr<CBaseCodec>>& codecs
   auto add = [&](std::unique_ptr<CBaseCodec> codec) {
     if (codecs.size() < CCodecChain::kMaxCodecs) codecs.push_back(std::move(codec));
   };
+  add(std::make_unique<CDecoderCda>(deckId));
   add(std::make_unique<CDecoderWAV>(deckId));
   add(std::make_unique<CDecoderFFMpeg>(deckId));
 }
