@@ -104,6 +104,8 @@ bool CddbConnection::Send(const std::string& text) {
 bool CddbConnection::Receive(std::string* reply) {
   char piece[kReceivePiece];
   for (;;) {
+    // Line ends left over from the previous reply (the LF of a CR LF split across pieces).
+    pending_.erase(0, pending_.find_first_not_of("\r\n"));
     if (size_t length = CddbCompleteReplyLength(pending_)) {
       *reply = pending_.substr(0, length);
       pending_.erase(0, length);
