@@ -38,6 +38,10 @@ bool ParseCdToc(const uint8_t* data, size_t size, CdToc* toc, std::string* error
   }
   // The length field counts the bytes after itself; trust it only as far as the reply goes.
   size_t length = std::min(size, (size_t(data[0]) << 8 | data[1]) + 2);
+  if (length < kHeaderBytes) {
+    if (error) *error = "length field too small";
+    return false;
+  }
   toc->firstTrack = data[2];
   toc->lastTrack = data[3];
   size_t descriptors = (length - kHeaderBytes) / kDescriptorBytes;

@@ -138,6 +138,8 @@ TEST(CdTocReply, BrokenRepliesAreRefusedWithAReason) {
   std::vector<uint8_t> b = good;
   b[1] = 12;  // the length field claims only the first descriptor
   refuses(b, "length field shorter than the table");
+  b = good, b[0] = 0, b[1] = 1;
+  refuses(b, "length field below the header");
   b = good, b[3] = 0;
   refuses(b, "last track before the first");
   b = good, b[2] = 0, b[3] = 100;
