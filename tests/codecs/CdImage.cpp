@@ -1,4 +1,4 @@
-#include "CdImage.h"
+#include "codecs/CdImage.h"
 
 #include <cstdio>
 
@@ -6,9 +6,10 @@
 
 int16_t CdImageSample(long long discFrame, int channel) {
   // A multiplicative hash: neighbouring frames and the two channels all differ, so a read that
-  // is off by one frame, one byte or one channel cannot match.
+  // is off by one frame, one byte or one channel cannot match. Never 0, so silence never passes.
   uint32_t x = static_cast<uint32_t>(discFrame * 2 + channel + 1) * 2654435761u;
-  return static_cast<int16_t>(x >> 16);
+  int16_t value = static_cast<int16_t>(x >> 16);
+  return value == 0 ? 1 : value;
 }
 
 std::vector<int16_t> CdImageFrames(long long first, int count) {

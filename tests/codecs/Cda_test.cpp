@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <random>
 
-#include "CdImage.h"
+#include "codecs/CdImage.h"
 #include "codecs/CdDrive.h"
 #include "codecs/CodecChain.h"
 #include "codecs/DecoderCda.h"

@@ -6,7 +6,7 @@
 #include <random>
 #include <sstream>
 
-#include "CdImage.h"
+#include "codecs/CdImage.h"
 #include "codecs/Cddb.h"
 #include "codecs/CdToc.h"
 #include "support/TestFiles.h"

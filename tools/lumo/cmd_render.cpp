@@ -12,12 +12,20 @@
 #include "app/base/NumberText.h"
 #include "audio/OfflineOutput.h"
 #include "audio/SampleConversions.h"
+#include "codecs/CdDrive.h"
 #include "codecs/DecoderWAV.h"
 #include "deck/SoundSource.h"
 
 namespace {
 
 constexpr int kDefaultBlockFrames = 360;
+
+// A CD track ("/dev/sr0/Track01.cda") is no file: it gets the "$" mark that lets a path no file
+// system holds through to the decoders.
+std::string TrackPathForLoad(const std::string& path) {
+  CdTrackPath track;
+  return ParseCdTrackPath(path, &track) && path.back() != '$' ? path + "$" : path;
+}
 
 }  // namespace
 
@@ -34,7 +42,7 @@ int RunRenderCommand(int argc, char** argv) {
   bool asFloat = args.Has("float");
 
   LumoSession session(true);
-  if (!session.LoadAndWait(0, args.positional[0], true)) return 1;
+  if (!session.LoadAndWait(0, TrackPathForLoad(args.positional[0]), true)) return 1;
   CSoundSource& deck = session.deck(0);
 
   CDecoderWAV writer(100);

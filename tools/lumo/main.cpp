@@ -20,6 +20,7 @@ const Command kCommands[] = {
     {"render", "lumo render FILE -o OUT.wav [--seconds S] [--block FRAMES] [--float]", RunRenderCommand},
     {"demo", "lumo demo [--device N|NAME|jack|null] [--seconds S]", RunDemoCommand},
     {"analyse", "lumo analyse [--json] [--jobs N] PATH...", RunAnalyseCommand},
+    {"cd", "lumo cd [DRIVE|IMAGE.cue] [--server HOST[:PORT]] [--timeout S]", RunCdCommand},
 };
 
 void PrintUsage() {
