@@ -14,6 +14,7 @@
 #include "app/base/NumberText.h"
 #include "audio/OfflineOutput.h"
 #include "audio/SampleConversions.h"
+#include "codecs/CdDrive.h"
 #include "codecs/DecoderWAV.h"
 #include "deck/SoundSource.h"
 
@@ -52,6 +53,13 @@ bool JumpTo(CSoundSource& deck, double seconds, bool now) {
   return true;
 }
 
+// A CD track ("/dev/sr0/Track01.cda") is no file: it gets the "$" mark that lets a path no file
+// system holds through to the decoders.
+std::string TrackPathForLoad(const std::string& path) {
+  CdTrackPath track;
+  return ParseCdTrackPath(path, &track) && path.back() != '$' ? path + "$" : path;
+}
+
 }  // namespace
 
 int RunRenderCommand(int argc, char** argv) {
@@ -70,7 +78,7 @@ int RunRenderCommand(int argc, char** argv) {
   bool asFloat = args.Has("float");
 
   LumoSession session(true);
-  if (!session.LoadAndWait(0, args.positional[0], true)) return 1;
+  if (!session.LoadAndWait(0, TrackPathForLoad(args.positional[0]), true)) return 1;
   CSoundSource& deck = session.deck(0);
   if (!WithinTrack(deck, startAt) || !WithinTrack(deck, jump)) return 1;
   if (startAt >= 0 && !JumpTo(deck, startAt, true)) return 1;

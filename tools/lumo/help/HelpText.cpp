@@ -59,6 +59,14 @@ const std::vector<CommandHelp> kCommands = {
      "The rows of every list (or of list NAME) whose title, artist, comment or album holds "
      "TEXT, in any case.",
      {{"--list NAME", "Search only this list."}, {"--json", "Print JSON lines instead."}}},
+    {"cd", "lumo cd [DRIVE|IMAGE.cue] [--server HOST[:PORT]] [--timeout S]",
+     "List optical drives, or the tracks of an audio CD with their titles.",
+     "Without a source: the drives and whether each holds an audio disc. With a drive "
+     "(/dev/sr0) or a disc image (.cue): the disc id and each track's length and path, which "
+     "lumo render and the decks take (/dev/sr0/Track01.cda). Titles are looked up only when a "
+     "CDDB server is named: nothing leaves the machine otherwise.",
+     {{"--server HOST[:PORT]", "The CDDB server to ask for titles (port 8880 by default)."},
+      {"--timeout S", "Give the server S seconds to answer."}}},
     {"demo", "lumo demo [--device DEVICE] [--seconds S]",
      "Play a short generated demo track.",
      "Writes an 8-second generated track and plays it through JACK when a server runs, "

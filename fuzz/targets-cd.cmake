@@ -1,0 +1,2 @@
+lumo_fuzz_target(cd_toc_fuzz cd_toc_fuzz.cpp zl_codecs)
+lumo_fuzz_target(cddb_reply_fuzz cddb_reply_fuzz.cpp zl_codecs)
