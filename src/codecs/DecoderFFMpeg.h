@@ -75,6 +75,7 @@ class CDecoderFFMpeg : public CBaseCodec {
   bool decodeMore();
   void receiveFrames();
   void pushFrame(const AVFrame* frame);
+  void pushSilence(int64_t samples);
   void pushResampled(const uint8_t* const* planes, int samples);
   void appendOutput(const int16_t* stereo, int frames);
   void flushResampler();

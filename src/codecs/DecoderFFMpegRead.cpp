@@ -14,6 +14,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/samplefmt.h>
 #include <libswresample/swresample.h>
 }
 
@@ -26,6 +27,8 @@ constexpr int64_t kForwardDecodeFrames = 44100;  // a jump this far ahead decode
 constexpr int kLateLandingRetries = 4;
 constexpr int64_t kTailSeconds = 3;
 constexpr int kMaxPlanes = 32;
+constexpr int64_t kGapSamples = 32;      // time stamp jitter below this is no hole
+constexpr int64_t kMaxGapSeconds = 30;   // a larger jump is a broken time stamp, not lost audio
 
 }  // namespace
 
@@ -161,6 +164,13 @@ void CDecoderFFMpeg::pushFrame(const AVFrame* frame) {
     }
     inPos_ = index;
     placed_ = true;
+  } else if (damaged_ > 0) {
+    // A damaged packet that decoded to nothing leaves a hole in the time stamps: fill it with
+    // silence, so the music after it stays where it belongs. (Only in a damaged file: some
+    // streams' time stamps wander near their start, where counting samples is the truth.)
+    const int64_t index = frameIndex(frame);
+    const int64_t gap = index == kUnplaced ? 0 : index - inPos_;
+    if (gap >= kGapSamples && gap <= kMaxGapSeconds * codecContext_->sample_rate) pushSilence(gap);
   }
   const int samples = frame->nb_samples;
   const int64_t skip = std::clamp<int64_t>(dropInputBefore_ - inPos_, 0, samples);
@@ -173,6 +183,22 @@ void CDecoderFFMpeg::pushFrame(const AVFrame* frame) {
   const uint8_t* in[kMaxPlanes];
   for (int p = 0; p < planes && p < kMaxPlanes; ++p) in[p] = frame->extended_data[p] + offset;
   pushResampled(in, samples - static_cast<int>(skip));
+}
+
+void CDecoderFFMpeg::pushSilence(int64_t samples) {
+  const int64_t skip = std::clamp<int64_t>(dropInputBefore_ - inPos_, 0, samples);
+  inPos_ += samples;
+  const auto format = static_cast<AVSampleFormat>(inputFormat_);
+  for (int64_t left = samples - skip; left > 0;) {
+    const int n = static_cast<int>(std::min<int64_t>(left, 8192));
+    uint8_t** planes = nullptr;
+    if (av_samples_alloc_array_and_samples(&planes, nullptr, channels_, n, format, 0) < 0) return;
+    av_samples_set_silence(planes, 0, n, channels_, format);
+    pushResampled(planes, n);
+    av_freep(&planes[0]);
+    av_freep(&planes);
+    left -= n;
+  }
 }
 
 void CDecoderFFMpeg::pushResampled(const uint8_t* const* planes, int samples) {

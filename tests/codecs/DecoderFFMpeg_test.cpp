@@ -215,6 +215,34 @@ TEST(FFMpegFormats, BrokenFilesFailWithOneLineAndTruncatedOnesPlayWhatIsThere) {
   EXPECT_TRUE(std::equal(decoded.begin(), decoded.begin() + 2 * (frames - 1200), reference.begin()));
 }
 
+TEST(FFMpegFormats, DamagedFramesAreSkippedWithOneLineAndTheMusicKeepsItsTime) {
+  std::string flac = NeedFile("flac.flac");
+  if (flac.empty()) return;
+  FILE* in = std::fopen(flac.c_str(), "rb");
+  std::string bytes(1 << 22, '\0');
+  bytes.resize(std::fread(bytes.data(), 1, bytes.size(), in));
+  std::fclose(in);
+  std::mt19937 random(9);
+  for (size_t at : {bytes.size() / 3, bytes.size() / 2}) {
+    for (size_t i = at; i < at + 400; ++i) bytes[i] = static_cast<char>(random());
+  }
+  std::string damaged = media::Folder() + "damaged.flac";
+  FILE* out = std::fopen(damaged.c_str(), "wb");
+  std::fwrite(bytes.data(), 1, bytes.size(), out);
+  std::fclose(out);
+
+  TraceLines trace;
+  int frames = 0;
+  std::vector<int16_t> decoded = media::DecodeWhole(damaged, &frames);
+  int lines = 0;
+  for (const std::string& line : trace.lines) lines += line.find("skipping damaged audio") != std::string::npos;
+  EXPECT_EQ(lines, 1) << "one line per file, not per packet";
+  ASSERT_EQ(frames, media::kSourceFrames);
+  // The lost frames became silence: the last second is still the source's last second.
+  const size_t tail = 2 * static_cast<size_t>(media::kSourceFrames - 44100);
+  EXPECT_TRUE(std::equal(decoded.begin() + static_cast<long>(tail), decoded.end(), media::Source().begin() + static_cast<long>(tail)));
+}
+
 TEST(FFMpegFormats, DecoderRefusesWhatIsNotItsOwn) {
   CDecoderFFMpeg decoder(1);
   AudioFormat format = EngineFormat();
