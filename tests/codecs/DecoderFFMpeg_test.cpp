@@ -40,7 +40,7 @@ TEST(FFMpegFormats, LosslessFilesDecodeSampleIdenticalToTheSource) {
       {"source.wav", "wav"},          {"flac.flac", "ffmpeg-audio"},  {"wav24.wav", "ffmpeg-audio"},
       {"wav32.wav", "ffmpeg-audio"},  {"wavfloat.wav", "ffmpeg-audio"}, {"aiff16.aiff", "aiff"},
       {"aiff24.aiff", "ffmpeg-audio"}, {"aiff32.aiff", "ffmpeg-audio"}, {"au16.au", "au"},
-      {"au24.au", "ffmpeg-audio"},    {"au32.au", "ffmpeg-audio"},
+      {"au24.au", "ffmpeg-audio"},    {"au32.au", "ffmpeg-audio"},   {"alac.m4a", "ffmpeg-audio"},
   };
   for (const auto& [name, decoder] : files) {
     std::string path = NeedFile(name);
