@@ -225,7 +225,7 @@ void CDecoderFFMpeg::appendOutput(const int16_t* stereo, int frames) {
 int CDecoderFFMpeg::takeOutput(int16_t* destination, int frames) {
   const size_t held = (fifo_.size() - fifoHead_) / kOutputChannels;
   const size_t n = std::min(held, static_cast<size_t>(frames));
-  std::memcpy(destination, fifo_.data() + fifoHead_, n * kOutputChannels * sizeof(int16_t));
+  if (n > 0) std::memcpy(destination, fifo_.data() + fifoHead_, n * kOutputChannels * sizeof(int16_t));
   fifoHead_ += n * kOutputChannels;
   fifoPos_ += static_cast<int64_t>(n);
   // Keep the FIFO from growing: drop what has been taken once it outweighs what is left.
