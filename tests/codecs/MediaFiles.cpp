@@ -55,6 +55,7 @@ const std::map<std::string, std::pair<std::string, std::string>>& Recipes() {
       {"aiff16.aiff", {"source.wav", "sox {in} -b 16 {out}"}},
       {"aiff24.aiff", {"source.wav", "sox {in} -b 24 {out}"}},
       {"aiff32.aiff", {"source.wav", "sox {in} -b 32 {out}"}},
+      {"aifc16.aiff", {"source.wav", "sox {in} -t aifc {out}"}},
       {"au8.au", {"source.wav", "sox {in} -D -b 8 -e signed-integer {out}"}},
       {"au16.au", {"source.wav", "sox {in} -b 16 -e signed-integer {out}"}},
       {"au24.au", {"source.wav", "sox {in} -b 24 -e signed-integer {out}"}},
