@@ -184,6 +184,8 @@ bool CDecoderFFMpeg::setUpResampler() {
   inStep_ = rate / common;
   outStep_ = kOutputRate / common;
   preroll_ = static_cast<int64_t>(rate * kPrerollSeconds);
+  const AVRational base = formatContext_->streams[audioStream_]->time_base;
+  coarseTimeStamps_ = static_cast<int64_t>(base.num) * rate > base.den;
   return true;
 }
 

@@ -68,6 +68,9 @@ bool CDecoderFFMpeg::seekTo(int64_t outFrame) {
   // Time stamps on a stream's last page can be counted back from its trimmed end (Ogg does):
   // a seek into the last seconds starts before them and decodes on.
   int64_t from = std::min(lead, std::max<int64_t>(0, inputLength_ - kTailSeconds * rate));
+  // Time stamps coarser than a sample (ASF's milliseconds) cannot place a restart exactly: such
+  // streams restart from the beginning and decode on, slower but right.
+  if (coarseTimeStamps_) from = 0;
   for (int attempt = 0;; ++attempt) {
     resetPipeline();
     dropInputBefore_ = lead;

@@ -66,6 +66,7 @@ const std::map<std::string, std::pair<std::string, std::string>>& Recipes() {
       {"ogg.ogg", {"source.wav", "ffmpeg -v error -y -i {in} -c:a libvorbis -q:a 4 {out}"}},
       {"opus.opus", {"source.wav", "ffmpeg -v error -y -i {in} -c:a libopus -b:a 96k {out}"}},
       {"m4a.m4a", {"source.wav", "ffmpeg -v error -y -i {in} -c:a aac -b:a 160k {out}"}},
+      {"wma.wma", {"source.wav", "ffmpeg -v error -y -i {in} -c:a wmav2 -b:a 128k {out}"}},
       {"alac.m4a", {"source.wav", "ffmpeg -v error -y -i {in} -c:a alac {out}"}},
       {"cover.png", {"", "ffmpeg -v error -y -f lavfi -i color=c=red:s=64x64 -frames:v 1 {out}"}},
       {"mp3-cover.mp3",
