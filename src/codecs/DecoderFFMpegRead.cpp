@@ -99,7 +99,9 @@ bool CDecoderFFMpeg::seekDemuxer(int64_t inSample) {
   const int64_t ts = startPts_ + av_rescale_q(std::max<int64_t>(0, inSample),
                                               AVRational{1, codecContext_->sample_rate}, stream->time_base);
   if (av_seek_frame(formatContext_, audioStream_, ts, AVSEEK_FLAG_BACKWARD) >= 0) return true;
-  return avformat_seek_file(formatContext_, audioStream_, INT64_MIN, ts, ts, 0) >= 0;
+  if (avformat_seek_file(formatContext_, audioStream_, INT64_MIN, ts, ts, 0) >= 0) return true;
+  // A demuxer that cannot seek by time can usually still go back to its first byte.
+  return seekedToStart_ && av_seek_frame(formatContext_, -1, 0, AVSEEK_FLAG_BYTE) >= 0;
 }
 
 void CDecoderFFMpeg::resetPipeline() {
