@@ -16,3 +16,23 @@ inline std::string WriteFuzzFile(const uint8_t* data, size_t size, const char* e
   }
   return path;
 }
+
+// The body every file reader's target shares: open must refuse or succeed, never hang, and reads
+// at the start, onwards and at the last frame must stay inside their buffers.
+#include <vector>
+
+#include "codecs/AudioFormat.h"
+
+template <typename Reader>
+int FuzzFileReader(const uint8_t* data, size_t size, const char* extension) {
+  std::string path = WriteFuzzFile(data, size, extension);
+  Reader decoder(0);
+  AudioFormat format;
+  if (!decoder.open(path, &format, 0)) return 0;
+  std::vector<unsigned char> buffer(static_cast<size_t>(decoder.bytesPerFrame) * 1024);
+  decoder.read(buffer.data(), 1024, 0);
+  decoder.read(buffer.data(), 1024, -1);
+  if (format.frames > 0) decoder.read(buffer.data(), 1024, format.frames - 1);
+  decoder.durationSeconds();
+  return 0;
+}

@@ -1,2 +1,5 @@
 lumo_fuzz_target(wav_fuzz wav_fuzz.cpp zl_codecs)
 lumo_fuzz_target(codec_chain_fuzz codec_chain_fuzz.cpp zl_codecs)
+lumo_fuzz_target(ffmpeg_memory_fuzz ffmpeg_memory_fuzz.cpp zl_codecs)
+lumo_fuzz_target(aiff_fuzz aiff_fuzz.cpp zl_codecs)
+lumo_fuzz_target(au_fuzz au_fuzz.cpp zl_codecs)

@@ -184,6 +184,8 @@ bool CDecoderFFMpeg::setUpResampler() {
   inStep_ = rate / common;
   outStep_ = kOutputRate / common;
   preroll_ = static_cast<int64_t>(rate * kPrerollSeconds);
+  const AVRational base = formatContext_->streams[audioStream_]->time_base;
+  coarseTimeStamps_ = static_cast<int64_t>(base.num) * rate > base.den;
   return true;
 }
 
@@ -227,30 +229,39 @@ void CDecoderFFMpeg::measureLength() {
     from = std::max<int64_t>(0, from);
     avcodec_flush_buffers(codecContext_);
     if (seekDemuxer(from)) {
-      bool placed = false;
+      bool placed = false, hurt = false;
       int64_t next = 0;
       auto count = [&] {
+        const int64_t index = frameIndex(frame_);
         if (!placed) {
-          next = frameIndex(frame_);
-          placed = next != kUnplaced;
+          placed = index != kUnplaced;
+          next = index;
           if (!placed) return;
+        } else if (hurt && index != kUnplaced && index > next) {
+          next = index;  // a damaged packet left a hole; read() fills it with silence
         }
         next += frame_->nb_samples;
       };
-      while (av_read_frame(formatContext_, packet_) >= 0) {
-        bool ours = packet_->stream_index == audioStream_;
-        if (ours) avcodec_send_packet(codecContext_, packet_);
-        av_packet_unref(packet_);
-        while (ours && avcodec_receive_frame(codecContext_, frame_) == 0) {
+      auto drain = [&] {
+        int result;
+        while ((result = avcodec_receive_frame(codecContext_, frame_)) == 0) {
           count();
           av_frame_unref(frame_);
         }
+        hurt = hurt || (result != AVERROR(EAGAIN) && result != AVERROR_EOF);
+      };
+      while (av_read_frame(formatContext_, packet_) >= 0) {
+        if (packet_->stream_index == audioStream_) {
+          int sent = avcodec_send_packet(codecContext_, packet_);
+          hurt = hurt || (sent < 0 && sent != AVERROR(EAGAIN));
+          av_packet_unref(packet_);
+          drain();
+        } else {
+          av_packet_unref(packet_);
+        }
       }
       avcodec_send_packet(codecContext_, nullptr);
-      while (avcodec_receive_frame(codecContext_, frame_) == 0) {
-        count();
-        av_frame_unref(frame_);
-      }
+      drain();
       if (placed && next > 0) lastEnd = next;
     }
     if (from == 0) break;

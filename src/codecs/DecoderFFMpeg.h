@@ -75,6 +75,7 @@ class CDecoderFFMpeg : public CBaseCodec {
   bool decodeMore();
   void receiveFrames();
   void pushFrame(const AVFrame* frame);
+  void pushSilence(int64_t samples);
   void pushResampled(const uint8_t* const* planes, int samples);
   void appendOutput(const int16_t* stereo, int frames);
   void flushResampler();
@@ -96,6 +97,7 @@ class CDecoderFFMpeg : public CBaseCodec {
   int64_t outStep_ = 1;     // output frames per grid step
   int64_t preroll_ = 0;     // input samples decoded and dropped before a seek target
   int inputFormat_ = -1;    // the decoder's sample format, as the resampler expects it
+  bool coarseTimeStamps_ = false;  // the stream's time base is coarser than one sample
 
   // Pipeline state. inPos_: track index of the next input sample (once placed_);
   // dropInputBefore_: input samples before this index are discarded; outPos_: output index of

@@ -14,6 +14,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/samplefmt.h>
 #include <libswresample/swresample.h>
 }
 
@@ -26,6 +27,8 @@ constexpr int64_t kForwardDecodeFrames = 44100;  // a jump this far ahead decode
 constexpr int kLateLandingRetries = 4;
 constexpr int64_t kTailSeconds = 3;
 constexpr int kMaxPlanes = 32;
+constexpr int64_t kGapSamples = 32;      // time stamp jitter below this is no hole
+constexpr int64_t kMaxGapSeconds = 30;   // a larger jump is a broken time stamp, not lost audio
 
 }  // namespace
 
@@ -65,6 +68,9 @@ bool CDecoderFFMpeg::seekTo(int64_t outFrame) {
   // Time stamps on a stream's last page can be counted back from its trimmed end (Ogg does):
   // a seek into the last seconds starts before them and decodes on.
   int64_t from = std::min(lead, std::max<int64_t>(0, inputLength_ - kTailSeconds * rate));
+  // Time stamps coarser than a sample (ASF's milliseconds) cannot place a restart exactly: such
+  // streams restart from the beginning and decode on, slower but right.
+  if (coarseTimeStamps_) from = 0;
   for (int attempt = 0;; ++attempt) {
     resetPipeline();
     dropInputBefore_ = lead;
@@ -93,7 +99,9 @@ bool CDecoderFFMpeg::seekDemuxer(int64_t inSample) {
   const int64_t ts = startPts_ + av_rescale_q(std::max<int64_t>(0, inSample),
                                               AVRational{1, codecContext_->sample_rate}, stream->time_base);
   if (av_seek_frame(formatContext_, audioStream_, ts, AVSEEK_FLAG_BACKWARD) >= 0) return true;
-  return avformat_seek_file(formatContext_, audioStream_, INT64_MIN, ts, ts, 0) >= 0;
+  if (avformat_seek_file(formatContext_, audioStream_, INT64_MIN, ts, ts, 0) >= 0) return true;
+  // A demuxer that cannot seek by time can usually still go back to its first byte.
+  return seekedToStart_ && av_seek_frame(formatContext_, -1, 0, AVSEEK_FLAG_BYTE) >= 0;
 }
 
 void CDecoderFFMpeg::resetPipeline() {
@@ -161,6 +169,13 @@ void CDecoderFFMpeg::pushFrame(const AVFrame* frame) {
     }
     inPos_ = index;
     placed_ = true;
+  } else if (damaged_ > 0) {
+    // A damaged packet that decoded to nothing leaves a hole in the time stamps: fill it with
+    // silence, so the music after it stays where it belongs. (Only in a damaged file: some
+    // streams' time stamps wander near their start, where counting samples is the truth.)
+    const int64_t index = frameIndex(frame);
+    const int64_t gap = index == kUnplaced ? 0 : index - inPos_;
+    if (gap >= kGapSamples && gap <= kMaxGapSeconds * codecContext_->sample_rate) pushSilence(gap);
   }
   const int samples = frame->nb_samples;
   const int64_t skip = std::clamp<int64_t>(dropInputBefore_ - inPos_, 0, samples);
@@ -173,6 +188,22 @@ void CDecoderFFMpeg::pushFrame(const AVFrame* frame) {
   const uint8_t* in[kMaxPlanes];
   for (int p = 0; p < planes && p < kMaxPlanes; ++p) in[p] = frame->extended_data[p] + offset;
   pushResampled(in, samples - static_cast<int>(skip));
+}
+
+void CDecoderFFMpeg::pushSilence(int64_t samples) {
+  const int64_t skip = std::clamp<int64_t>(dropInputBefore_ - inPos_, 0, samples);
+  inPos_ += samples;
+  const auto format = static_cast<AVSampleFormat>(inputFormat_);
+  for (int64_t left = samples - skip; left > 0;) {
+    const int n = static_cast<int>(std::min<int64_t>(left, 8192));
+    uint8_t** planes = nullptr;
+    if (av_samples_alloc_array_and_samples(&planes, nullptr, channels_, n, format, 0) < 0) return;
+    av_samples_set_silence(planes, 0, n, channels_, format);
+    pushResampled(planes, n);
+    av_freep(&planes[0]);
+    av_freep(&planes);
+    left -= n;
+  }
 }
 
 void CDecoderFFMpeg::pushResampled(const uint8_t* const* planes, int samples) {
@@ -199,7 +230,7 @@ void CDecoderFFMpeg::appendOutput(const int16_t* stereo, int frames) {
 int CDecoderFFMpeg::takeOutput(int16_t* destination, int frames) {
   const size_t held = (fifo_.size() - fifoHead_) / kOutputChannels;
   const size_t n = std::min(held, static_cast<size_t>(frames));
-  std::memcpy(destination, fifo_.data() + fifoHead_, n * kOutputChannels * sizeof(int16_t));
+  if (n > 0) std::memcpy(destination, fifo_.data() + fifoHead_, n * kOutputChannels * sizeof(int16_t));
   fifoHead_ += n * kOutputChannels;
   fifoPos_ += static_cast<int64_t>(n);
   // Keep the FIFO from growing: drop what has been taken once it outweighs what is left.

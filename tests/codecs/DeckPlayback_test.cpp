@@ -93,6 +93,22 @@ TEST_F(DeckPlayback, StreamedTwentyMinuteMp3WithJumpsMatchesTheWholeDecode) {
   EXPECT_GT(checked, 7 * 30);
 }
 
+TEST_F(DeckPlayback, HeldWholeMp3JumpedRightAfterTheLoadFillsEveryBlockRightly) {
+  // Held whole, the loader fills from the play head outwards: after a jump that is out of order.
+  std::string path = media::Path("mp3.mp3");
+  ASSERT_FALSE(path.empty());
+  int length = 0;
+  std::vector<uint64_t> expected = SequentialBlockHashes(path, &length);
+  Load(path);
+  ASSERT_FALSE(deck->memory.streaming());
+  ASSERT_TRUE(deck->seek(static_cast<int>(4.5 * 44100)));
+  for (int pass = 0; pass < 3; ++pass) deck->loaderPass();
+  ASSERT_EQ(deck->memory.presentCount(), static_cast<int>(expected.size()));
+  for (int b = 0; b < deck->memory.blockCount(); ++b) {
+    EXPECT_EQ(Hash(deck->memory.Block(b)->samples, kTrackBlockFrames), expected[static_cast<size_t>(b)]) << "block " << b;
+  }
+}
+
 TEST_F(DeckPlayback, Mp3WithoutAHeaderLoadsWithItsRealLengthAndSilenceAfterIt) {
   std::string path = media::Path("mp3-noheader.mp3");
   ASSERT_FALSE(path.empty());

@@ -55,6 +55,7 @@ const std::map<std::string, std::pair<std::string, std::string>>& Recipes() {
       {"aiff16.aiff", {"source.wav", "sox {in} -b 16 {out}"}},
       {"aiff24.aiff", {"source.wav", "sox {in} -b 24 {out}"}},
       {"aiff32.aiff", {"source.wav", "sox {in} -b 32 {out}"}},
+      {"aifc16.aiff", {"source.wav", "sox {in} -t aifc {out}"}},
       {"au8.au", {"source.wav", "sox {in} -D -b 8 -e signed-integer {out}"}},
       {"au16.au", {"source.wav", "sox {in} -b 16 -e signed-integer {out}"}},
       {"au24.au", {"source.wav", "sox {in} -b 24 -e signed-integer {out}"}},
@@ -65,6 +66,8 @@ const std::map<std::string, std::pair<std::string, std::string>>& Recipes() {
       {"ogg.ogg", {"source.wav", "ffmpeg -v error -y -i {in} -c:a libvorbis -q:a 4 {out}"}},
       {"opus.opus", {"source.wav", "ffmpeg -v error -y -i {in} -c:a libopus -b:a 96k {out}"}},
       {"m4a.m4a", {"source.wav", "ffmpeg -v error -y -i {in} -c:a aac -b:a 160k {out}"}},
+      {"wma.wma", {"source.wav", "ffmpeg -v error -y -i {in} -c:a wmav2 -b:a 128k {out}"}},
+      {"alac.m4a", {"source.wav", "ffmpeg -v error -y -i {in} -c:a alac {out}"}},
       {"cover.png", {"", "ffmpeg -v error -y -f lavfi -i color=c=red:s=64x64 -frames:v 1 {out}"}},
       {"mp3-cover.mp3",
        {"mp3.mp3", "ffmpeg -v error -y -i {in} -i {dir}cover.png -map 0 -map 1 -c copy -id3v2_version 3 "
