@@ -21,24 +21,26 @@ int CDecoderCda::open(std::string path, AudioFormat* format, int write) {
 
   drive = OpenCdSource(where.source);
   if (!drive) {
-    TraceLine("can not open CD-ROM %s", where.source.c_str());
+    TraceLine("can not open CD-ROM");
     return 0;
   }
   doorLocked_ = LockCdDoor(drive, true);
-  if (!doorLocked_) TraceLine("can not lock CD in %s; playing anyway", where.source.c_str());
+  // Some drives (and all images) have no door to lock; the track plays all the same.
+  if (!doorLocked_) TraceLine("can not lock CD");
   CdToc toc;
   std::string why;
   if (!ReadCdToc(drive, &toc, &why)) {
     ReleaseDrive();
-    TraceLine("can not get CD tracks (TOC) of %s: %s", where.source.c_str(), why.c_str());
+    TraceLine("can not get CD tracks (TOC)");
+    TraceLine("%s: %s", where.source.c_str(), why.c_str());
     return 0;
   }
   for (int i = 0; i < toc.TrackCount(); ++i) tracks.emplace_back(toc.StartSector(i), toc.SectorCount(i));
   if (index >= static_cast<int>(tracks.size()) || !toc.audioTrack[index]) {
     bool exists = index < static_cast<int>(tracks.size());
     ReleaseDrive();
-    TraceLine(exists ? "CD track %d of %s is not audio" : "CD track %d does not exist on %s", where.trackNumber,
-              where.source.c_str());
+    if (exists) TraceLine("CD track %d of %s is not audio", where.trackNumber, where.source.c_str());
+    else TraceLine("CD track does not exist");
     return 0;
   }
 
@@ -78,7 +80,7 @@ void CDecoderCda::ReadGroup() {
                                                 : ReadPlain(wanted));
   if (!ok) {
     ++readErrors_;
-    TraceLine("KNP-ERROR: can not read from the CD track (sectors %d to %d)", nextSector, nextSector + wanted - 1);
+    TraceLine("KNP-ERROR: can not read from the CD track");
   }
   nextSector += kGroupSectors;
   groupFill_ = kGroupBytes;

@@ -87,6 +87,10 @@ TEST(CddbLookup, NoMatchRefusalsSilenceAndHangUpsEndTheLookupWithTheirReason) {
 TEST(CddbLookup, WithoutAServerNothingIsSentAndAWorkerDeliversTheResult) {
   CddbDiscInfo info;
   for (const char* server : {"", "127.0.0.1:99999", ":8880"}) EXPECT_EQ(CddbLookup(server, kQuery, 2, &info), 0);
+  std::string closedPort = FakeCddbServer(std::vector<Step>{}).address();  // nobody listens there now
+  TraceCapture trace;
+  EXPECT_EQ(CddbLookup(closedPort, kQuery, 2, &info), 0);
+  EXPECT_TRUE(trace.Saw("cddb error: connect failed"));
   FakeCddbServer server(Conversation("\n", {"200 rock 0200b201 Some Band / Some Album\n"}, {Entry("\n")}));
   CCddbLookupWorker worker(server.address(), kQuery, 2, 15000);
   ASSERT_TRUE(WaitFor([&] { return worker.Done(); }));
