@@ -6,6 +6,7 @@
 #include <cdio/mmc_ll_cmds.h>
 
 #include <cstdio>
+#include <map>
 #include <mutex>
 
 #include "app/base/Trace.h"
@@ -94,7 +95,17 @@ void CloseCdSource(CdIo_t* cdio) {
 
 bool LockCdDoor(CdIo_t* cdio, bool locked) {
   if (cdio_get_driver_id(cdio) != DRIVER_LINUX) return true;
-  return mmc_prevent_allow_medium_removal(cdio, false, locked, kMmcTimeoutMs) == DRIVER_OP_SUCCESS;
+  // A deck and its analysis may have the same disc open: the door opens with the last of them.
+  static std::mutex mutex;
+  static std::map<std::string, int> holders;
+  std::lock_guard<std::mutex> hold(mutex);
+  const char* device = cdio_get_arg(cdio, "source");
+  int& count = holders[device ? device : ""];
+  bool ok = true;
+  if ((locked && count == 0) || (!locked && count == 1))
+    ok = mmc_prevent_allow_medium_removal(cdio, false, locked, kMmcTimeoutMs) == DRIVER_OP_SUCCESS;
+  if (ok) count += locked ? 1 : -1;
+  return ok;
 }
 
 bool ReadCdToc(CdIo_t* cdio, CdToc* toc, std::string* error) {

@@ -27,7 +27,8 @@ std::string CdTrackPathFor(const std::string& source, int trackNumber);
 // errors first). Null when the source cannot be opened. Close with CloseCdSource.
 CdIo_t* OpenCdSource(const std::string& source);
 void CloseCdSource(CdIo_t* cdio);
-// Keeps the disc in a drive while a track plays. Images have no door; a drive that refuses is
+// Keeps the disc in a drive while a track plays; every lock is paired with an unlock, and the
+// door opens again when the last holder lets go. Images have no door; a drive that refuses is
 // reported and played anyway.
 bool LockCdDoor(CdIo_t* cdio, bool locked);
 
