@@ -42,5 +42,13 @@ struct CdDriveInfo {
   std::string name;        // vendor and model, or the device name
   std::string devicePath;  // "/dev/sr0"
   bool hasAudioDisc = false;
+  // With an audio disc in: what the browser keeps per disc, and what a CDDB lookup needs.
+  std::string discId;
+  std::string queryLine;
+  int trackCount = 0;
+  // The row's text: the name, and " (audio-CD)" when an audio disc is in.
+  std::string DisplayName() const { return hasAudioDisc ? name + " (audio-CD)" : name; }
 };
 std::vector<CdDriveInfo> ListCdDrives();
+// One drive or disc image, as ListCdDrives describes each drive.
+CdDriveInfo DescribeCdSource(const std::string& source);
