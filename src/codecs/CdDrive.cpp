@@ -6,9 +6,10 @@
 #include <cdio/mmc_ll_cmds.h>
 
 #include <cstdio>
+#include <map>
 #include <mutex>
 
-#include "app/base/Trace.h"
+#include "codecs/Cddb.h"
 #include "codecs/PathRules.h"
 
 namespace {
@@ -94,7 +95,17 @@ void CloseCdSource(CdIo_t* cdio) {
 
 bool LockCdDoor(CdIo_t* cdio, bool locked) {
   if (cdio_get_driver_id(cdio) != DRIVER_LINUX) return true;
-  return mmc_prevent_allow_medium_removal(cdio, false, locked, kMmcTimeoutMs) == DRIVER_OP_SUCCESS;
+  // A deck and its analysis may have the same disc open: the door opens with the last of them.
+  static std::mutex mutex;
+  static std::map<std::string, int> holders;
+  std::lock_guard<std::mutex> hold(mutex);
+  const char* device = cdio_get_arg(cdio, "source");
+  int& count = holders[device ? device : ""];
+  bool ok = true;
+  if ((locked && count == 0) || (!locked && count == 1))
+    ok = mmc_prevent_allow_medium_removal(cdio, false, locked, kMmcTimeoutMs) == DRIVER_OP_SUCCESS;
+  if (ok) count += locked ? 1 : -1;
+  return ok;
 }
 
 bool ReadCdToc(CdIo_t* cdio, CdToc* toc, std::string* error) {
@@ -103,26 +114,31 @@ bool ReadCdToc(CdIo_t* cdio, CdToc* toc, std::string* error) {
   return ReadDriverToc(cdio, toc, error);
 }
 
+CdDriveInfo DescribeCdSource(const std::string& source) {
+  CdDriveInfo info;
+  info.devicePath = source;
+  info.name = source.substr(source.rfind('/') + 1);
+  CdIo_t* cdio = OpenCdSource(source);
+  if (!cdio) return info;
+  cdio_hwinfo_t hw;
+  if (cdio_get_driver_id(cdio) == DRIVER_LINUX && cdio_get_hwinfo(cdio, &hw) && hw.psz_vendor[0])
+    info.name = std::string(hw.psz_vendor) + " " + hw.psz_model;
+  CdToc toc;
+  if (ReadCdToc(cdio, &toc, nullptr)) {
+    for (bool audio : toc.audioTrack) info.hasAudioDisc = info.hasAudioDisc || audio;
+    info.discId = CddbDiscIdText(CddbDiscId(toc));
+    info.queryLine = CddbQueryLine(toc);
+    info.trackCount = toc.TrackCount();
+  }
+  CloseCdSource(cdio);
+  return info;
+}
+
 std::vector<CdDriveInfo> ListCdDrives() {
   std::vector<CdDriveInfo> drives;
   QuietCdio();
   char** devices = cdio_get_devices(DRIVER_DEVICE);
-  for (char** device = devices; device && *device; ++device) {
-    CdDriveInfo info;
-    info.devicePath = *device;
-    info.name = info.devicePath.substr(info.devicePath.rfind('/') + 1);
-    if (CdIo_t* cdio = OpenCdSource(info.devicePath)) {
-      cdio_hwinfo_t hw;
-      if (cdio_get_hwinfo(cdio, &hw) && hw.psz_vendor[0])
-        info.name = std::string(hw.psz_vendor) + " " + hw.psz_model;
-      CdToc toc;
-      if (ReadCdToc(cdio, &toc, nullptr)) {
-        for (bool audio : toc.audioTrack) info.hasAudioDisc = info.hasAudioDisc || audio;
-      }
-      CloseCdSource(cdio);
-    }
-    drives.push_back(info);
-  }
+  for (char** device = devices; device && *device; ++device) drives.push_back(DescribeCdSource(*device));
   cdio_free_device_list(devices);
   return drives;
 }

@@ -27,7 +27,8 @@ std::string CdTrackPathFor(const std::string& source, int trackNumber);
 // errors first). Null when the source cannot be opened. Close with CloseCdSource.
 CdIo_t* OpenCdSource(const std::string& source);
 void CloseCdSource(CdIo_t* cdio);
-// Keeps the disc in a drive while a track plays. Images have no door; a drive that refuses is
+// Keeps the disc in a drive while a track plays; every lock is paired with an unlock, and the
+// door opens again when the last holder lets go. Images have no door; a drive that refuses is
 // reported and played anyway.
 bool LockCdDoor(CdIo_t* cdio, bool locked);
 
@@ -41,5 +42,13 @@ struct CdDriveInfo {
   std::string name;        // vendor and model, or the device name
   std::string devicePath;  // "/dev/sr0"
   bool hasAudioDisc = false;
+  // With an audio disc in: what the browser keeps per disc, and what a CDDB lookup needs.
+  std::string discId;
+  std::string queryLine;
+  int trackCount = 0;
+  // The row's text: the name, and " (audio-CD)" when an audio disc is in.
+  std::string DisplayName() const { return hasAudioDisc ? name + " (audio-CD)" : name; }
 };
 std::vector<CdDriveInfo> ListCdDrives();
+// One drive or disc image, as ListCdDrives describes each drive.
+CdDriveInfo DescribeCdSource(const std::string& source);

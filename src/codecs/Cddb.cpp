@@ -90,15 +90,11 @@ std::string CddbQueryLine(const CdToc& toc) {
 }
 
 int BuildCddbQuery(const std::string& drive, std::string* discId, std::string* queryLine, int* trackCount) {
-  CdIo_t* cdio = OpenCdSource(drive);
-  if (!cdio) return 0;
-  CdToc toc;
-  bool ok = ReadCdToc(cdio, &toc, nullptr);
-  CloseCdSource(cdio);
-  if (!ok) return 0;
-  if (discId) *discId = CddbDiscIdText(CddbDiscId(toc));
-  if (queryLine) *queryLine = CddbQueryLine(toc);
-  if (trackCount) *trackCount = toc.TrackCount();
+  CdDriveInfo info = DescribeCdSource(drive);
+  if (info.trackCount == 0) return 0;
+  if (discId) *discId = info.discId;
+  if (queryLine) *queryLine = info.queryLine;
+  if (trackCount) *trackCount = info.trackCount;
   return 1;
 }
 

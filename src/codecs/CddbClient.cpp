@@ -63,13 +63,14 @@ bool CddbConnection::Connect(const std::string& host, int port) {
   hints.ai_socktype = SOCK_STREAM;
   addrinfo* found = nullptr;
   if (::getaddrinfo(host.c_str(), std::to_string(port).c_str(), &hints, &found) != 0 || !found) {
-    TraceLine("cddb error: server %s not found", host.c_str());
+    TraceLine("cddb error: freedb ip not found");
     return false;
   }
-  bool connected = false;
+  bool connected = false, created = false;
   for (addrinfo* a = found; a && !connected; a = a->ai_next) {
     fd_ = ::socket(a->ai_family, a->ai_socktype | SOCK_NONBLOCK | SOCK_CLOEXEC, a->ai_protocol);
     if (fd_ < 0) continue;
+    created = true;
     int result = ::connect(fd_, a->ai_addr, a->ai_addrlen);
     if (result < 0 && errno == EINPROGRESS && Wait(POLLOUT)) {
       int error = 0;
@@ -84,7 +85,8 @@ bool CddbConnection::Connect(const std::string& host, int port) {
     }
   }
   ::freeaddrinfo(found);
-  if (!connected) TraceLine("cddb error: connect to %s:%d failed", host.c_str(), port);
+  if (!created) TraceLine("cddb error: socket was not created ok");
+  else if (!connected) TraceLine("cddb error: connect failed");
   return connected;
 }
 

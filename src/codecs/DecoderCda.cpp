@@ -21,27 +21,30 @@ int CDecoderCda::open(std::string path, AudioFormat* format, int write) {
 
   drive = OpenCdSource(where.source);
   if (!drive) {
-    TraceLine("can not open CD-ROM %s", where.source.c_str());
+    TraceLine("can not open CD-ROM");
     return 0;
   }
   doorLocked_ = LockCdDoor(drive, true);
-  if (!doorLocked_) TraceLine("can not lock CD in %s; playing anyway", where.source.c_str());
+  // Some drives (and all images) have no door to lock; the track plays all the same.
+  if (!doorLocked_) TraceLine("can not lock CD");
   CdToc toc;
   std::string why;
   if (!ReadCdToc(drive, &toc, &why)) {
     ReleaseDrive();
-    TraceLine("can not get CD tracks (TOC) of %s: %s", where.source.c_str(), why.c_str());
+    TraceLine("can not get CD tracks (TOC)");
+    TraceLine("%s: %s", where.source.c_str(), why.c_str());
     return 0;
   }
   for (int i = 0; i < toc.TrackCount(); ++i) tracks.emplace_back(toc.StartSector(i), toc.SectorCount(i));
   if (index >= static_cast<int>(tracks.size()) || !toc.audioTrack[index]) {
     bool exists = index < static_cast<int>(tracks.size());
     ReleaseDrive();
-    TraceLine(exists ? "CD track %d of %s is not audio" : "CD track %d does not exist on %s", where.trackNumber,
-              where.source.c_str());
+    if (exists) TraceLine("CD track %d of %s is not audio", where.trackNumber, where.source.c_str());
+    else TraceLine("CD track does not exist");
     return 0;
   }
 
+  paranoia_.Open(drive);
   trackIndex = index;
   discEndSector_ = toc.LeadOut().Offset() - kCdPregapSectors;
   *format = AudioFormat{44100, 2, 16, 16, 0, tracks[index].second * kCdFramesPerSector};
@@ -70,23 +73,29 @@ void CDecoderCda::Reposition(int position) {
 
 void CDecoderCda::ReadGroup() {
   std::memset(group_.get(), 0, kGroupBytes);
-  // The last group of the disc is cut at the lead-out: asking for sectors past it would fail
-  // and silence the end of the last track.
+  // The last group of the disc is cut at the lead-out: drives refuse a request that runs past
+  // it, which would silence the end of the last track.
   int wanted = std::clamp(discEndSector_ - nextSector, 0, kGroupSectors);
-  if (wanted > 0 && cdio_read_audio_sectors(drive, group_.get(), nextSector, wanted) != DRIVER_OP_SUCCESS) {
-    // One bad sector should not silence its 19 neighbours: go again sector by sector.
-    std::memset(group_.get(), 0, kGroupBytes);
-    for (int i = 0; i < wanted; ++i) {
-      unsigned char* sector = group_.get() + i * kCdSectorBytes;
-      if (cdio_read_audio_sectors(drive, sector, nextSector + i, 1) != DRIVER_OP_SUCCESS)
-        std::memset(sector, 0, kCdSectorBytes);
-    }
+  bool ok = wanted == 0 || (paranoia_.IsOpen() ? paranoia_.ReadSectors(group_.get(), nextSector, wanted) == 0
+                                                : ReadPlain(wanted));
+  if (!ok) {
     ++readErrors_;
-    TraceLine("KNP-ERROR: can not read from the CD track (sectors %d to %d)", nextSector, nextSector + wanted - 1);
+    TraceLine("KNP-ERROR: can not read from the CD track");
   }
   nextSector += kGroupSectors;
   groupFill_ = kGroupBytes;
   groupPos_ = 0;
+}
+
+bool CDecoderCda::ReadPlain(int sectors) {
+  if (cdio_read_audio_sectors(drive, group_.get(), nextSector, sectors) == DRIVER_OP_SUCCESS) return true;
+  // One bad sector should not silence its neighbours: go again sector by sector.
+  for (int i = 0; i < sectors; ++i) {
+    unsigned char* sector = group_.get() + i * kCdSectorBytes;
+    if (cdio_read_audio_sectors(drive, sector, nextSector + i, 1) != DRIVER_OP_SUCCESS)
+      std::memset(sector, 0, kCdSectorBytes);
+  }
+  return false;
 }
 
 int CDecoderCda::read(void* destination, int frames, int position) {
@@ -122,6 +131,7 @@ long long CDecoderCda::TrackBytes(int index) const {
 }
 
 void CDecoderCda::ReleaseDrive() {
+  paranoia_.Close();
   if (drive && doorLocked_) LockCdDoor(drive, false);
   CloseCdSource(drive);
   drive = nullptr;

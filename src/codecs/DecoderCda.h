@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "codecs/BaseCodec.h"
+#include "codecs/CdParanoia.h"
 #include "codecs/CdToc.h"
 
 typedef struct _CdIo CdIo_t;
@@ -44,6 +45,7 @@ class CDecoderCda : public CBaseCodec {
  private:
   void Reposition(int position);
   void ReadGroup();
+  bool ReadPlain(int sectors);
   void ReleaseDrive();
 
   int nextFrame = 0;   // the frame that the next byte of the group buffer stands for
@@ -51,6 +53,7 @@ class CDecoderCda : public CBaseCodec {
   int trackIndex = -1;
   std::vector<std::pair<int, int>> tracks;  // first sector, sector count
   CdIo_t* drive = nullptr;
+  CCdParanoiaReader paranoia_;  // open only where paranoia is wanted (see g_cdParanoiaMode)
   bool doorLocked_ = false;
   int discEndSector_ = 0;  // the lead-out: nothing is read at or past it
   std::unique_ptr<unsigned char[]> group_;

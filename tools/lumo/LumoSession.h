@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "JsonText.h"
+
 class CSoundSource;
 
 // Brings the engine objects up (folders, decks, channels, mixer) and down again.
@@ -45,5 +47,3 @@ void ShowProgress(double seconds, double total, const std::string& label);
 void EndProgress();
 std::string FormatClock(double seconds);
 
-// A JSON string literal of `text`; bytes that are not UTF-8 become U+FFFD.
-std::string JsonString(const std::string& text);
