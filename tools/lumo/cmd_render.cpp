@@ -9,6 +9,7 @@
 
 #include "Commands.h"
 #include "LumoSession.h"
+#include "RenderMixOptions.h"
 #include "app/base/NumberText.h"
 #include "audio/OfflineOutput.h"
 #include "audio/SampleConversions.h"
@@ -25,10 +26,13 @@ int RunRenderCommand(int argc, char** argv) {
   ParsedArgs args = ParseArgs(argc, argv, {"float"});
   double seconds = 0;
   long long block = kDefaultBlockFrames;
+  RenderMixOptions mixOptions;
   auto output = args.Get("o") ? args.Get("o") : args.Get("output");
   if (args.positional.size() != 1 || !output || !ParseSeconds(args.Get("seconds"), seconds) ||
-      (args.Has("block") && (!ParseInt(*args.Get("block"), block) || block < 1 || block > 4410))) {
-    std::fprintf(stderr, "usage: lumo render FILE -o OUT.wav [--seconds S] [--block 1..4410] [--float]\n");
+      (args.Has("block") && (!ParseInt(*args.Get("block"), block) || block < 1 || block > 4410)) ||
+      !ParseRenderMixOptions(args, mixOptions)) {
+    std::fprintf(stderr, "usage: lumo render FILE -o OUT.wav [--seconds S] [--block 1..4410] [--float]%s\n",
+                 RenderMixUsage());
     return 2;
   }
   bool asFloat = args.Has("float");
@@ -36,6 +40,7 @@ int RunRenderCommand(int argc, char** argv) {
   LumoSession session(true);
   if (!session.LoadAndWait(0, args.positional[0], true)) return 1;
   CSoundSource& deck = session.deck(0);
+  if (!ApplyRenderMixOptions(mixOptions)) return 1;
 
   CDecoderWAV writer(100);
   AudioFormat format{44100, 2, asFloat ? 32 : 16, asFloat ? 32 : 16, 0, 0};

@@ -17,7 +17,9 @@ struct Command {
 const Command kCommands[] = {
     {"devices", "lumo devices", RunDevicesCommand},
     {"play", "lumo play FILE [--device N|NAME|jack|null] [--seconds S]", RunPlayCommand},
-    {"render", "lumo render FILE -o OUT.wav [--seconds S] [--block FRAMES] [--float]", RunRenderCommand},
+    {"render", "lumo render FILE -o OUT.wav [--seconds S] [--block FRAMES] [--float]\n"
+               "         [--volume 0..127] [--crossfader 0..127] [--eq LOW,MID,HIGH] [--kill low|mid|high]\n"
+               "         [--filter -99..99] [--fx NAME[:wet[:p1[:p2]]]] [--chain FILE.knf]", RunRenderCommand},
     {"demo", "lumo demo [--device N|NAME|jack|null] [--seconds S]", RunDemoCommand},
     {"analyse", "lumo analyse [--json] [--jobs N] PATH...", RunAnalyseCommand},
 };
