@@ -129,10 +129,9 @@ void ZQCutoffFilter::ProcessStereo(float* block, int frames) noexcept {
     if (glideMode_ == 0) continue;
     const int n = std::min(kGlideChunk, frames - done);
     float* chunk = block + 2 * done;
-    biquads[0].Process(chunk, n, 0, 2);
-    biquads[1].Process(chunk, n, 0, 2);
-    biquads[2].Process(chunk, n, 1, 2);
-    biquads[3].Process(chunk, n, 1, 2);
+    // Biquads 1 and 2 in series on the left, 3 and 4 on the right.
+    ZQBiquad::ProcessStereo(biquads[0], biquads[2], chunk, n);
+    ZQBiquad::ProcessStereo(biquads[1], biquads[3], chunk, n);
   }
 }
 
