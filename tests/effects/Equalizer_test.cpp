@@ -143,6 +143,39 @@ TEST(CutoffKnob, FollowsTwoCookbookSectionsInSeries) {
   EXPECT_EQ(CutoffKnobLabel(-10), "7.8 KHz");
 }
 
+// Each Cookbook type measured where its shape is known without its formula: a wrong sign or a
+// swapped coefficient moves at least one of these points.
+TEST(Biquad, EveryTypeHasItsShape) {
+  struct Point {
+    int type;
+    double hz, expectDb, tolerance;
+  };
+  constexpr double kBelow = -1;  // as tolerance: the level is at most expectDb
+  // Designed at 2 kHz, +6 dB, q 0.70710677 (2 kHz is 23.2 bins of 86.13 Hz: nothing special).
+  const Point points[] = {
+      {ZQBiquad::kLowPass, 2000, -3.01, 0.05},   {ZQBiquad::kLowPass, 40, 0, 0.01},
+      {ZQBiquad::kHighPass, 2000, -3.01, 0.05},  {ZQBiquad::kHighPass, 20000, 0, 0.05},
+      {ZQBiquad::kBandPassSkirt, 2000, -3.01, 0.05}, {ZQBiquad::kBandPassPeak, 2000, 0, 0.05},
+      {ZQBiquad::kBandPassPeak, 40, -25, kBelow}, {ZQBiquad::kNotch, 2000, -60, kBelow},
+      {ZQBiquad::kNotch, 200, 0, 0.1},           {ZQBiquad::kAllPass, 600, 0, 0.01},
+      {ZQBiquad::kAllPass, 9000, 0, 0.01},       {ZQBiquad::kPeaking, 2000, 6, 0.05},
+      {ZQBiquad::kPeaking, 40, 0, 0.05},         {ZQBiquad::kLowShelf, 40, 6, 0.05},
+      {ZQBiquad::kLowShelf, 20000, 0, 0.1},      {ZQBiquad::kLowShelf, 2000, 3, 0.1},
+      {ZQBiquad::kHighShelf, 20000, 6, 0.1},     {ZQBiquad::kHighShelf, 40, 0, 0.05},
+      {ZQBiquad::kHighShelf, 2000, 3, 0.1},
+  };
+  for (const Point& p : points) {
+    ZQBiquad biquad;
+    biquad.Design(2000.0f, 6.0f, 0.70710677f, p.type);
+    double gain = MeasuredGain(p.hz, [&](float* b, int f) { biquad.Process(b, f, 0, 2); });
+    if (p.tolerance == kBelow) {
+      EXPECT_LT(Db(gain), p.expectDb) << "type " << p.type << " at " << p.hz << " Hz";
+    } else {
+      EXPECT_NEAR(Db(gain), p.expectDb, p.tolerance) << "type " << p.type << " at " << p.hz << " Hz";
+    }
+  }
+}
+
 TEST(EqualizerFFT, FlatIsADelayedCopyWhateverTheBlockSize) {
   // One work block plus half a transform behind, sample for sample.
   constexpr int kLatency = CEffectEqualizerFFT::kTransform + CEffectEqualizerFFT::kHop;
