@@ -54,6 +54,18 @@ TEST(MixerChannel, KillsAndTheKnobShapeWhatTheDeckPlays) {
   EXPECT_NEAR(Db(ChannelRms(channel, 50, 50) / open), 0.0, 0.01) << "off again";
 }
 
+TEST(MixerChannel, ChannelsJoinTheEffectRegistryForTheirLifetime) {
+  int before = EffectChannelCount();
+  {
+    CZQMixerChannel deck(nullptr, 1, false), master(nullptr, 6, true);
+    ASSERT_EQ(EffectChannelCount(), before + 2);
+    EXPECT_EQ(EffectChannel(before + 1), &master);
+    EXPECT_EQ(master.Place(kEqualizerPlace), nullptr) << "the master carries no built-ins";
+    EXPECT_NE(deck.Place(kEqualizerPlace), nullptr);
+  }
+  EXPECT_EQ(EffectChannelCount(), before);
+}
+
 // Joins the audio thread even when an assertion returns early.
 struct AudioThread {
   std::atomic<bool> stop{false};
