@@ -89,8 +89,12 @@ void CZQMixer::SetCrossfaderSide(int left, int slot) {
   if (slot < 0 || slot >= kMaxSources) return;
   int side = left ? 0 : 1;
   slots_[slot].side.store(side, std::memory_order_relaxed);
-  SetCrossfaderGain(slot, CrossfaderSideGain(crossfaderPosition_, crossfaderSteps_, crossfaderCurve_,
-                                             crossfaderBase_, side));
+  // Until the crossfader has been set every side plays at full level, so wiring the sides at
+  // start-up silences nothing; after that a new side takes its gain at once.
+  if (crossfaderApplied_) {
+    SetCrossfaderGain(slot, CrossfaderSideGain(crossfaderPosition_, crossfaderSteps_, crossfaderCurve_,
+                                               crossfaderBase_, side));
+  }
 }
 
 void CZQMixer::SetCueGains(float cueGain, float masterInCueGain) {

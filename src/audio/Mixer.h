@@ -149,6 +149,7 @@ class CZQMixer {
   int volumeSteps_ = 128;
   int crossfaderSteps_ = 128;
   int crossfaderPosition_ = 0;
+  bool crossfaderApplied_ = false;
   int crossfaderCurve_ = 0;
   float crossfaderBase_;
   int cueMixPosition_ = 0;

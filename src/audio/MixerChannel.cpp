@@ -1,24 +1,46 @@
 #include "audio/MixerChannel.h"
 
+#include <algorithm>
 #include <cmath>
+#include <vector>
 #include <cstring>
 
 #include "effects/Effect.h"
 #include "effects/EqualizerIIR.h"
 
+namespace {
+
+std::vector<CZQMixerChannel*> g_effectChannels;
+
+}  // namespace
+
+int EffectChannelCount() { return static_cast<int>(g_effectChannels.size()); }
+
+CZQMixerChannel* EffectChannel(int index) {
+  return index >= 0 && index < EffectChannelCount() ? g_effectChannels[static_cast<size_t>(index)] : nullptr;
+}
+
 CZQMixerChannel::CZQMixerChannel(CAudioSignalSource* source, int ownerPanel, bool noBuiltInEffects)
     : current_(source), ownerPanel_(ownerPanel), noBuiltInEffects_(noBuiltInEffects) {
   cutoff_.SetCutoff(-1.0f, 1);
-  if (noBuiltInEffects_) return;
-  for (int place = 0; place < kEffectPlaces; ++place) {
-    places_[place] = CreateBuiltInEffect(place);
-    // Everything but the equaliser starts dry, so it is silent and stopped until asked for.
-    if (places_[place] && place != kEqualizerPlace) places_[place]->SetDryWet(0.0f);
+  if (!noBuiltInEffects_) {
+    for (int place = 0; place < kEffectPlaces; ++place) {
+      places_[place] = CreateBuiltInEffect(place);
+      // Everything but the equaliser starts dry, so it is silent and stopped until asked for.
+      if (places_[place] && place != kEqualizerPlace) places_[place]->SetDryWet(0.0f);
+    }
+    if (CEffect* eq = Place(kEqualizerPlace)) eq->Start();
   }
-  if (CEffect* eq = Place(kEqualizerPlace)) eq->Start();
+  Register();
 }
 
-CZQMixerChannel::~CZQMixerChannel() = default;
+CZQMixerChannel::~CZQMixerChannel() { Unregister(); }
+
+void CZQMixerChannel::Register() { g_effectChannels.push_back(this); }
+
+void CZQMixerChannel::Unregister() {
+  g_effectChannels.erase(std::remove(g_effectChannels.begin(), g_effectChannels.end(), this), g_effectChannels.end());
+}
 
 void CZQMixerChannel::SetSource(CAudioSignalSource* source) {
   pending_.store(source, std::memory_order_relaxed);

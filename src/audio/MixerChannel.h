@@ -62,6 +62,8 @@ class CZQMixerChannel : public CAudioSignalSource {
 
  private:
   LUMO_RT void ProcessBlock(float* stereo, int frames, float bpm) noexcept;
+  void Register();
+  void Unregister();
   CEffectEqualizerIIR* Equalizer() const;
   void SendBand(int band);
 
@@ -77,3 +79,8 @@ class CZQMixerChannel : public CAudioSignalSource {
   int ownerPanel_;
   bool noBuiltInEffects_;
 };
+
+// The effect registry: every channel, in the order they were created, from its constructor to its
+// destructor, so start-up and close can load and save each channel's chain. Main thread only.
+int EffectChannelCount();
+CZQMixerChannel* EffectChannel(int index);

@@ -52,6 +52,7 @@ void CZQMixer::SetCueMix(int position) {
 
 // Sources with no side (samplers, the preview) keep whatever crossfader gain they have: 1.
 void CZQMixer::ApplyCrossfaderGains() {
+  crossfaderApplied_ = true;
   for (int slot = 0; slot < kMaxSources; ++slot) {
     int side = slots_[slot].side.load(std::memory_order_relaxed);
     if (side < 0) continue;

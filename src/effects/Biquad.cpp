@@ -87,3 +87,19 @@ void ZQBiquad::Process(float* samples, int count, int offset, int stride) noexce
     *p = y;
   }
 }
+
+void ZQBiquad::ProcessStereo(ZQBiquad& l, ZQBiquad& r, float* block, int frames) noexcept {
+  float lx1 = l.x1, lx2 = l.x2, ly1 = l.y1, ly2 = l.y2;
+  float rx1 = r.x1, rx2 = r.x2, ry1 = r.y1, ry2 = r.y2;
+  for (int i = 0; i < frames; ++i) {
+    const float xl = block[2 * i], xr = block[2 * i + 1];
+    const float yl = (l.b0 * xl + l.b1 * lx1 + l.b2 * lx2 - l.a1 * ly1 - l.a2 * ly2) / l.a0;
+    const float yr = (r.b0 * xr + r.b1 * rx1 + r.b2 * rx2 - r.a1 * ry1 - r.a2 * ry2) / r.a0;
+    lx2 = lx1, lx1 = xl, ly2 = ly1, ly1 = yl;
+    rx2 = rx1, rx1 = xr, ry2 = ry1, ry1 = yr;
+    block[2 * i] = yl;
+    block[2 * i + 1] = yr;
+  }
+  l.x1 = lx1, l.x2 = lx2, l.y1 = ly1, l.y2 = ly2;
+  r.x1 = rx1, r.x2 = rx2, r.y1 = ry1, r.y2 = ry2;
+}

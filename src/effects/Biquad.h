@@ -27,6 +27,9 @@ class ZQBiquad {
   void Design(float frequencyHz, float dB, float quality, int filterType);
   // In place over count samples at samples[offset], samples[offset + stride], ...
   LUMO_RT void Process(float* samples, int count, int offset, int stride) noexcept;
+  // A left and a right section over one interleaved stereo block in a single pass, so the two
+  // recursions overlap; the same arithmetic as Process on each channel.
+  LUMO_RT static void ProcessStereo(ZQBiquad& left, ZQBiquad& right, float* block, int frames) noexcept;
   LUMO_RT void ClearState() noexcept { x1 = x2 = y1 = y2 = 0.0f; }
   // Takes another section's design, keeping this one's signal state.
   LUMO_RT void CopyDesignFrom(const ZQBiquad& other) noexcept {

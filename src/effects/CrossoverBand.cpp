@@ -44,22 +44,44 @@ void ZQCrossoverBand::ClearHistory() noexcept {
   }
 }
 
+namespace {
+
+// Both channels side by side, so their two recursions overlap in the pipeline; the section
+// count is a template argument so the cascade unrolls.
+template <int N>
+void ProcessSections(const CrossoverSection* sections, double (&history)[2][2 * ZQCrossoverBand::kMaxSections],
+                     const float* in, float* out, int sampleCount) noexcept {
+  double g[N], a1[N], a2[N], twoS[N];
+  double w1[2][N], w2[2][N];
+  for (int k = 0; k < N; ++k) {
+    g[k] = sections[k].g, a1[k] = sections[k].a1, a2[k] = sections[k].a2, twoS[k] = 2.0 * sections[k].s;
+    for (int c = 0; c < 2; ++c) w1[c][k] = history[c][2 * k], w2[c][k] = history[c][2 * k + 1];
+  }
+  for (int i = 0; i + 1 < sampleCount; i += 2) {
+    double v[2] = {in[i], in[i + 1]};
+    for (int k = 0; k < N; ++k) {
+      for (int c = 0; c < 2; ++c) {
+        const double w = g[k] * v[c] - a2[k] * w2[c][k] - a1[k] * w1[c][k];
+        v[c] = w + twoS[k] * w1[c][k] + w2[c][k];
+        w2[c][k] = w1[c][k] + kDenormalFloor;
+        w1[c][k] = w + kDenormalFloor;
+      }
+    }
+    out[i] = static_cast<float>(v[0]);
+    out[i + 1] = static_cast<float>(v[1]);
+  }
+  for (int k = 0; k < N; ++k) {
+    for (int c = 0; c < 2; ++c) history[c][2 * k] = w1[c][k], history[c][2 * k + 1] = w2[c][k];
+  }
+}
+
+}  // namespace
+
 void ZQCrossoverBand::Process(const float* in, float* out, int sampleCount) noexcept {
   const CrossoverSections band = CrossoverBandSections(band_);
-  for (int channel = 0; channel < 2; ++channel) {
-    double* h = history_[channel];
-    for (int i = channel; i < sampleCount; i += 2) {
-      double v = in[i];
-      for (int k = 0; k < band.count; ++k) {
-        const CrossoverSection& sec = band.sections[k];
-        double& w1 = h[2 * k];
-        double& w2 = h[2 * k + 1];
-        const double w = sec.g * v - sec.a2 * w2 - sec.a1 * w1;
-        v = w + sec.s * 2.0 * w1 + w2;
-        w2 = w1 + kDenormalFloor;
-        w1 = w + kDenormalFloor;
-      }
-      out[i] = static_cast<float>(v);
-    }
+  if (band.count == 2) {
+    ProcessSections<2>(band.sections, history_, in, out, sampleCount);
+  } else if (band.count == 4) {
+    ProcessSections<4>(band.sections, history_, in, out, sampleCount);
   }
 }

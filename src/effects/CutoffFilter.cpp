@@ -50,9 +50,8 @@ void DesignPolePair(int pole, double fraction, bool highPass, float out[5]) {
 }  // namespace
 
 void ZQCutoffFilter::SetCutoff(float hz, int lowPass) {
-  cutoff = hz;
-  isLowPass = lowPass;
-  dirty.store(1, std::memory_order_release);  // last, so the processing side sees both values
+  setting_.store(Setting{hz, lowPass}, std::memory_order_relaxed);
+  dirty.store(1, std::memory_order_release);
 }
 
 void ZQCutoffFilter::ClearHistory() {
@@ -63,9 +62,9 @@ void ZQCutoffFilter::ClearHistory() {
   for (auto& b : biquads) b.ClearState();
 }
 
-void ZQCutoffFilter::DesignStages() {
-  const double fraction = cutoff * 2.2675737e-5;
-  for (int p = 0; p < kStages; ++p) DesignPolePair(p + 1, fraction, !isLowPass, coefficients[p]);
+void ZQCutoffFilter::DesignStages(Setting setting) {
+  const double fraction = setting.hz * 2.2675737e-5;
+  for (int p = 0; p < kStages; ++p) DesignPolePair(p + 1, fraction, !setting.lowPass, coefficients[p]);
 }
 
 float CutoffKnobHz(int knob, int* lowPass) {
@@ -118,30 +117,29 @@ void ZQCutoffFilter::GlideOneChunk() noexcept {
 }
 
 void ZQCutoffFilter::ProcessStereo(float* block, int frames) noexcept {
-  if (dirty.load(std::memory_order_acquire)) {
-    targetHz_ = cutoff;
-    targetMode_ = cutoff == -1.0f ? 0 : (isLowPass ? 1 : 2);
+  // Cleared before the setting is read, so a change that lands meanwhile waits for the next block.
+  if (dirty.exchange(0, std::memory_order_acq_rel)) {
+    const Setting setting = setting_.load(std::memory_order_relaxed);
+    targetHz_ = setting.hz;
+    targetMode_ = setting.hz == -1.0f ? 0 : (setting.lowPass ? 1 : 2);
     if (targetMode_ != 0) targetHz_ = std::clamp(targetHz_, kKnobLowestHz, kKnobHighestHz);
-    dirty.store(0, std::memory_order_relaxed);
   }
   for (int done = 0; done < frames; done += kGlideChunk) {
     GlideOneChunk();
     if (glideMode_ == 0) continue;
     const int n = std::min(kGlideChunk, frames - done);
     float* chunk = block + 2 * done;
-    biquads[0].Process(chunk, n, 0, 2);
-    biquads[1].Process(chunk, n, 0, 2);
-    biquads[2].Process(chunk, n, 1, 2);
-    biquads[3].Process(chunk, n, 1, 2);
+    // Biquads 1 and 2 in series on the left, 3 and 4 on the right.
+    ZQBiquad::ProcessStereo(biquads[0], biquads[2], chunk, n);
+    ZQBiquad::ProcessStereo(biquads[1], biquads[3], chunk, n);
   }
 }
 
 void ZQCutoffFilter::ProcessAnalysis(float* mono, int count) noexcept {
   count = std::min(count, kMaxAnalysisBlock);
   if (count <= 0) return;
-  if (dirty.load(std::memory_order_acquire)) {
-    DesignStages();
-    dirty.store(0, std::memory_order_relaxed);
+  if (dirty.exchange(0, std::memory_order_acq_rel)) {
+    DesignStages(setting_.load(std::memory_order_relaxed));
   }
   // A constant block (silence above all) passes untouched and leaves the state as it was, so
   // silent stretches cost nothing and do not ring the filter.

@@ -36,16 +36,21 @@ class ZQCutoffFilter {
   // Mono, in place; count at most kMaxAnalysisBlock (longer blocks are cut to it).
   void ProcessAnalysis(float* mono, int count) noexcept;
 
-  float cutoff = 19000.0f;
-  int isLowPass = 1;
+  // The setting the next block works to (hz -1: bypass); one value, so the two never tear.
+  struct Setting {
+    float hz;
+    int lowPass;
+  };
+  Setting CurrentSetting() const { return setting_.load(std::memory_order_relaxed); }
   // Stage coefficients: y = c0 x + c1 x[-1] + c2 x[-2] + c3 y[-1] + c4 y[-2].
   float coefficients[kStages][5] = {};
 
  private:
-  void DesignStages();
+  void DesignStages(Setting setting);
   LUMO_RT void GlideOneChunk() noexcept;
   LUMO_RT void DesignKnob(float hz) noexcept;
 
+  std::atomic<Setting> setting_{Setting{19000.0f, 1}};
   std::atomic<int> dirty{1};
   float inputHistory[kStages][2] = {};   // x[-1], x[-2] of each stage
   float outputHistory[kStages][2] = {};  // y[-1], y[-2]: the end of the previous call's work

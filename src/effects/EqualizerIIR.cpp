@@ -56,8 +56,31 @@ void CEffectEqualizerIIR::ProcessCore(float* block, int frames, float) noexcept 
       band.step = std::pow(target / band.current, 1.0 / kGlideSamples);
     }
   }
-  bool flat = true;
-  for (const Band& band : bands_) flat = flat && band.seenTarget == 2.0 && band.current == 2.0;
+  bool flat = true, settled = true;
+  for (const Band& band : bands_) {
+    flat = flat && band.seenTarget == 2.0 && band.current == 2.0;
+    settled = settled && band.current == band.seenTarget;
+  }
+  if (settled && (flat ? direct_ == 1.0 : direct_ == 0.0)) {
+    MixSettled(block, samples, flat);
+    return;
+  }
+  MixGliding(block, samples, flat);
+}
+
+// Nothing moving: constant band gains, or the untouched input.
+void CEffectEqualizerIIR::MixSettled(float* block, int samples, bool flat) noexcept {
+  if (flat) return;
+  const float* low = bands_[0].buffer.get();
+  const float* mid = bands_[1].buffer.get();
+  const float* high = bands_[2].buffer.get();
+  const float g0 = static_cast<float>(bands_[0].current - 1.0), g1 = static_cast<float>(bands_[1].current - 1.0),
+              g2 = static_cast<float>(bands_[2].current - 1.0);
+  for (int i = 0; i < samples; ++i) block[i] = low[i] * g0 + mid[i] * g1 + high[i] * g2;
+}
+
+// Band gains gliding, or the hand-over between the bands' sum and the untouched input.
+void CEffectEqualizerIIR::MixGliding(float* block, int samples, bool flat) noexcept {
   const double directStep = (flat ? 1.0 : -1.0) / kGlideSamples;
   const float* low = bands_[0].buffer.get();
   const float* mid = bands_[1].buffer.get();
@@ -75,12 +98,8 @@ void CEffectEqualizerIIR::ProcessCore(float* block, int frames, float) noexcept 
       gain[b] = static_cast<float>(band.current - 1.0);
     }
     const float sum = low[i] * gain[0] + mid[i] * gain[1] + high[i] * gain[2];
-    if (direct_ != 0.0 || flat) {
-      direct_ = std::clamp(direct_ + directStep, 0.0, 1.0);
-      const float d = static_cast<float>(direct_);
-      block[i] = block[i] * d + sum * (1.0f - d);
-    } else {
-      block[i] = sum;
-    }
+    direct_ = std::clamp(direct_ + directStep, 0.0, 1.0);
+    const float d = static_cast<float>(direct_);
+    block[i] = block[i] * d + sum * (1.0f - d);
   }
 }

@@ -46,6 +46,9 @@ class CEffectEqualizerIIR : public CBuiltInEffect {
     double current = 2.0;
     double step = 1.0;
   };
+  LUMO_RT void MixSettled(float* block, int samples, bool flat) noexcept;
+  LUMO_RT void MixGliding(float* block, int samples, bool flat) noexcept;
+
   Band bands_[kBands];
   double direct_ = 1.0;  // share of the untouched input, audio thread
 };

@@ -54,18 +54,16 @@ TEST(MixerChannel, KillsAndTheKnobShapeWhatTheDeckPlays) {
   EXPECT_NEAR(Db(ChannelRms(channel, 50, 50) / open), 0.0, 0.01) << "off again";
 }
 
-TEST(MixerChannel, PlacesAreSwitchedByTheirMix) {
-  ConstantSource dc(0.25f, 0.25f);
-  CZQMixerChannel channel(&dc, 1, false);
-  auto effect = std::make_unique<DoublingEffect>();
-  DoublingEffect* raw = effect.get();
-  channel.SetPlace(4, std::move(effect));
-  channel.Place(4)->SetDryWet(0.0f);
-  EXPECT_NEAR(ChannelRms(channel, 20, 5), 0.25, 1e-4) << "dry: the place does nothing";
-  EXPECT_EQ(channel.SetEffectState(4, 1, 1), 1);
-  EXPECT_NEAR(ChannelRms(channel, 20, 5), 0.25 * 2.5, 1e-3);
-  EXPECT_EQ(raw->starts.load(), 1) << "Process started it on the way up";
-  EXPECT_EQ(channel.SetEffectState(12, 1, 1), 0) << "an empty place";
+TEST(MixerChannel, ChannelsJoinTheEffectRegistryForTheirLifetime) {
+  int before = EffectChannelCount();
+  {
+    CZQMixerChannel deck(nullptr, 1, false), master(nullptr, 6, true);
+    ASSERT_EQ(EffectChannelCount(), before + 2);
+    EXPECT_EQ(EffectChannel(before + 1), &master);
+    EXPECT_EQ(master.Place(kEqualizerPlace), nullptr) << "the master carries no built-ins";
+    EXPECT_NE(deck.Place(kEqualizerPlace), nullptr);
+  }
+  EXPECT_EQ(EffectChannelCount(), before);
 }
 
 // Joins the audio thread even when an assertion returns early.

@@ -10,6 +10,7 @@
 
 #include "effects/CrossoverBand.h"
 #include "effects/CutoffFilter.h"
+#include "effects/EqualizerFFT.h"
 #include "effects/EqualizerIIR.h"
 
 namespace {
@@ -140,6 +141,70 @@ TEST(CutoffKnob, FollowsTwoCookbookSectionsInSeries) {
   EXPECT_EQ(CutoffKnobLabel(0), "OFF");
   EXPECT_EQ(CutoffKnobLabel(-40), "381 Hz");
   EXPECT_EQ(CutoffKnobLabel(-10), "7.8 KHz");
+}
+
+// Each Cookbook type measured where its shape is known without its formula: a wrong sign or a
+// swapped coefficient moves at least one of these points.
+TEST(Biquad, EveryTypeHasItsShape) {
+  struct Point {
+    int type;
+    double hz, expectDb, tolerance;
+  };
+  constexpr double kBelow = -1;  // as tolerance: the level is at most expectDb
+  // Designed at 2 kHz, +6 dB, q 0.70710677 (2 kHz is 23.2 bins of 86.13 Hz: nothing special).
+  const Point points[] = {
+      {ZQBiquad::kLowPass, 2000, -3.01, 0.05},   {ZQBiquad::kLowPass, 40, 0, 0.01},
+      {ZQBiquad::kHighPass, 2000, -3.01, 0.05},  {ZQBiquad::kHighPass, 20000, 0, 0.05},
+      {ZQBiquad::kBandPassSkirt, 2000, -3.01, 0.05}, {ZQBiquad::kBandPassPeak, 2000, 0, 0.05},
+      {ZQBiquad::kBandPassPeak, 40, -25, kBelow}, {ZQBiquad::kNotch, 2000, -60, kBelow},
+      {ZQBiquad::kNotch, 200, 0, 0.1},           {ZQBiquad::kAllPass, 600, 0, 0.01},
+      {ZQBiquad::kAllPass, 9000, 0, 0.01},       {ZQBiquad::kPeaking, 2000, 6, 0.05},
+      {ZQBiquad::kPeaking, 40, 0, 0.05},         {ZQBiquad::kLowShelf, 40, 6, 0.05},
+      {ZQBiquad::kLowShelf, 20000, 0, 0.1},      {ZQBiquad::kLowShelf, 2000, 3, 0.1},
+      {ZQBiquad::kHighShelf, 20000, 6, 0.1},     {ZQBiquad::kHighShelf, 40, 0, 0.05},
+      {ZQBiquad::kHighShelf, 2000, 3, 0.1},
+  };
+  for (const Point& p : points) {
+    ZQBiquad biquad;
+    biquad.Design(2000.0f, 6.0f, 0.70710677f, p.type);
+    double gain = MeasuredGain(p.hz, [&](float* b, int f) { biquad.Process(b, f, 0, 2); });
+    if (p.tolerance == kBelow) {
+      EXPECT_LT(Db(gain), p.expectDb) << "type " << p.type << " at " << p.hz << " Hz";
+    } else {
+      EXPECT_NEAR(Db(gain), p.expectDb, p.tolerance) << "type " << p.type << " at " << p.hz << " Hz";
+    }
+  }
+}
+
+TEST(EqualizerFFT, FlatIsADelayedCopyWhateverTheBlockSize) {
+  // One work block plus half a transform behind, sample for sample.
+  constexpr int kLatency = CEffectEqualizerFFT::kTransform + CEffectEqualizerFFT::kHop;
+  for (int blockFrames : {1, 37, 360, 4410}) {
+    CEffectEqualizerFFT eq;
+    std::vector<float> in(2 * 12000), out(2 * 12000);
+    for (size_t i = 0; i < in.size(); ++i) in[i] = 0.3f * std::sin(0.0123f * i) + 0.1f * std::sin(0.77f * i);
+    out = in;
+    for (int f = 0; f < 12000; f += blockFrames) eq.ProcessCore(&out[2 * f], std::min(blockFrames, 12000 - f), 0);
+    for (int f = 0; f < kLatency; ++f) ASSERT_NEAR(out[2 * f], 0.0f, 1e-6) << "block " << blockFrames << " frame " << f;
+    for (int f = kLatency; f < 12000; ++f) {
+      ASSERT_NEAR(out[2 * f + 1], in[2 * (f - kLatency) + 1], 1e-5) << "block " << blockFrames << " frame " << f;
+    }
+  }
+}
+
+TEST(EqualizerFFT, BandsTakeTheirBins) {
+  struct Case {
+    double hz;
+    int band, dB;
+    double expectDb, tolerance;
+  };
+  for (Case c : {Case{50, 1, -12, -12, 0.3}, Case{1000, 2, 6, 6, 0.3}, Case{12000, 3, -6, -6, 0.3},
+                 Case{1000, 2, -400, -80, 40} /* killed: at least 40 dB down */, Case{1000, 1, -400, 0, 0.3}}) {
+    CEffectEqualizerFFT eq;
+    eq.SetParam(c.band, c.dB);
+    double gain = MeasuredGain(c.hz, [&](float* b, int f) { eq.ProcessCore(b, f, 0); });
+    EXPECT_NEAR(Db(gain), c.expectDb, c.tolerance) << c.hz << " Hz, band " << c.band << " at " << c.dB << " dB";
+  }
 }
 
 // The largest change between neighbouring samples of the left channel.

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -33,6 +34,62 @@ TEST(LumoRender, TheMasterBusCarriesTheTrackBitExact) {
   for (size_t i = 0; i < samples.size() - 2; ++i) {
     ASSERT_EQ(rendered[i], samples[i] * 3e-05f) << "sample " << i;
   }
+}
+
+// Amplitude of one frequency in the left channel over the last second of a render.
+double ToneLevel(const std::vector<float>& stereo, double hz) {
+  double re = 0, im = 0;
+  size_t frames = stereo.size() / 2, first = frames - 44100;
+  for (size_t i = first; i < frames; ++i) {
+    double phase = 2 * M_PI * hz * static_cast<double>(i) / 44100.0;
+    re += stereo[2 * i] * std::cos(phase), im += stereo[2 * i] * std::sin(phase);
+  }
+  return 2 * std::hypot(re, im) / 44100.0;
+}
+
+TEST(LumoRender, MixerOptionsShapeWhatIsRendered) {
+  ScopedDataRoot root;
+  std::string in = root.path() + "in.wav", out = root.path() + "out.wav";
+  std::vector<int16_t> samples(2 * 3 * 44100);
+  for (size_t f = 0; f < samples.size() / 2; ++f) {
+    double t = static_cast<double>(f) / 44100.0;
+    samples[2 * f] = samples[2 * f + 1] =
+        static_cast<int16_t>(8000 * (std::sin(2 * M_PI * 50 * t) + std::sin(2 * M_PI * 3000 * t)));
+  }
+  WriteStereo16(in, samples);
+  auto render = [&](const std::string& options) {
+    std::vector<float> rendered;
+    if (RunCommand(std::string(LUMO_TOOL) + " render '" + in + "' -o '" + out + "' --float --seconds 2 " + options +
+                   " > /dev/null 2>&1") != 0) {
+      return rendered;
+    }
+    CDecoderWAV reader(0);
+    AudioFormat format;
+    if (!reader.open(out, &format, 0)) return rendered;
+    rendered.resize(2 * static_cast<size_t>(format.frames));
+    reader.read(rendered.data(), format.frames, 0);
+    return rendered;
+  };
+  const double tone = 8000 * 3e-05;
+  std::vector<float> killed = render("--kill low");
+  ASSERT_FALSE(killed.empty());
+  EXPECT_LT(ToneLevel(killed, 50), tone * 0.01) << "the bass is gone";
+  EXPECT_NEAR(ToneLevel(killed, 3000), tone, tone * 0.03) << "the 3 kHz tone stays";
+  std::vector<float> filtered = render("--filter -40 --volume 64");  // low-pass at 381 Hz
+  ASSERT_FALSE(filtered.empty());
+  double fader = std::pow(10.0, -(std::pow(91.0, 63.0 / 127) - 1) / 20);
+  EXPECT_NEAR(ToneLevel(filtered, 50), tone * fader, tone * fader * 0.03);
+  EXPECT_LT(ToneLevel(filtered, 3000), tone * fader * 0.02);
+
+  for (const char* bad : {"--kill bass", "--eq 1,2", "--filter 100", "--crossfader x"}) {
+    EXPECT_EQ(RunCommand(std::string(LUMO_TOOL) + " render '" + in + "' -o '" + out + "' " + bad + " > /dev/null 2>&1"),
+              2 << 8)
+        << bad;
+  }
+  EXPECT_EQ(RunCommand(std::string(LUMO_TOOL) + " render '" + in + "' -o '" + out + "' --chain '" + root.path() +
+                       "none.knf' > /dev/null 2>&1") >> 8,
+            1)
+      << "a chain file that can not be loaded fails the command";
 }
 
 TEST(LumoRender, RefusesWhatItCannotReadWithAMessage) {

@@ -11,6 +11,7 @@
 
 #include "Commands.h"
 #include "LumoSession.h"
+#include "RenderMixOptions.h"
 #include "app/base/NumberText.h"
 #include "audio/OfflineOutput.h"
 #include "audio/SampleConversions.h"
@@ -66,13 +67,16 @@ int RunRenderCommand(int argc, char** argv) {
   ParsedArgs args = ParseArgs(argc, argv, {"float"});
   double seconds = 0;
   long long block = kDefaultBlockFrames;
+  RenderMixOptions mixOptions;
   auto output = args.Get("o") ? args.Get("o") : args.Get("output");
   double startAt = -1, jump = -1;
   if (args.positional.size() != 1 || !output || !ParseSeconds(args.Get("seconds"), seconds) ||
       !ParsePosition(args, "start", startAt) || !ParsePosition(args, "seek", jump) ||
-      (args.Has("block") && (!ParseInt(*args.Get("block"), block) || block < 1 || block > 4410))) {
+      (args.Has("block") && (!ParseInt(*args.Get("block"), block) || block < 1 || block > 4410)) ||
+      !ParseRenderMixOptions(args, mixOptions)) {
     std::fprintf(stderr,
-                 "usage: lumo render FILE -o OUT.wav [--seconds S] [--block 1..4410] [--float] [--start S] [--seek S]\n");
+                 "usage: lumo render FILE -o OUT.wav [--seconds S] [--block 1..4410] [--float] [--start S] [--seek S]%s\n",
+                 RenderMixUsage());
     return 2;
   }
   bool asFloat = args.Has("float");
@@ -82,6 +86,7 @@ int RunRenderCommand(int argc, char** argv) {
   CSoundSource& deck = session.deck(0);
   if (!WithinTrack(deck, startAt) || !WithinTrack(deck, jump)) return 1;
   if (startAt >= 0 && !JumpTo(deck, startAt, true)) return 1;
+  if (!ApplyRenderMixOptions(mixOptions)) return 1;
 
   CDecoderWAV writer(100);
   AudioFormat format{44100, 2, asFloat ? 32 : 16, asFloat ? 32 : 16, 0, 0};

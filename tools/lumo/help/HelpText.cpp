@@ -23,7 +23,8 @@ const std::vector<CommandHelp> kCommands = {
      "exits when the track ends, printing \"played: deck ended=1 device=NAME frames=N\".",
      {{"--device DEVICE", kDeviceText}, {"--seconds S", "Stop after S seconds."}}},
     {"render",
-     "lumo render FILE -o OUT.wav [--seconds S] [--block FRAMES] [--float] [--start S] [--seek S]",
+     "lumo render FILE -o OUT.wav [--seconds S] [--block FRAMES] [--float] [--start S] [--seek S] "
+     "[MIXER OPTIONS]",
      "Render a file through the engine into a WAV file, faster than real time.",
      "Pulls the real engine through the offline output as fast as the machine allows and "
      "writes what the master bus carried: 16-bit by default.",
@@ -32,7 +33,16 @@ const std::vector<CommandHelp> kCommands = {
       {"--block FRAMES", "Frames per mixed block, 1 to 4410 (default 360)."},
       {"--float", "Write 32-bit float samples instead of 16-bit."},
       {"--start S", "Begin playing S seconds into the track (through the deck's seek)."},
-      {"--seek S", "After the first second, jump to S seconds, as a DJ's jump would."}}},
+      {"--seek S", "After the first second, jump to S seconds, as a DJ's jump would."},
+      {"--volume 0..127", "Deck A's channel fader position (127 is 0 dB)."},
+      {"--crossfader 0..127", "The crossfader position at the default curve; deck A is on the left."},
+      {"--eq LOW,MID,HIGH", "The three equaliser bands in dB, each -100 to 12."},
+      {"--kill low|mid|high", "Kill a band; may be given more than once."},
+      {"--filter -99..99", "The cut-off knob: below 0 low-pass, above 0 high-pass."},
+      {"--fx NAME[:WET[:P1[:P2]]]",
+       "Switch on a channel effect by its action name (fxFlanger, fxEcho...), with its mix 0 to 1 "
+       "and two parameters 0 to 1000. May be given more than once."},
+      {"--chain FILE.knf", "Load a user effect chain file on the channel."}}},
     {"analyse", "lumo analyse [--json] [--jobs N] PATH...",
      "Analyse files and folders: tempo, beat grid, gain and key, into the library.",
      "Takes files and folders (recursively), shows files done and time left, stores each result "
