@@ -6,6 +6,7 @@
 #include "app/DataFolders.h"
 #include "app/Settings.h"
 #include "app/base/Trace.h"
+#include "app/net/HttpSimpleServer.h"
 #include "audio/FaderLaw.h"
 #include "audio/MasterBus.h"
 #include "audio/Mixer.h"
@@ -99,9 +100,18 @@ void EngineStartThreads() {
   // The application threads start last, once everything they reach exists. The tick poster
   // and the deck service join the file worker here.
   if (g_engine.fileWorker) g_engine.fileWorker->Start();
+  if (g_settings.httpsv > 0 && !g_engine.httpServer) {
+    g_engine.httpServer = new CZQHttpSimpleServer(g_settings.httpsv, g_settings.httpad);
+    if (!g_engine.httpServer->Start()) {
+      delete g_engine.httpServer;
+      g_engine.httpServer = nullptr;
+    }
+  }
 }
 
 void EngineStopThreads() {
+  delete g_engine.httpServer;  // stops it
+  g_engine.httpServer = nullptr;
   delete g_engine.fileWorker;  // stops its thread first
   g_engine.fileWorker = nullptr;
 }

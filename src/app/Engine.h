@@ -13,6 +13,7 @@ class CZQMixer;
 class CZQMixerChannel;
 class CDeckAnalysis;
 class CFileWorker;
+class CZQHttpSimpleServer;
 
 constexpr int kDeckCount = 4;
 
@@ -24,6 +25,7 @@ struct EngineObjects {
   CZQMixer* mixer = nullptr;
   CDeckAnalysis* deckAnalysis[kDeckCount] = {};
   CFileWorker* fileWorker = nullptr;
+  CZQHttpSimpleServer* httpServer = nullptr;  // only when the httpsv setting names a port
 };
 extern EngineObjects g_engine;
 

@@ -7,6 +7,7 @@ int RunDevicesCommand(int argc, char** argv);
 int RunPlayCommand(int argc, char** argv);
 int RunRenderCommand(int argc, char** argv);
 int RunDemoCommand(int argc, char** argv);
+int RunServeCommand(int argc, char** argv);
 
 // Plays a file on deck 0 through the chosen device until it ends or `seconds` have passed
 // (0: no limit). Shared by play and demo.

@@ -22,6 +22,7 @@ const Command kCommands[] = {
     {"render", "lumo render FILE -o OUT.wav [--seconds S] [--block FRAMES] [--float]", RunRenderCommand},
     {"demo", "lumo demo [--device N|NAME|jack|null] [--seconds S]", RunDemoCommand},
     {"analyse", "lumo analyse [--json] [--jobs N] PATH...", RunAnalyseCommand},
+    {"serve", "lumo serve [--port N] [--address A] [--seconds S]", RunServeCommand},
 };
 
 void PrintUsage() {
