@@ -3,6 +3,7 @@
 #include "analysis/DeckStripeAnalysis.h"
 #include "analysis/FileWorker.h"
 #include "analysis/StripeFile.h"
+#include "app/CrashReport.h"
 #include "app/DataFolders.h"
 #include "app/Settings.h"
 #include "app/base/Trace.h"
@@ -35,9 +36,12 @@ bool EngineInitFolders(std::string* message) {
   SetFolders(folders);
   bool created = folders.Create();
   SetTraceLogFile(created ? folders.root + "log.txt" : std::string());
+  if (created) InstallCrashHandler(folders.root + kCrashReportFile);
   if (!created && message) *message = kCannotCreateDataFolder;
   return created;
 }
+
+std::string EngineTakeCrashReport() { return TakePendingCrashReport(Folders().root + kCrashReportFile); }
 
 void EngineLoadLibrary() {
   SetStripesFolder(Folders().stripes);

@@ -32,7 +32,10 @@ extern EngineObjects g_engine;
 // Start-up, in the order the window program calls them.
 // Folders: computes and creates the data root and its sub-folders and opens log.txt there.
 // Returns false and fills `message` when the data root cannot be created; the program goes on.
+// Installs the crash handler there as well.
 bool EngineInitFolders(std::string* message);
+// The crash report the last run left, once; empty when there is none (see CrashReport.h).
+std::string EngineTakeCrashReport();
 // Loads the song database (db.knx, or its backup when it is damaged) and sets where stripe
 // files live.
 void EngineLoadLibrary();
