@@ -210,9 +210,14 @@ void OpenAudioOutputs(int channels, int reserved) {
       PlanAudioOutputs(channels, sel.primary, sel.secondary, g_outputOptions.mode.load(),
                        g_systemCount, static_cast<int>(g_devices.size()));
   int openChannels = plan.channels;
+  bool waitForServer = false;
   if (plan.primary >= 0 && !OpenPlannedPrimary(plan, &openChannels)) {
+    // A JACK server started after the program is picked up when it comes: asking for it is
+    // quiet, so the watchdog may keep asking while the null back end runs.
+    waitForServer = plan.pro;
     plan = OpenFallback(channels, plan.primary, &openChannels);
     if (plan.primary < 0) openChannels = 2;
+    waitForServer = waitForServer && plan.primary < 0;
   } else if (plan.primary < 0 && sel.primary >= 0) {
     LogOpenFailure(0, sel.primary, FragmentFrames());  // a saved device that has gone
   }
@@ -234,7 +239,11 @@ void OpenAudioOutputs(int channels, int reserved) {
     if (!g_secondary) SetSecondaryOutputOpen(false);
   }
   g_status.secondaryOpen = g_secondary != nullptr;
-  if (g_openedDevice >= 0) StartWatchdog();
+  if (waitForServer) {
+    g_status.recovering = true;
+    g_fallbackTried = true;
+  }
+  if (g_openedDevice >= 0 || waitForServer) StartWatchdog();
 }
 
 void CloseAudioOutputs(int freeDeviceTable) {
@@ -274,14 +283,15 @@ bool Reopen() {
   const int wanted = g_outputSelection.primary;
   OutputPlan plan = PlanAudioOutputs(g_openChannelsRequest, wanted, -1, g_outputOptions.mode.load(),
                                      g_systemCount, static_cast<int>(g_devices.size()));
+  // A JACK server that is not back yet is asked quietly, not with a full open and its errors
+  // four times a second; the null back end runs on undisturbed meanwhile.
+  OutputDeviceInfo probe;
+  const bool reachable = plan.primary >= 0 && (!plan.pro || ProbeJackServer(&probe));
+  if (!reachable && (g_fallbackTried || plan.primary < 0)) return false;
   g_primary->Close();
   g_primary.reset();
   g_status.nullBackend = false;
   int channels = plan.channels;
-  // A JACK server that is not back yet is asked quietly, not with a full open and its errors
-  // four times a second.
-  OutputDeviceInfo probe;
-  const bool reachable = plan.primary >= 0 && (!plan.pro || ProbeJackServer(&probe));
   bool opened = reachable && OpenPlannedPrimary(plan, &channels);
   if (!opened && !g_fallbackTried && plan.primary >= 0) {
     g_fallbackTried = true;
