@@ -214,20 +214,6 @@ TEST(HttpPost, NeverWritesPastItsBufferAndGivesUpInTime) {
   }
 }
 
-TEST(HttpAddress, SplitsWhatASettingMayHold) {
-  std::string host, path;
-  int port = 0;
-  ASSERT_TRUE(SplitHttpAddress("http://reports.example.org:8080/crash/in.php", &host, &port, &path));
-  EXPECT_EQ(host, "reports.example.org");
-  EXPECT_EQ(port, 8080);
-  EXPECT_EQ(path, "/crash/in.php");
-  ASSERT_TRUE(SplitHttpAddress("http://10.0.0.2", &host, &port, &path));
-  EXPECT_EQ(port, 80);
-  EXPECT_EQ(path, "/");
-  for (const char* bad : {"", "https://x/", "http://:80/", "http://x:99999/", "http://x:8a/", "ftp://x"})
-    EXPECT_FALSE(SplitHttpAddress(bad, &host, &port, &path)) << bad;
-}
-
 // A server that answers without writing to the log, so the load stays about the server.
 class QuietServer : public CZQHttpSimpleServer {
  public:
