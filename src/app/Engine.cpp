@@ -6,9 +6,11 @@
 #include "analysis/FileWorker.h"
 #include "analysis/KeyNotation.h"
 #include "analysis/StripeFile.h"
+#include "app/CrashReport.h"
 #include "app/DataFolders.h"
 #include "app/Settings.h"
 #include "app/base/Trace.h"
+#include "app/net/HttpSimpleServer.h"
 #include "audio/FaderLaw.h"
 #include "audio/MasterBus.h"
 #include "audio/Mixer.h"
@@ -42,9 +44,12 @@ bool EngineInitFolders(std::string* message) {
   SetFolders(folders);
   bool created = folders.Create();
   SetTraceLogFile(created ? folders.root + "log.txt" : std::string());
+  if (created) InstallCrashHandler(folders.root + kCrashReportFile);
   if (!created && message) *message = kCannotCreateDataFolder;
   return created;
 }
+
+std::string EngineTakeCrashReport() { return TakePendingCrashReport(Folders().root + kCrashReportFile); }
 
 void EngineLoadLibrary() {
   SetStripesFolder(Folders().stripes);
@@ -114,9 +119,18 @@ void EngineStartThreads() {
   // and the deck service join the file worker here.
   if (g_engine.fileWorker) g_engine.fileWorker->Start();
   if (!g_engine.deckService) g_engine.deckService = new CDeckService(g_engine.decks, kDeckCount);
+  if (g_settings.httpsv > 0 && !g_engine.httpServer) {
+    g_engine.httpServer = new CZQHttpSimpleServer(g_settings.httpsv, g_settings.httpad);
+    if (!g_engine.httpServer->Start()) {
+      delete g_engine.httpServer;
+      g_engine.httpServer = nullptr;
+    }
+  }
 }
 
 void EngineStopThreads() {
+  delete g_engine.httpServer;  // stops it
+  g_engine.httpServer = nullptr;
   delete g_engine.deckService;  // stops its thread first
   g_engine.deckService = nullptr;
   delete g_engine.fileWorker;  // stops its thread first

@@ -14,6 +14,7 @@ class CZQMixerChannel;
 class CDeckAnalysis;
 class CFileWorker;
 class CDeckService;
+class CZQHttpSimpleServer;
 
 constexpr int kDeckCount = 4;
 
@@ -26,13 +27,17 @@ struct EngineObjects {
   CDeckAnalysis* deckAnalysis[kDeckCount] = {};
   CFileWorker* fileWorker = nullptr;
   CDeckService* deckService = nullptr;
+  CZQHttpSimpleServer* httpServer = nullptr;  // only when the httpsv setting names a port
 };
 extern EngineObjects g_engine;
 
 // Start-up, in the order the window program calls them.
 // Folders: computes and creates the data root and its sub-folders and opens log.txt there.
 // Returns false and fills `message` when the data root cannot be created; the program goes on.
+// Installs the crash handler there as well.
 bool EngineInitFolders(std::string* message);
+// The crash report the last run left, once; empty when there is none (see CrashReport.h).
+std::string EngineTakeCrashReport();
 // Loads the song database (db.knx, or its backup when it is damaged) and sets where stripe
 // files live.
 void EngineLoadLibrary();

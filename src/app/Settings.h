@@ -26,6 +26,7 @@ struct Settings {
       sampp1 = 0, sampit = 8, tctype = 0, dhints = 1;
   std::string crshur;  // where crash reports go (http://host[:port]/path); empty: never sent
   int httpsv = 0;      // port of the remote-control HTTP server; 0: not started
+  int jckprt = 0;      // JACK ports (2 to 12) for the output layout; 0: 4, or 8 with an external mixer
   std::string httpad = "127.0.0.1";  // address it listens on
   std::vector<std::string> midiInputs;  // names of the enabled MIDI inputs, at most 16
 };

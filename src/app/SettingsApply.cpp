@@ -74,6 +74,7 @@ void ApplySettings() {
   selection.primary = PrimaryDeviceIndex(s.audio0);
   selection.secondary = SecondaryDeviceIndex(s.audio1);
   selection.latencyFrames = s.latncy;
+  selection.proPorts = s.jckprt;
   g_outputOptions.mode = s.audmod;
   g_outputOptions.externalMixer = s.extmix;
   g_outputOptions.reverseMasterMonitor = s.revmmo;

@@ -78,6 +78,7 @@ const std::vector<SettingRow>& SettingsTable() {
         Text("crshur", &S::crshur),
         Number("httpsv", &S::httpsv, 0, 65535),
         Text("httpad", &S::httpad),
+        Number("jckprt", &S::jckprt, 0, 12),
     };
     // The renderer choice is written but never read back: every start uses the default.
     for (SettingRow& row : rows)

@@ -33,6 +33,19 @@ timespec MonotonicDeadlineAfter(int ms) {
   return ts;
 }
 
+// Joins a thread once it has posted `done`, waiting at most timeoutMs on the monotonic clock;
+// false when it is still running. (A plain join after the post returns at once; the timed
+// joins of glibc are either on the wall clock or unknown to the thread sanitizer.)
+bool JoinWithin(pthread_t thread, sem_t* done, int timeoutMs) {
+  timespec deadline = MonotonicDeadlineAfter(timeoutMs);
+  int rc;
+  while ((rc = sem_clockwait(done, CLOCK_MONOTONIC, &deadline)) != 0 && errno == EINTR) {
+  }
+  if (rc != 0) return false;
+  pthread_join(thread, nullptr);
+  return true;
+}
+
 void SetNice(int value) {
   // Per-thread nice through the thread id; refused silently without the right to lower it.
   setpriority(PRIO_PROCESS, static_cast<id_t>(syscall(SYS_gettid)), value);
@@ -91,14 +104,19 @@ struct CPeriodicThread::Shared {
   int periodMs;
   std::string name;
   sem_t event{};
+  sem_t done{};  // posted when the loop has ended
   std::atomic<bool> wakePending{false};
   std::atomic<bool> stop{false};
 
   Shared(ThreadFunction f, void* a, int c, int p, const char* n)
       : fn(f), argument(a), priorityClass(c), periodMs(p), name(n) {
     sem_init(&event, 0, 0);
+    sem_init(&done, 0, 0);
   }
-  ~Shared() { sem_destroy(&event); }
+  ~Shared() {
+    sem_destroy(&event);
+    sem_destroy(&done);
+  }
 
   void Loop() {
     pthread_setname_np(pthread_self(), name.substr(0, 15).c_str());
@@ -151,8 +169,7 @@ void CPeriodicThread::Stop(int timeoutMs) {
   if (!started_) return;
   started_ = false;
   sem_post(&shared_->event);
-  timespec deadline = MonotonicDeadlineAfter(timeoutMs);
-  if (pthread_clockjoin_np(thread_, nullptr, CLOCK_MONOTONIC, &deadline) != 0) {
+  if (!JoinWithin(thread_, &shared_->done, timeoutMs)) {
     TraceLine("thread %s did not stop in %d ms", shared_->name.c_str(), timeoutMs);
     pthread_detach(thread_);
   }
@@ -171,12 +188,14 @@ void CPeriodicThread::StepManual(double elapsedMs) {
 void* CPeriodicThread::Entry(void* shared) {
   std::unique_ptr<std::shared_ptr<Shared>> ref(static_cast<std::shared_ptr<Shared>*>(shared));
   (*ref)->Loop();
+  sem_post(&(*ref)->done);
   return nullptr;
 }
 
 COneShotThread::COneShotThread(ThreadFunction fn, void* argument, int priorityClass,
                                const char* name)
     : fn_(fn), argument_(argument), priorityClass_(priorityClass), name_(name) {
+  sem_init(&done_, 0, 0);
   if (ThreadsAreManual()) {
     // Offline runs do the one-shot work in step, right here.
     fn_(argument_);
@@ -189,12 +208,12 @@ COneShotThread::COneShotThread(ThreadFunction fn, void* argument, int priorityCl
 
 COneShotThread::~COneShotThread() {
   if (started_ && !joined_) pthread_join(thread_, nullptr);
+  sem_destroy(&done_);
 }
 
 bool COneShotThread::Wait(int timeoutMs) {
   if (!started_ || joined_) return true;
-  timespec deadline = MonotonicDeadlineAfter(timeoutMs);
-  if (pthread_clockjoin_np(thread_, nullptr, CLOCK_MONOTONIC, &deadline) != 0) return false;
+  if (!JoinWithin(thread_, &done_, timeoutMs)) return false;
   joined_ = true;
   return true;
 }
@@ -205,5 +224,6 @@ void* COneShotThread::Entry(void* self) {
   ApplyThreadPriorityClass(thread->priorityClass_);
   thread->fn_(thread->argument_);
   thread->finished_.store(true, std::memory_order_release);
+  sem_post(&thread->done_);
   return nullptr;
 }

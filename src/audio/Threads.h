@@ -21,6 +21,7 @@
 #include <cstdint>
 #include <memory>
 #include <pthread.h>
+#include <semaphore.h>
 #include <string>
 
 #include "app/base/Realtime.h"
@@ -87,6 +88,7 @@ class COneShotThread {
   bool joined_ = false;
   pthread_t thread_{};
   std::atomic<bool> finished_{false};
+  sem_t done_{};  // posted when the function has returned
 };
 
 // Starts a pthread with the program's stack size and priority class; false on failure.

@@ -50,9 +50,22 @@ class JackServer : public ::testing::Test {
  protected:
   void SetUp() override {
     if (access("/usr/bin/jackd", X_OK) != 0) GTEST_SKIP() << "jackd is not installed";
+    jack_set_error_function([](const char*) {});  // "cannot connect" until the server is up
+    ASSERT_NO_FATAL_FAILURE(StartServer(48000));
+    g_testMix.Reset();
+    g_testMix.frequency = 1000.0;
+  }
+  void TearDown() override {
+    StopServer();
+    unsetenv("JACK_DEFAULT_SERVER");
+  }
+
+  // A private dummy server, and the test's own client on it once it answers.
+  void StartServer(int rate) {
     const std::string name = "lumo-test-" + std::to_string(getpid());
-    const char* argv[] = {"jackd", "-n", name.c_str(), "-d", "dummy", "-r", "48000", "-p", "256",
-                          nullptr};
+    const std::string rateText = std::to_string(rate);
+    const char* argv[] = {"jackd", "-n", name.c_str(), "-d", "dummy", "-r", rateText.c_str(),
+                          "-p", "256", nullptr};
     posix_spawn_file_actions_t quiet;
     posix_spawn_file_actions_init(&quiet);
     posix_spawn_file_actions_addopen(&quiet, 1, "/dev/null", O_WRONLY, 0);
@@ -61,18 +74,16 @@ class JackServer : public ::testing::Test {
                           environ), 0);
     posix_spawn_file_actions_destroy(&quiet);
     setenv("JACK_DEFAULT_SERVER", name.c_str(), 1);
-    jack_set_error_function([](const char*) {});  // "cannot connect" until the server is up
     for (auto until = Clock::now() + std::chrono::seconds(10); !recorder_ && Clock::now() < until;
          std::this_thread::sleep_for(std::chrono::milliseconds(50)))
       recorder_ = jack_client_open("lumo-test-recorder", JackNoStartServer, nullptr);
     ASSERT_NE(recorder_, nullptr) << "jackd did not come up";
-    g_testMix.Reset();
-    g_testMix.frequency = 1000.0;
   }
-  void TearDown() override {
+  void StopServer() {
     if (recorder_) jack_client_close(recorder_);
+    recorder_ = nullptr;
     if (pid_ > 0) kill(pid_, SIGTERM), waitpid(pid_, nullptr, 0);
-    unsetenv("JACK_DEFAULT_SERVER");
+    pid_ = -1;
   }
 
   // Records `samples` of the named output port (bounded wait); returns what arrived.
@@ -158,4 +169,105 @@ TEST_F(JackServer, SystemOutputPlaysTheMixAsResampled16BitSamples) {
   // 0.5 leaves as 16000 (times 32000, not 32767), which RtAudio hands JACK as about 0.488.
   EXPECT_NEAR(*std::max_element(played.begin() + 4800, played.end()), 16000.0f / 32768.0f, 0.003f);
   EXPECT_EQ(g_testMix.callsOffAudioThread.load(), 0);
+}
+
+namespace {
+template <typename Condition>
+bool WaitUntil(Condition done, std::chrono::seconds limit = std::chrono::seconds(10)) {
+  for (auto until = Clock::now() + limit; !done(); std::this_thread::sleep_for(std::chrono::milliseconds(5)))
+    if (Clock::now() > until) return false;
+  return true;
+}
+}  // namespace
+
+TEST_F(JackServer, ARestartedServerGetsTheMixBackAndItsNewRateAndPeriodAreFollowed) {
+  g_outputOptions.mode = 0;
+  g_outputSelection = OutputSelection{};
+  ASSERT_GT(EnumerateOutputDevices(), 0);
+  g_outputSelection.primary = OutputDeviceIndexByName("JACK");
+  OpenAudioOutputs(0, 0);
+  ASSERT_TRUE(CurrentOutputStatus().primaryOpen);
+  ASSERT_TRUE(WaitUntil([] { return PrimaryFramesDelivered() > 4410; }));
+  TakeOutputNotice();
+
+  StopServer();
+  ASSERT_TRUE(WaitUntil([] { return CurrentOutputStatus().recovering; })) << "the loss went unnoticed";
+  EXPECT_EQ(TakeOutputNotice(), "output: JACK stopped; the mix runs silently until it is back");
+  EXPECT_EQ(TakeOutputNotice(), "") << "told once";
+  // The null back end keeps the engine's time meanwhile: a deck goes on playing.
+  const uint64_t atLoss = PrimaryFramesDelivered();
+  EXPECT_TRUE(WaitUntil([&] { return PrimaryFramesDelivered() > atLoss + 4410; }));
+
+  ASSERT_NO_FATAL_FAILURE(StartServer(44100));
+  const auto restarted = Clock::now();
+  ASSERT_TRUE(WaitUntil([] { return CurrentOutputStatus().primaryOpen; }));
+  EXPECT_LT(Clock::now() - restarted, std::chrono::seconds(2)) << "sound must be back within 2 s";
+  const OutputStatus back = CurrentOutputStatus();
+  EXPECT_FALSE(back.nullBackend);
+  EXPECT_EQ(back.deviceRate, 44100) << "the restarted server's rate";
+  EXPECT_EQ(back.recoveries, 1);
+  EXPECT_EQ(TakeOutputNotice(), "output: JACK plays again");
+  jack_port_t* master = jack_port_by_name(recorder_, "zorvik-lumo:master_left");
+  ASSERT_NE(master, nullptr) << "the new client registered its ports";
+  EXPECT_GE(jack_port_connected(master), 1) << "and connected them to the playback ports";
+
+  // Unresampled at 44100 Hz the tone is 44.1 samples a cycle.
+  const std::vector<float> played = Record("zorvik-lumo:master_left", 22050);
+  ASSERT_EQ(played.size(), 22050u);
+  EXPECT_NEAR(MedianPeriod(played), 44.1, 0.5);
+
+  // A loaded server may turn the request down once (a timed-out cycle); it is asked again.
+  ASSERT_TRUE(WaitUntil([&] { return jack_set_buffer_size(recorder_, 512) == 0; }));
+  EXPECT_TRUE(WaitUntil([] { return CurrentOutputStatus().blockFrames == 512; }));
+  const uint64_t beforeResize = PrimaryFramesDelivered();
+  EXPECT_TRUE(WaitUntil([&] { return PrimaryFramesDelivered() > beforeResize + 22050; }))
+      << "the mix goes on at the new period";
+  EXPECT_TRUE(CurrentOutputStatus().primaryOpen);
+  CloseAudioOutputs(1);
+  EXPECT_EQ(g_testMix.callsOffAudioThread.load(), 0);
+}
+
+TEST_F(JackServer, ExternalMixerRegistersAPortPerDeckChannel) {
+  g_outputOptions.mode = 0;
+  g_outputOptions.externalMixer = 1;
+  g_outputSelection = OutputSelection{};
+  ASSERT_GT(EnumerateOutputDevices(), 0);
+  g_outputSelection.primary = OutputDeviceIndexByName("JACK");
+  for (int ports : {0, 12}) {
+    g_outputSelection.proPorts = ports;
+    OpenAudioOutputs(0, 0);
+    const int expected = ports ? ports : 8;
+    EXPECT_EQ(CurrentOutputStatus().channels, expected);
+    EXPECT_NE(jack_port_by_name(recorder_, "zorvik-lumo:deck4_right"), nullptr);
+    EXPECT_EQ(jack_port_by_name(recorder_, "zorvik-lumo:monitor_right") != nullptr, ports == 12);
+    ASSERT_TRUE(WaitUntil([] { return g_testMix.lastChannels.load() > 0; }));
+    EXPECT_EQ(g_testMix.lastChannels.load(), expected) << "the mix fills every port";
+    CloseAudioOutputs(0);
+    g_testMix.lastChannels = 0;
+  }
+  g_outputOptions.externalMixer = 0;
+  g_outputSelection = OutputSelection{};
+  CloseAudioOutputs(1);
+}
+
+TEST_F(JackServer, AServerThatIsNotUpYetIsTakenWhenItComes) {
+  g_outputOptions.mode = 0;
+  g_outputSelection = OutputSelection{};
+  ASSERT_GT(EnumerateOutputDevices(), 0);
+  g_outputSelection.primary = OutputDeviceIndexByName("JACK");
+  StopServer();
+  OpenAudioOutputs(0, 0);
+  OutputStatus status = CurrentOutputStatus();
+  EXPECT_TRUE(status.nullBackend) << "the mix runs on the null back end meanwhile";
+  EXPECT_EQ(status.fallback, "output: no device opened (tried JACK); playing silently");
+  const uint64_t before = PrimaryFramesDelivered();
+  EXPECT_TRUE(WaitUntil([&] { return PrimaryFramesDelivered() > before + 4410; }));
+
+  ASSERT_NO_FATAL_FAILURE(StartServer(48000));
+  ASSERT_TRUE(WaitUntil([] { return CurrentOutputStatus().primaryOpen; }));
+  status = CurrentOutputStatus();
+  EXPECT_EQ(status.primaryName, "JACK");
+  EXPECT_EQ(status.deviceRate, 48000);
+  EXPECT_NE(jack_port_by_name(recorder_, "zorvik-lumo:master_left"), nullptr);
+  CloseAudioOutputs(1);
 }

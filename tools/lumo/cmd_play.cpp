@@ -67,6 +67,7 @@ int PlayFile(const std::string& path, const std::string& device, double seconds)
   for (;;) {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     DrainRealtimeTrace();
+    if (std::string notice = TakeOutputNotice(); !notice.empty()) std::fprintf(stderr, "\nlumo: %s\n", notice.c_str());
     double elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     ShowProgress(deck.Position() / 44100.0, length, status.primaryName);
     if (DeckReachedEnd(deck)) {

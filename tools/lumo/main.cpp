@@ -22,7 +22,7 @@ const Runner kRunners[] = {
     {"devices", RunDevicesCommand}, {"play", RunPlayCommand},       {"render", RunRenderCommand},
     {"analyse", RunAnalyseCommand}, {"demo", RunDemoCommand},       {"probe", RunProbeCommand},
     {"list", RunListCommand},       {"search", RunSearchCommand},
-    {"cd", RunCdCommand},
+    {"cd", RunCdCommand},           {"serve", RunServeCommand},
 };
 
 bool IsHelpWord(const char* word) { return !std::strcmp(word, "--help") || !std::strcmp(word, "-h"); }

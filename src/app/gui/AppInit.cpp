@@ -15,6 +15,7 @@
 #include "app/base/Trace.h"
 #include "app/gui/WindowControls.h"
 #include "app/Engine.h"
+#include "app/CrashReport.h"
 #include "app/Settings.h"
 #include "skin/ControlTable.h"
 #include "skin/SkinLoader.h"
@@ -90,6 +91,12 @@ bool AppInit(ZQMainWindow* main) {
   // the program: it stays up beside the running window and goes with it.
   if (EngineEnumerateDevices() == 0) ShowLanguageNotice(kStrNoOutputDevice, main);
   EngineReadSettings();
+  if (std::string crash = EngineTakeCrashReport(); !crash.empty() && !g_settings.crshur.empty() &&
+      wxMessageBox("Application just crashed :-(\nSend the report?", "Message", wxYES_NO, main) == wxYES)
+    wxMessageBox(SendCrashReport(g_settings.crshur, ComposeCrashReport("", "", crash))
+                     ? "The report was sent ok. Thank you."
+                     : "Error - the report was NOT sent!\nMaybe you don't have an Intenet connection available?\nThank you for trying to help.",
+                 "Message");
 
   // Step 22: the shipped skins first, then the user's.
   SkinTable().clear();

@@ -14,6 +14,7 @@
 
 #include "app/base/Realtime.h"
 #include "app/base/Trace.h"
+#include "audio/OutputOptions.h"
 #include "audio/devices/OutputBackend.h"
 
 namespace {
@@ -36,9 +37,15 @@ void RouteJackMessages() {
   jack_set_info_function(&JackInfo);
 }
 
-std::string PortName(int channel) {
+// In external-mixer layouts of 6 channels and more each pair carries one deck, then the aux
+// and monitor pairs, so the ports are named for what they carry.
+std::string PortName(int channel, int channels) {
   static const char* const kNames[kDefaultPorts] = {"master_left", "master_right",
                                                     "monitor_left", "monitor_right"};
+  static const char* const kExternal[] = {"deck1", "deck2", "deck3", "deck4", "aux", "monitor"};
+  const char* side = channel % 2 ? "_right" : "_left";
+  if (g_outputOptions.externalMixer.load() && channels >= 6 && channel < 12)
+    return std::string(kExternal[channel / 2]) + side;
   if (channel < kDefaultPorts) return kNames[channel];
   return "out_" + std::to_string(channel + 1);
 }
@@ -50,11 +57,18 @@ class CJackOutput final : public COutputBackend {
   bool Open(const OutputBackendConfig& config) override;
   void Close() override;
   int DeviceRate() const override { return rate_; }
-  int DeviceBlockFrames() const override { return period_; }
+  int DeviceBlockFrames() const override { return period_.load(std::memory_order_relaxed); }
+  bool Failed() const noexcept override {
+    return serverGone_.load(std::memory_order_relaxed) || rateChanged_.load(std::memory_order_relaxed);
+  }
 
  private:
   static int Process(jack_nframes_t frames, void* self) noexcept;
   static void Shutdown(void* self);
+  // Buffer size: the process callback takes any period in pieces, so only the figure changes.
+  static int BufferSize(jack_nframes_t frames, void* self) noexcept;
+  // A new rate needs a new resampler, which allocates: the layer reopens the client.
+  static int SampleRate(jack_nframes_t rate, void* self) noexcept;
   void ConnectToPlayback();
 
   jack_client_t* client_ = nullptr;
@@ -64,9 +78,10 @@ class CJackOutput final : public COutputBackend {
   int chunkFrames_ = 0;
   int channels_ = 0;
   int rate_ = 0;
-  int period_ = 0;
+  std::atomic<int> period_{0};
   COutputFeed feed_;
   std::atomic<bool> serverGone_{false};
+  std::atomic<bool> rateChanged_{false};
 };
 
 bool CJackOutput::Open(const OutputBackendConfig& config) {
@@ -80,24 +95,29 @@ bool CJackOutput::Open(const OutputBackendConfig& config) {
   }
   channels_ = std::max(config.channels, 1);
   rate_ = static_cast<int>(jack_get_sample_rate(client_));
-  period_ = static_cast<int>(jack_get_buffer_size(client_));
+  const int period = static_cast<int>(jack_get_buffer_size(client_));
+  period_ = period;
+  rateChanged_ = false;
   for (int c = 0; c < channels_; ++c) {
-    jack_port_t* port = jack_port_register(client_, PortName(c).c_str(), JACK_DEFAULT_AUDIO_TYPE,
+    const std::string name = PortName(c, channels_);
+    jack_port_t* port = jack_port_register(client_, name.c_str(), JACK_DEFAULT_AUDIO_TYPE,
                                            JackPortIsOutput | JackPortIsTerminal, 0);
     if (!port) {
-      TraceLine("jack: cannot register port %s", PortName(c).c_str());
+      TraceLine("jack: cannot register port %s", name.c_str());
       Close();
       return false;
     }
     ports_.push_back(port);
   }
   portBuffers_.assign(static_cast<size_t>(channels_), nullptr);
-  chunkFrames_ = std::max(period_, kMinChunkFrames);
+  chunkFrames_ = std::max(period, kMinChunkFrames);
   interleaved_ = std::make_unique<float[]>(static_cast<size_t>(chunkFrames_) * channels_);
   OutputBackendConfig feedConfig = config;
   feedConfig.channels = channels_;
-  if (!feed_.Open(feedConfig, rate_, period_) ||
-      jack_set_process_callback(client_, &CJackOutput::Process, this) != 0) {
+  if (!feed_.Open(feedConfig, rate_, period) ||
+      jack_set_process_callback(client_, &CJackOutput::Process, this) != 0 ||
+      jack_set_buffer_size_callback(client_, &CJackOutput::BufferSize, this) != 0 ||
+      jack_set_sample_rate_callback(client_, &CJackOutput::SampleRate, this) != 0) {
     Close();
     return false;
   }
@@ -107,7 +127,7 @@ bool CJackOutput::Open(const OutputBackendConfig& config) {
     Close();
     return false;
   }
-  TraceLine("jack: %d ports at %d Hz, %d frames per period%s", channels_, rate_, period_,
+  TraceLine("jack: %d ports at %d Hz, %d frames per period%s", channels_, rate_, period,
             feed_.resampling() ? ", resampled from 44100 Hz" : "");
   ConnectToPlayback();
   return true;
@@ -150,6 +170,22 @@ int CJackOutput::Process(jack_nframes_t frames, void* self) noexcept {
       for (int i = 0; i < n; ++i) port[i] = mix[i * channels + c];
     }
     done += n;
+  }
+  return 0;
+}
+
+int CJackOutput::BufferSize(jack_nframes_t frames, void* self) noexcept {
+  auto* out = static_cast<CJackOutput*>(self);
+  if (out->period_.exchange(static_cast<int>(frames)) != static_cast<int>(frames))
+    TraceLineRT("jack: the server changed its buffer size");
+  return 0;
+}
+
+int CJackOutput::SampleRate(jack_nframes_t rate, void* self) noexcept {
+  auto* out = static_cast<CJackOutput*>(self);
+  if (static_cast<int>(rate) != out->rate_ && out->rate_ != 0) {
+    out->rateChanged_.store(true);
+    TraceLineRT("jack: the server changed its sample rate; the output reopens");
   }
   return 0;
 }

@@ -36,6 +36,9 @@ class COutputBackend {
   virtual void Close() = 0;
   virtual int DeviceRate() const = 0;
   virtual int DeviceBlockFrames() const = 0;
+  // True once the device can no longer play (its server went away, its rate changed under
+  // it): the layer's watchdog then reopens it. Any thread.
+  virtual bool Failed() const noexcept { return false; }
 };
 
 std::unique_ptr<COutputBackend> CreateSystemOutput();

@@ -4,7 +4,10 @@
 #include <cstdlib>
 #include <unistd.h>
 #include <atomic>
+#include <chrono>
 #include <memory>
+#include <mutex>
+#include <utility>
 #include <vector>
 
 #include "app/base/Trace.h"
@@ -13,6 +16,7 @@
 #include "audio/MixCallback.h"
 #include "audio/MonitorRelay.h"
 #include "audio/OutputOptions.h"
+#include "audio/Threads.h"
 #include "audio/devices/OutputBackend.h"
 #include "audio/devices/OutputPlan.h"
 
@@ -29,6 +33,20 @@ std::unique_ptr<COutputBackend> g_primary;
 std::unique_ptr<COutputBackend> g_secondary;
 std::atomic<uint64_t> g_primaryFrames{0};
 OutputStatus g_status;
+
+// The watchdog's state. g_layerLock serialises the watchdog against open and close; the
+// watchdog thread itself is started and stopped without holding it.
+std::recursive_mutex g_layerLock;
+std::unique_ptr<CPeriodicThread> g_watchdog;
+constexpr int kWatchdogPeriodMs = 250;
+constexpr auto kStallLimit = std::chrono::milliseconds(1000);
+constexpr auto kStartGrace = std::chrono::milliseconds(3000);  // a device's first block may be slow
+int g_openChannelsRequest = 0;  // OpenAudioOutputs' `channels`, for reopening
+int g_openedDevice = -1;        // the device playing now; -1: the null back end
+uint64_t g_lastFrames = 0;
+std::chrono::steady_clock::time_point g_lastProgress;
+bool g_fallbackTried = false;
+std::string g_notice;
 
 int FragmentFrames() {
   return std::clamp(g_outputSelection.latencyFrames / kOutputFragments, 1, kMaxBlockFrames);
@@ -129,12 +147,21 @@ int OutputDeviceIndexByName(const std::string& name) {
 namespace {
 
 // Opens the plan's primary; the channel count it opened with goes to `openChannels`.
+// JACK registers the ports the layout needs: the four of the master and monitor pairs, or in
+// external-mixer mode one pair per deck (8), unless the settings ask for another layout.
+int ProPorts(int planned) {
+  if (g_openChannelsRequest != 0) return planned;
+  if (g_outputSelection.proPorts > 0) return std::clamp(g_outputSelection.proPorts, 2, 12);
+  return g_outputOptions.externalMixer.load() ? 8 : planned;
+}
+
 bool OpenPlannedPrimary(const OutputPlan& plan, int* openChannels) {
-  *openChannels = plan.channels;
-  if (!plan.pro) *openChannels = FitChannelsToDevice(plan.primary, plan.channels);
+  *openChannels = plan.pro ? ProPorts(plan.channels) : FitChannelsToDevice(plan.primary, plan.channels);
   g_primary = OpenDevice(0, plan.primary, *openChannels, &MixAudioBlock);
-  if (g_primary) g_status.primaryName = g_devices[static_cast<size_t>(plan.primary)].name;
-  return g_primary != nullptr;
+  if (!g_primary) return false;
+  g_status.primaryName = g_devices[static_cast<size_t>(plan.primary)].name;
+  g_openedDevice = plan.primary;
+  return true;
 }
 
 // The chosen device did not open: the others in the desktop's order, without a second card.
@@ -161,10 +188,20 @@ OutputPlan OpenFallback(int channels, int failed, int* openChannels) {
 
 }  // namespace
 
+namespace {
+void CloseLocked(int freeDeviceTable);
+void StopWatchdog();
+void StartWatchdog();
+}  // namespace
+
 void OpenAudioOutputs(int channels, int reserved) {
-  CloseAudioOutputs(0);
+  StopWatchdog();
+  std::lock_guard lock(g_layerLock);
+  CloseLocked(0);
   if (!g_enumerated) EnumerateOutputDevices();
   g_reserved = reserved;
+  g_openChannelsRequest = channels;
+  g_openedDevice = -1;
   g_primaryFrames.store(0);
   g_status = OutputStatus{};
 
@@ -173,9 +210,14 @@ void OpenAudioOutputs(int channels, int reserved) {
       PlanAudioOutputs(channels, sel.primary, sel.secondary, g_outputOptions.mode.load(),
                        g_systemCount, static_cast<int>(g_devices.size()));
   int openChannels = plan.channels;
+  bool waitForServer = false;
   if (plan.primary >= 0 && !OpenPlannedPrimary(plan, &openChannels)) {
+    // A JACK server started after the program is picked up when it comes: asking for it is
+    // quiet, so the watchdog may keep asking while the null back end runs.
+    waitForServer = plan.pro;
     plan = OpenFallback(channels, plan.primary, &openChannels);
     if (plan.primary < 0) openChannels = 2;
+    waitForServer = waitForServer && plan.primary < 0;
   } else if (plan.primary < 0 && sel.primary >= 0) {
     LogOpenFailure(0, sel.primary, FragmentFrames());  // a saved device that has gone
   }
@@ -197,9 +239,22 @@ void OpenAudioOutputs(int channels, int reserved) {
     if (!g_secondary) SetSecondaryOutputOpen(false);
   }
   g_status.secondaryOpen = g_secondary != nullptr;
+  if (waitForServer) {
+    g_status.recovering = true;
+    g_fallbackTried = true;
+  }
+  if (g_openedDevice >= 0 || waitForServer) StartWatchdog();
 }
 
 void CloseAudioOutputs(int freeDeviceTable) {
+  StopWatchdog();
+  std::lock_guard lock(g_layerLock);
+  CloseLocked(freeDeviceTable);
+}
+
+namespace {
+
+void CloseLocked(int freeDeviceTable) {
   if (g_secondary) {
     SetSecondaryOutputOpen(false);
     g_secondary->Close();
@@ -217,6 +272,104 @@ void CloseAudioOutputs(int freeDeviceTable) {
   }
 }
 
-OutputStatus CurrentOutputStatus() { return g_status; }
+void Notify(const std::string& text) {
+  TraceLine("%s", text.c_str());
+  g_notice = text;  // the newest replaces one not yet shown: the user needs the state, not the history
+}
+
+// Opens the device that stopped again, else (once per loss) the fallback order. The null
+// back end is closed first, so two threads never mix at once; it returns when nothing opens.
+bool Reopen() {
+  const int wanted = g_outputSelection.primary;
+  OutputPlan plan = PlanAudioOutputs(g_openChannelsRequest, wanted, -1, g_outputOptions.mode.load(),
+                                     g_systemCount, static_cast<int>(g_devices.size()));
+  // A JACK server that is not back yet is asked quietly, not with a full open and its errors
+  // four times a second; the null back end runs on undisturbed meanwhile.
+  OutputDeviceInfo probe;
+  const bool reachable = plan.primary >= 0 && (!plan.pro || ProbeJackServer(&probe));
+  if (!reachable && (g_fallbackTried || plan.primary < 0)) return false;
+  g_primary->Close();
+  g_primary.reset();
+  g_status.nullBackend = false;
+  int channels = plan.channels;
+  bool opened = reachable && OpenPlannedPrimary(plan, &channels);
+  if (!opened && !g_fallbackTried && plan.primary >= 0) {
+    g_fallbackTried = true;
+    opened = OpenFallback(g_openChannelsRequest, plan.primary, &channels).primary >= 0;
+  }
+  if (!opened) {
+    OpenNullOutput(g_status.channels);
+    return false;
+  }
+  g_status.nullBackend = false;
+  g_status.primaryOpen = true;
+  g_status.recovering = false;
+  g_status.recoveries++;
+  g_status.channels = channels;
+  g_status.deviceRate = g_primary->DeviceRate();
+  Notify("output: " + g_status.primaryName + " plays again");
+  return true;
+}
+
+// A device has stopped when it says so, or when it has not asked for a block for a second.
+bool PrimaryStopped() {
+  const auto now = std::chrono::steady_clock::now();
+  const uint64_t frames = g_primaryFrames.load(std::memory_order_relaxed);
+  if (frames != g_lastFrames) {
+    g_lastFrames = frames;
+    g_lastProgress = now;
+  }
+  const auto limit = frames == 0 ? kStartGrace : kStallLimit;
+  return g_primary->Failed() || now - g_lastProgress > limit;
+}
+
+void Watch(void*) {
+  std::lock_guard lock(g_layerLock);
+  if (!g_primary) return;
+  if (g_status.recovering) {
+    Reopen();
+    g_lastProgress = std::chrono::steady_clock::now();
+    return;
+  }
+  if (!PrimaryStopped()) return;
+  const std::string name = g_status.primaryName;
+  if (g_secondary) {
+    SetSecondaryOutputOpen(false);
+    g_secondary->Close();
+    g_secondary.reset();
+    g_status.secondaryOpen = false;
+  }
+  g_primary->Close();
+  g_primary.reset();
+  g_status.primaryOpen = false;
+  g_status.recovering = true;
+  g_fallbackTried = false;
+  OpenNullOutput(g_status.channels);
+  Notify("output: " + name + " stopped; the mix runs silently until it is back");
+  Reopen();
+  g_lastProgress = std::chrono::steady_clock::now();
+}
+
+void StartWatchdog() {
+  g_lastFrames = g_primaryFrames.load();
+  g_lastProgress = std::chrono::steady_clock::now();
+  g_watchdog = std::make_unique<CPeriodicThread>(&Watch, nullptr, 3, kWatchdogPeriodMs, "output watch");
+}
+
+void StopWatchdog() { g_watchdog.reset(); }
+
+}  // namespace
+
+OutputStatus CurrentOutputStatus() {
+  std::lock_guard lock(g_layerLock);
+  OutputStatus status = g_status;
+  if (g_primary) status.blockFrames = g_primary->DeviceBlockFrames();  // JACK may change it
+  return status;
+}
+
+std::string TakeOutputNotice() {
+  std::lock_guard lock(g_layerLock);
+  return std::exchange(g_notice, std::string());
+}
 
 uint64_t PrimaryFramesDelivered() { return g_primaryFrames.load(std::memory_order_relaxed); }

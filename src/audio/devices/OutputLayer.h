@@ -28,6 +28,7 @@ struct OutputSelection {
   int primary = 0;
   int secondary = 1;
   int latencyFrames = 2880;
+  int proPorts = 0;  // JACK ports to register; 0: 4, or 8 in external-mixer mode
 };
 extern OutputSelection g_outputSelection;
 
@@ -51,6 +52,14 @@ void OpenAudioOutputs(int channels, int reserved);
 // Closes all outputs, the secondary first; frees the device table when asked.
 void CloseAudioOutputs(int freeDeviceTable);
 
+// While a device is open a watchdog checks it four times a second. A device that stops (its
+// stream died, no block for a second, the JACK server went away or changed rate) is closed,
+// the null back end stands in so the decks keep time, and the same device is tried again on
+// every check; when it will not open, the fallback order is tried once. The decks are never
+// touched. Each loss and each return leaves one notice for the user.
+// Returns the notice waiting to be shown, once; empty when there is none.
+std::string TakeOutputNotice();
+
 // What the layer is doing now, for `lumo` and the tests.
 struct OutputStatus {
   bool primaryOpen = false;  // a real device (not the null back end) plays the mix
@@ -61,6 +70,8 @@ struct OutputStatus {
   int blockFrames = 0;
   int channels = 0;
   std::string fallback;  // when the chosen device failed: what was tried and what plays now
+  bool recovering = false;  // the device stopped; the null back end stands in
+  int recoveries = 0;       // times a stopped device was brought back
 };
 OutputStatus CurrentOutputStatus();
 // Engine frames (44100 Hz) the primary output has pulled from MixAudioBlock since it opened.

@@ -8,6 +8,7 @@
 #include <rtaudio/RtAudio.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <memory>
 #include <string>
@@ -23,9 +24,15 @@ namespace {
 
 // Once a stream is open RtAudio reports through this, from its own thread: only a constant
 // line may leave it. Errors while opening are exceptions and are traced with their text.
+// RtAudio's error callback carries no stream, so errors are counted for all system streams;
+// each compares the count with the one it opened at.
+std::atomic<int> g_streamErrors{0};
+
 void StreamError(RtAudioError::Type type, const std::string&) {
-  if (type != RtAudioError::WARNING && type != RtAudioError::DEBUG_WARNING)
+  if (type != RtAudioError::WARNING && type != RtAudioError::DEBUG_WARNING) {
+    g_streamErrors.fetch_add(1, std::memory_order_relaxed);
     TraceLineRT("system output: the stream stopped on an error");
+  }
 }
 
 std::string TableName(RtAudio::Api api, const std::string& deviceName) {
@@ -61,6 +68,9 @@ class CSystemOutput final : public COutputBackend {
   void Close() override;
   int DeviceRate() const override { return rate_; }
   int DeviceBlockFrames() const override { return block_; }
+  bool Failed() const noexcept override {
+    return g_streamErrors.load(std::memory_order_relaxed) != errorsAtOpen_;
+  }
 
  private:
   static int Callback(void* output, void* input, unsigned int frames, double streamTime,
@@ -73,6 +83,7 @@ class CSystemOutput final : public COutputBackend {
   int channels_ = 2;
   int rate_ = 0;
   int block_ = 0;
+  int errorsAtOpen_ = 0;
   COutputFeed feed_;
 };
 
@@ -104,6 +115,7 @@ bool CSystemOutput::Open(const OutputBackendConfig& config) {
   Close();
   if (!config.device) return false;
   channels_ = config.channels;
+  errorsAtOpen_ = g_streamErrors.load();
   try {
     const auto api = static_cast<RtAudio::Api>(config.device->api);
     audio_ = std::make_unique<RtAudio>(api);

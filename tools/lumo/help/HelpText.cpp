@@ -77,6 +77,13 @@ const std::vector<CommandHelp> kCommands = {
      "CDDB server is named: nothing leaves the machine otherwise.",
      {{"--server HOST[:PORT]", "The CDDB server to ask for titles (port 8880 by default)."},
       {"--timeout S", "Give the server S seconds to answer."}}},
+    {"serve", "lumo serve [--port N] [--address A] [--seconds S]",
+     "Run the simple HTTP server in the foreground.",
+     "Answers every request with a page echoing its path, until a POST to /stopServer, Ctrl-C "
+     "or --seconds. It listens on 127.0.0.1 unless told otherwise.",
+     {{"--port N", "The port (default: the httpsv setting, else 8080)."},
+      {"--address A", "The address to listen on (default: the httpad setting, else 127.0.0.1)."},
+      {"--seconds S", "Stop after S seconds."}}},
     {"demo", "lumo demo [--device DEVICE] [--seconds S]",
      "Play a short generated demo track.",
      "Writes an 8-second generated track and plays it through JACK when a server runs, "
