@@ -2,6 +2,9 @@
 // cost the program its start, odd values are tamed, and the engine gets what the file says.
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <csignal>
 
 #include <clocale>
 #include <filesystem>
@@ -151,13 +154,20 @@ TEST_F(SettingsFile, AFolderThatRefusesTheFileKeepsTheOldOne) {
   g_settings.audmod = 1;
   ASSERT_TRUE(WriteConfig(path_));
   const std::string old = Read(path_);
-  // Root ignores folder permissions, so the temporary file's place is taken by a folder.
-  std::filesystem::create_directory(path_ + ".tmp");
+  // Root ignores folder permissions, so a file-size limit makes the write fail for anyone.
   std::filesystem::permissions(folder_.path(), std::filesystem::perms::owner_read |
                                                    std::filesystem::perms::owner_exec);
+  rlimit limit{};
+  getrlimit(RLIMIT_FSIZE, &limit);
+  const rlimit saved = limit;
+  limit.rlim_cur = 64;
+  auto previous = std::signal(SIGXFSZ, SIG_IGN);
+  setrlimit(RLIMIT_FSIZE, &limit);
   g_settings.audmod = 2;
   std::string message;
   EXPECT_FALSE(WriteConfig(path_, &message));
+  setrlimit(RLIMIT_FSIZE, &saved);
+  std::signal(SIGXFSZ, previous);
   std::filesystem::permissions(folder_.path(), std::filesystem::perms::owner_all);
   EXPECT_EQ(message, "can not save settings to " + path_);
   EXPECT_EQ(Read(path_), old);
