@@ -15,6 +15,7 @@
 #include "codecs/CodecChain.h"
 #include "deck/DeckAnalysis.h"
 #include "deck/SoundSource.h"
+#include "deck/StretchFeeder.h"
 #include "library/SongDatabase.h"
 
 std::atomic<int> g_trackMemoryLimitKB{310080};
@@ -164,6 +165,7 @@ void CSoundSource::DoLoad() {
   // A seek asked for before this load belongs to the old track.
   seekPending.store(0, std::memory_order_release);
   ResetDeckControls();
+  stretch_->Reset();
   if (songRecord) CuesFromRecord(*songRecord);
   everPlayed.store(0, std::memory_order_relaxed);
 

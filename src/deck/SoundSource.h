@@ -36,6 +36,7 @@ class CCodecChain;
 class CDeckAnalysis;
 class CPeriodicThread;
 class COneShotThread;
+class CStretchFeeder;
 struct TSongRecord;
 
 // What the GUI thread shows after a change; one value at a time, the GUI clears it.
@@ -131,8 +132,8 @@ class CSoundSource : public CAudioSignalSource {
   int getPitch() const;
   void setKeyShift(int cents);
   int resultingKey(int songKey) const;
-  void setKeyLock(bool on) { keyLockOn.store(on, std::memory_order_relaxed); }
-  void setHq(bool on) { hqEnabled.store(on, std::memory_order_relaxed); }
+  void setKeyLock(bool on);
+  void setHq(bool on);  // "hqtime": key lock through Rubber Band instead of the splice
   void bendStart(int dir);  // -1 down, +1 up
   void bendStop(int dir);
   void BendTick();          // main tick
@@ -161,6 +162,7 @@ class CSoundSource : public CAudioSignalSource {
   int TakeStatus() { return statusCode.exchange(0, std::memory_order_acq_rel); }
   std::string FilePath() const;
   int percentLoaded() const { return memory.percentLoaded(); }
+  CStretchFeeder& stretchFeeder() { return *stretch_; }
 
   // Track.
   std::atomic<int> lengthFrames{0};
@@ -246,6 +248,10 @@ class CSoundSource : public CAudioSignalSource {
   LUMO_RT bool ClampAtTrackEnd(double& pos, int length) noexcept;
   // Loop boundary, per frame (DeckLoopBoundary.cpp): takes over a pending loop and wraps.
   LUMO_RT void ApplyLoopBoundary(double& pos) noexcept;
+  // Renderers (DeckKeyLockRender.cpp): the choice, the Rubber Band reader, the normal one.
+  LUMO_RT bool UseRubberBand() const noexcept;
+  LUMO_RT void RubberBandRender(float* out, int frames) noexcept;
+  LUMO_RT void RenderNormal(float* out, int frames) noexcept;
   LUMO_RT bool SubBeatHold(int code) const noexcept;
   LUMO_RT void ScratchBookkeeping(double pos) noexcept;
   LUMO_RT void ApplyBrakeAndRestart(double& spd) noexcept;
@@ -315,6 +321,7 @@ class CSoundSource : public CAudioSignalSource {
   LoadedCallback onLoaded_ = nullptr;
   std::unique_ptr<CPeriodicThread> loaderThread_;
   std::unique_ptr<COneShotThread> analysisThread_;
+  std::unique_ptr<CStretchFeeder> stretch_;
 
   // The load request, handed from the main thread to the loader.
   mutable std::mutex requestLock_;
@@ -347,7 +354,8 @@ class CSoundSource : public CAudioSignalSource {
   float heldLeft_ = 0.0f, heldRight_ = 0.0f;  // the frame a stop fades out
   int holdCount_ = 0;                          // the held frame's fade, 441 down to 0
   bool holding_ = true;                        // no live audio: the held frame fades
-  bool braking_ = false;                       // the brake's step is fixed at its first block
+  bool lastRubberBand_ = false;                // the renderer of the last block
+  float switchBuffer_[2 * kMaxBlockFrames];    // the outgoing renderer's block at a switch
   // Splice key lock state, audio thread only.
   bool spliceOn_ = false;
   int spliceCount_ = 0;

@@ -30,12 +30,10 @@ inline int WrapFrame(long long frame, int length) {
 
 }  // namespace
 
-void CSoundSource::GetSamples(float* out, int frames) noexcept {
-  memory.EnterRender();
+void CSoundSource::RenderNormal(float* out, int frames) noexcept {
   Render(out, frames, [this](double pos, int length, float& left, float& right) {
     FetchHermite(pos, length, left, right);
   }, true);
-  memory.LeaveRender();
 }
 
 void CSoundSource::ReadInt16(short* out, int frames) noexcept {
