@@ -9,6 +9,7 @@
 
 #include "Commands.h"
 #include "LumoSession.h"
+#include "RenderDeckOptions.h"
 #include "app/base/NumberText.h"
 #include "audio/OfflineOutput.h"
 #include "audio/SampleConversions.h"
@@ -26,9 +27,11 @@ int RunRenderCommand(int argc, char** argv) {
   double seconds = 0;
   long long block = kDefaultBlockFrames;
   auto output = args.Get("o") ? args.Get("o") : args.Get("output");
-  if (args.positional.size() != 1 || !output || !ParseSeconds(args.Get("seconds"), seconds) ||
+  RenderDeckOptions deckOptions;
+  if (args.positional.size() != 1 || !output || !ParseSeconds(args.Get("seconds"), seconds) || !deckOptions.Parse(args) ||
       (args.Has("block") && (!ParseInt(*args.Get("block"), block) || block < 1 || block > 4410))) {
-    std::fprintf(stderr, "usage: lumo render FILE -o OUT.wav [--seconds S] [--block 1..4410] [--float]\n");
+    std::fprintf(stderr, "usage: lumo render FILE -o OUT.wav [--seconds S] [--block 1..4410] [--float] %s\n",
+                 RenderDeckOptions::Usage());
     return 2;
   }
   bool asFloat = args.Has("float");
@@ -36,6 +39,7 @@ int RunRenderCommand(int argc, char** argv) {
   LumoSession session(true);
   if (!session.LoadAndWait(0, args.positional[0], true)) return 1;
   CSoundSource& deck = session.deck(0);
+  deckOptions.ApplyAtStart(deck);
 
   CDecoderWAV writer(100);
   AudioFormat format{44100, 2, asFloat ? 32 : 16, asFloat ? 32 : 16, 0, 0};
@@ -61,6 +65,7 @@ int RunRenderCommand(int argc, char** argv) {
     // After the end, one more stop fade's worth so the file ends in silence, not a click.
     if (tail < 0 && DeckReachedEnd(deck)) tail = (441 + block - 1) / block;
     if (tail > 0) --tail;
+    deckOptions.Step(deck, rendered);
     if (rendered % (44100 * 10) < block) ShowProgress(rendered / 44100.0, limit / 44100.0, "rendering");
   }
   writer.close();

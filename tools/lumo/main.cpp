@@ -17,7 +17,11 @@ struct Command {
 const Command kCommands[] = {
     {"devices", "lumo devices", RunDevicesCommand},
     {"play", "lumo play FILE [--device N|NAME|jack|null] [--seconds S]", RunPlayCommand},
-    {"render", "lumo render FILE -o OUT.wav [--seconds S] [--block FRAMES] [--float]", RunRenderCommand},
+    {"render",
+     "lumo render FILE -o OUT.wav [--seconds S] [--block FRAMES] [--float]\n"
+     "        [--pitch PERCENT] [--range PERCENT] [--keylock splice|rubberband] [--key-shift CENTS]\n"
+     "        [--cue S] [--hotcue N:S]... [--loop START_S:BEATS] [--reverse AT_S] [--brake AT_S]",
+     RunRenderCommand},
     {"demo", "lumo demo [--device N|NAME|jack|null] [--seconds S]", RunDemoCommand},
     {"analyse", "lumo analyse [--json] [--jobs N] PATH...", RunAnalyseCommand},
 };
