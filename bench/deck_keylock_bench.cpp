@@ -13,12 +13,9 @@
 
 #include <vector>
 
-#include "app/Engine.h"
+#include "BenchDecks.h"
 #include "app/base/Realtime.h"
 #include "audio/MixCallback.h"
-#include "audio/Threads.h"
-#include "deck/SoundSource.h"
-#include "support/TestFiles.h"
 
 namespace {
 
@@ -30,32 +27,15 @@ double ThreadSeconds() {
   return static_cast<double>(now.tv_sec) + now.tv_nsec * 1e-9;
 }
 
-class KeyLockedDecks {
+class KeyLockedDecks : public BenchDecks {
  public:
   explicit KeyLockedDecks(bool rubberBand) {
-    SetThreadsManual(true);
-    setenv("ZORVIK_LUMO_HOME", root_.path().c_str(), 1);
-    EngineInitFolders(nullptr);
-    EngineCreateAudioObjects();
     for (int d = 0; d < kDeckCount; ++d) {
-      std::string path = root_.File("deck" + std::to_string(d) + ".wav");
-      WriteStereo16(path, MakeTestSignal(60 * 44100, d + 1));
-      CSoundSource* deck = g_engine.decks[d];
-      deck->load(path, 1, nullptr, 1);
-      while (deck->loadPending.load()) deck->loaderPass();
-      deck->loopSong = 1;
-      deck->setHq(rubberBand);
-      deck->setKeyLock(true);
-      deck->setPitch(400 + 100 * d);
+      deck(d).setHq(rubberBand);
+      deck(d).setKeyLock(true);
+      deck(d).setPitch(400 + 100 * d);
     }
   }
-  ~KeyLockedDecks() {
-    EngineDeleteAudioObjects();
-    SetThreadsManual(false);
-  }
-
- private:
-  TempFolder root_;
 };
 
 void RunFourDecks(benchmark::State& state, bool rubberBand) {
