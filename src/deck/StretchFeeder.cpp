@@ -208,16 +208,18 @@ bool CStretchFeeder::ReadSlot(const Slot& slot, double pos, int frames, float* o
 
 bool CStretchFeeder::Render(double pos, int frames, float* out) noexcept {
   int active = activeSlot_.load(std::memory_order_acquire);
-  int last = lastReadSlot_.exchange(active, std::memory_order_acq_rel);
-  if (!ReadSlot(slots_[active], pos, frames, out)) return false;
-  if (last != active && ReadSlot(slots_[last], pos, frames, fadeFrom_.data())) {
+  int last = lastReadSlot_.load(std::memory_order_relaxed);
+  bool ok = ReadSlot(slots_[active], pos, frames, out);
+  if (ok && last != active && ReadSlot(slots_[last], pos, frames, fadeFrom_.data())) {
     int fade = std::min(frames, kSwapFadeFrames);
     for (int i = 0; i < 2 * fade; ++i) {
       float t = static_cast<float>(i) / (2 * fade);
       out[i] = fadeFrom_[static_cast<size_t>(i)] * (1.0f - t) + out[i] * t;
     }
   }
-  return true;
+  // Only now may the feeder rebuild the slot faded out of (release: the reads above are done).
+  lastReadSlot_.store(active, std::memory_order_release);
+  return ok;
 }
 
 double CStretchFeeder::ActiveSpeed() const noexcept {
