@@ -19,6 +19,16 @@
 
 namespace {
 
+// Joins a thread on every way out of the test, so a failed assertion fails the test.
+struct JoinGuard {
+  std::atomic<bool>& stop;
+  std::thread& thread;
+  ~JoinGuard() {
+    stop = true;
+    if (thread.joinable()) thread.join();
+  }
+};
+
 TEST(ThreadedDeck, LoadsSeeksAndStopsWhileTheAudioThreadRenders) {
   TempFolder folder;
   std::string tracks[2] = {folder.File("a.wav"), folder.File("b.wav")};
@@ -39,11 +49,26 @@ TEST(ThreadedDeck, LoadsSeeksAndStopsWhileTheAudioThreadRenders) {
       std::this_thread::sleep_for(std::chrono::microseconds(200));
     }
   });
+  JoinGuard audioGuard{stop, audio};
 
+  // A seek needs a track: the storm starts once the first load is in.
+  ASSERT_TRUE(deck.load(tracks[1], 1, nullptr, 1));
+  auto loaded = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+  while (!deck.fileOpen.load() && std::chrono::steady_clock::now() < loaded) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  ASSERT_TRUE(deck.fileOpen.load());
+
+  // At least 1.5 s of it, and until enough has happened (a sanitizer on a busy machine is slow).
   std::mt19937 random(7);
-  auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(1500);
+  auto start = std::chrono::steady_clock::now();
   int loads = 0, seeks = 0;
-  while (std::chrono::steady_clock::now() < deadline) {
+  auto busy = [&] {
+    auto now = std::chrono::steady_clock::now();
+    if (now > start + std::chrono::seconds(30)) return false;
+    return now < start + std::chrono::milliseconds(1500) || loads < 2 || seeks < 5;
+  };
+  while (busy()) {
     switch (random() % 6) {
       case 0:
         if (deck.load(tracks[loads % 2], 1, nullptr, 1)) ++loads;
@@ -86,16 +111,6 @@ class SteadyTempoAnalysis : public CDeckAnalysis {
   void AnalyseWholeTrack(CSoundSource&) override {}
   float EstimateWindowBpm(const float*, int) override { return 128.0f; }
   void SaveStripes(CSoundSource&) override {}
-};
-
-// Joins a thread on every way out of the test, so a failed assertion fails the test.
-struct JoinGuard {
-  std::atomic<bool>& stop;
-  std::thread& thread;
-  ~JoinGuard() {
-    stop = true;
-    if (thread.joinable()) thread.join();
-  }
 };
 
 // The tempo of a streamed track comes from the blocks under the play head while the loader
