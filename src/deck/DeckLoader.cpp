@@ -66,25 +66,6 @@ void CSoundSource::PauseForRender(int ms) {
   if (!ThreadsAreManual()) std::this_thread::sleep_for(std::chrono::milliseconds(ms));
 }
 
-// The working cue keeps its block and both neighbours in memory, so a jump to it finds its
-// audio. When the cue moves, the blocks around the old place go back to the ordinary rules
-// (the first block and the last two stay pinned for good).
-void CSoundSource::PinCueBlocks() {
-  int cueBlock = BlockOf(cuePos.load(std::memory_order_relaxed));
-  int blocks = memory.blockCount();
-  if (pinnedCueBlock_ >= 0 && pinnedCueBlock_ != cueBlock) {
-    for (int b = pinnedCueBlock_ - 1; b <= pinnedCueBlock_ + 1; ++b) {
-      if (std::abs(b - cueBlock) <= 1 || b == 0 || b >= blocks - 2) continue;
-      if (TrackBlock* block = memory.MutableBlock(b)) block->pinned = 0;
-    }
-  }
-  pinnedCueBlock_ = cueBlock;
-  for (int b = cueBlock - 1; b <= cueBlock + 1; ++b) {
-    if (memory.streaming()) LoadBlock(b);
-    memory.Pin(b);
-  }
-}
-
 void CSoundSource::PublishWindowBpm() {
   const TrackBlock* current = memory.Block(BlockOf(position.load(std::memory_order_relaxed)));
   windowBpm_.store(current && current->hasBpm ? current->bpm : 0.0f, std::memory_order_relaxed);
