@@ -149,4 +149,28 @@ TEST_F(DeckTest, KeyLockAtNormalSpeedPlaysTheTrackBitExact) {
   }
 }
 
+TEST_F(DeckTest, KeyShiftMovesTheKeyWithinItsModeAndBendsReturnToThePitch) {
+  deck->setKeyShift(200);
+  EXPECT_EQ(deck->resultingKey(11), 1) << "major G + 2 semitones wraps to A";
+  EXPECT_EQ(deck->resultingKey(24), 14) << "and a minor key stays minor";
+  deck->setKeyShift(-149);
+  EXPECT_EQ(deck->resultingKey(13), 24) << "-1.49 semitones rounds to -1";
+  EXPECT_EQ(deck->resultingKey(0), 0);
+  EXPECT_EQ(deck->resultingKey(25), 0);
+  EXPECT_NEAR(deck->wantedScale.load(), std::pow(2.0, -149 / 1200.0), 1e-12);
+
+  deck->setPitch(300);
+  deck->bendStart(1);
+  int last = deck->getPitch();
+  for (int tick = 0; tick < 30; ++tick) {
+    deck->BendTick();
+    ASSERT_GT(deck->getPitch(), last) << "a held bend keeps growing, tick " << tick;
+    last = deck->getPitch();
+  }
+  EXPECT_DOUBLE_EQ(deck->targetSpeed.load(), 1.0 + last * 0.0001);
+  deck->bendStop(1);
+  EXPECT_EQ(deck->getPitch(), 300);
+  EXPECT_DOUBLE_EQ(deck->targetSpeed.load(), 1.03);
+}
+
 }  // namespace
