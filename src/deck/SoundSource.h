@@ -247,7 +247,8 @@ class CSoundSource : public CAudioSignalSource {
   LUMO_RT double NextSpeedStep(double current) noexcept;
   LUMO_RT bool ClampAtTrackEnd(double& pos, int length) noexcept;
   // Loop boundary, per frame (DeckLoopBoundary.cpp): takes over a pending loop and wraps.
-  LUMO_RT void ApplyLoopBoundary(double& pos) noexcept;
+  // False when the loop has just let go.
+  LUMO_RT bool ApplyLoopBoundary(double& pos) noexcept;
   // Renderers (DeckKeyLockRender.cpp): the choice, the Rubber Band reader, the normal one.
   LUMO_RT bool UseRubberBand() const noexcept;
   LUMO_RT void RubberBandRender(float* out, int frames) noexcept;
