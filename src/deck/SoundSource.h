@@ -3,11 +3,12 @@
 // renders from them with a double-precision play position in frames at 44100 Hz, whatever
 // the file's own rate. Four exist, ids 0 to 3; even ids sit left of the crossfader.
 //
-// Three threads touch a deck:
+// Four threads of its own touch a deck, and the deck service repeats the scratch chase:
 //  - the audio thread runs GetSamples / ReadInt16 / PrepareBlock (real-time: no allocation,
 //    no lock, no wait; a missing block gives silence while the clock runs on);
 //  - the deck's loader thread (250 ms, or at once on a wake) loads, seeks and keeps track
 //    memory around the play head;
+//  - the deck's stretch thread (110 ms, or on a wake) runs Rubber Band ahead of the play head;
 //  - the main thread issues commands. Commands only set single-word requests that the other
 //    side consumes (loadPending, seekPending, stopAtCue); nothing here takes a lock around
 //    transport fields.
@@ -19,7 +20,9 @@
 // (SoundSourceRender.cpp), loading and the loader pass (DeckLoader.cpp), track memory
 // (TrackMemory.cpp), cue commands (DeckCues.cpp), loops (DeckLoops.cpp, the audio side in
 // DeckLoopBoundary.cpp), pitch and bends (DeckPitch.cpp), the splice key lock
-// (SpliceKeyLock.cpp), scratch, brake and reverse (DeckScratch.cpp).
+// (SpliceKeyLock.cpp), the renderer choice and the Rubber Band reader (DeckKeyLockRender.cpp,
+// fed by StretchFeeder on the deck's stretch thread), scratch, brake and reverse
+// (DeckScratch.cpp, chased by the deck service thread).
 
 #include <atomic>
 #include <memory>
