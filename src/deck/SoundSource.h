@@ -3,7 +3,7 @@
 // renders from them with a double-precision play position in frames at 44100 Hz, whatever
 // the file's own rate. Four exist, ids 0 to 3; even ids sit left of the crossfader.
 //
-// Four threads of its own touch a deck, and the deck service repeats the scratch chase:
+// Four threads touch a deck, and the deck service thread repeats its scratch chase:
 //  - the audio thread runs GetSamples / ReadInt16 / PrepareBlock (real-time: no allocation,
 //    no lock, no wait; a missing block gives silence while the clock runs on);
 //  - the deck's loader thread (250 ms, or at once on a wake) loads, seeks and keeps track
