@@ -6,39 +6,18 @@
 #include <chrono>
 #include <vector>
 
-#include "app/Engine.h"
+#include "BenchDecks.h"
 #include "app/base/Realtime.h"
 #include "audio/MixCallback.h"
-#include "audio/Threads.h"
-#include "deck/SoundSource.h"
-#include "support/TestFiles.h"
 
 namespace {
 
-class FourDecks {
+class FourDecks : public BenchDecks {
  public:
   FourDecks() {
-    SetThreadsManual(true);
-    setenv("ZORVIK_LUMO_HOME", root_.path().c_str(), 1);
-    EngineInitFolders(nullptr);
-    EngineCreateAudioObjects();
-    for (int d = 0; d < kDeckCount; ++d) {
-      std::string path = root_.File("deck" + std::to_string(d) + ".wav");
-      WriteStereo16(path, MakeTestSignal(60 * 44100, d + 1));
-      CSoundSource* deck = g_engine.decks[d];
-      deck->load(path, 1, nullptr, 1);
-      while (deck->loadPending.load()) deck->loaderPass();
-      deck->loopSong = 1;                      // plays for as long as the benchmark runs
-      deck->setTargetSpeed(0.97 + 0.02 * d);   // pitched, so the interpolation really works
-    }
+    // Pitched, so the interpolation really works.
+    for (int d = 0; d < kDeckCount; ++d) deck(d).setTargetSpeed(0.97 + 0.02 * d);
   }
-  ~FourDecks() {
-    EngineDeleteAudioObjects();
-    SetThreadsManual(false);
-  }
-
- private:
-  TempFolder root_;
 };
 
 void BM_MixAudioBlockFourDecks(benchmark::State& state) {

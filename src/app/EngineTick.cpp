@@ -1,5 +1,6 @@
 #include "app/EngineTick.h"
 
+#include "app/base/Trace.h"
 #include "deck/SoundSource.h"
 
 void CEngineTick::Run(CSoundSource* const* decks, int count, DeckTickReport* reports) {
@@ -9,6 +10,7 @@ void CEngineTick::Run(CSoundSource* const* decks, int count, DeckTickReport* rep
     if (reports) reports[d] = report;
   }
   if (++counter_ >= kCycle) counter_ = 0;
+  DrainRealtimeTrace();  // what the audio thread had to say ("dsp thread wake now")
 }
 
 void CEngineTick::RunDeck(CSoundSource& deck, int index, DeckTickReport& report) {

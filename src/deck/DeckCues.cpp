@@ -109,3 +109,22 @@ void CSoundSource::CuesToRecord(TSongRecord& record) const {
     record.cueOut = lastEnd.load(std::memory_order_relaxed);
   }
 }
+
+// Loader thread: the working cue keeps its block and both neighbours in memory, so a jump to it finds its
+// audio. When the cue moves, the blocks around the old place go back to the ordinary rules
+// (the first block and the last two stay pinned for good).
+void CSoundSource::PinCueBlocks() {
+  int cueBlock = std::max(0, cuePos.load(std::memory_order_relaxed)) / kTrackBlockFrames;
+  int blocks = memory.blockCount();
+  if (pinnedCueBlock_ >= 0 && pinnedCueBlock_ != cueBlock) {
+    for (int b = pinnedCueBlock_ - 1; b <= pinnedCueBlock_ + 1; ++b) {
+      if (std::abs(b - cueBlock) <= 1 || b == 0 || b >= blocks - 2) continue;
+      if (TrackBlock* block = memory.MutableBlock(b)) block->pinned = 0;
+    }
+  }
+  pinnedCueBlock_ = cueBlock;
+  for (int b = cueBlock - 1; b <= cueBlock + 1; ++b) {
+    if (memory.streaming()) LoadBlock(b);
+    memory.Pin(b);
+  }
+}

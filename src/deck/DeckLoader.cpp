@@ -15,6 +15,7 @@
 #include "codecs/CodecChain.h"
 #include "deck/DeckAnalysis.h"
 #include "deck/SoundSource.h"
+#include "deck/StretchFeeder.h"
 #include "library/SongDatabase.h"
 
 std::atomic<int> g_trackMemoryLimitKB{310080};
@@ -63,25 +64,6 @@ void CSoundSource::PauseForRender(int ms) {
   // Gives the audio thread time to move to a new position before blocks are dropped. Offline
   // runs do the audio in step and need no pause.
   if (!ThreadsAreManual()) std::this_thread::sleep_for(std::chrono::milliseconds(ms));
-}
-
-// The working cue keeps its block and both neighbours in memory, so a jump to it finds its
-// audio. When the cue moves, the blocks around the old place go back to the ordinary rules
-// (the first block and the last two stay pinned for good).
-void CSoundSource::PinCueBlocks() {
-  int cueBlock = BlockOf(cuePos.load(std::memory_order_relaxed));
-  int blocks = memory.blockCount();
-  if (pinnedCueBlock_ >= 0 && pinnedCueBlock_ != cueBlock) {
-    for (int b = pinnedCueBlock_ - 1; b <= pinnedCueBlock_ + 1; ++b) {
-      if (std::abs(b - cueBlock) <= 1 || b == 0 || b >= blocks - 2) continue;
-      if (TrackBlock* block = memory.MutableBlock(b)) block->pinned = 0;
-    }
-  }
-  pinnedCueBlock_ = cueBlock;
-  for (int b = cueBlock - 1; b <= cueBlock + 1; ++b) {
-    if (memory.streaming()) LoadBlock(b);
-    memory.Pin(b);
-  }
 }
 
 void CSoundSource::PublishWindowBpm() {
@@ -164,6 +146,7 @@ void CSoundSource::DoLoad() {
   // A seek asked for before this load belongs to the old track.
   seekPending.store(0, std::memory_order_release);
   ResetDeckControls();
+  stretch_->Reset();
   if (songRecord) CuesFromRecord(*songRecord);
   everPlayed.store(0, std::memory_order_relaxed);
 

@@ -18,7 +18,7 @@ bool CSoundSource::SubBeatHold(int code) const noexcept {
   return code >= 1 && code < kBeatCode && loopPasses.load(std::memory_order_relaxed) % (kBeatCode / code) != 0;
 }
 
-void CSoundSource::ApplyLoopBoundary(double& pos) noexcept {
+bool CSoundSource::ApplyLoopBoundary(double& pos) noexcept {
   int start = loopStart.load(std::memory_order_relaxed);
   int end = loopEnd.load(std::memory_order_relaxed);
   int length = loopLength.load(std::memory_order_relaxed);
@@ -50,7 +50,7 @@ void CSoundSource::ApplyLoopBoundary(double& pos) noexcept {
     loopActive.store(0, std::memory_order_relaxed);
     exitPending.store(0, std::memory_order_relaxed);
     loopChanged.store(1, std::memory_order_relaxed);
-    return;
+    return false;
   }
 
   if (pos > end || pos < start) {
@@ -58,4 +58,5 @@ void CSoundSource::ApplyLoopBoundary(double& pos) noexcept {
     codec_->notifySeek(static_cast<int>(pos), 1);
     loopPasses.fetch_add(1, std::memory_order_relaxed);
   }
+  return true;
 }

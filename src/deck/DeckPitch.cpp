@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "deck/SoundSource.h"
+#include "deck/StretchFeeder.h"
 
 namespace {
 constexpr double kCentsToOctaves = 0.0008333333333333334;  // 1 / 1200
@@ -25,6 +26,17 @@ void CSoundSource::RecomputeSpeed() {
   setTargetSpeed(base);
   wantedRatio.store(base, std::memory_order_relaxed);
   speedGlide.store(0, std::memory_order_relaxed);
+  if (stretch_) stretch_->Wake();
+}
+
+void CSoundSource::setKeyLock(bool on) {
+  keyLockOn.store(on, std::memory_order_relaxed);
+  if (stretch_) stretch_->Wake();
+}
+
+void CSoundSource::setHq(bool on) {
+  hqEnabled.store(on, std::memory_order_relaxed);
+  if (stretch_) stretch_->Wake();
 }
 
 void CSoundSource::setPitch(int hundredths) {
@@ -47,6 +59,7 @@ int CSoundSource::getPitch() const {
 void CSoundSource::setKeyShift(int cents) {
   keyShift.store(cents, std::memory_order_relaxed);
   wantedScale.store(std::pow(2.0, cents * kCentsToOctaves), std::memory_order_relaxed);
+  if (stretch_) stretch_->Wake();
 }
 
 int CSoundSource::resultingKey(int songKey) const {

@@ -8,6 +8,7 @@
 #include "audio/Threads.h"
 #include "codecs/CodecChain.h"
 #include "deck/DeckAnalysis.h"
+#include "deck/StretchFeeder.h"
 
 namespace {
 constexpr int kLoaderPeriodMs = 250;
@@ -20,6 +21,7 @@ constexpr double kMaxSpeed = 32.0;
 CSoundSource::CSoundSource(int id, const std::string& /*dataRoot*/)
     : id_(id), codec_(std::make_unique<CCodecChain>(id)) {
   std::fill(std::begin(cueHold_), std::end(cueHold_), -1);
+  stretch_ = std::make_unique<CStretchFeeder>(*this);
   std::string name = "deck loader " + std::to_string(id);
   loaderThread_ = std::make_unique<CPeriodicThread>(&CSoundSource::LoaderThreadEntry, this, 0,
                                                     kLoaderPeriodMs, name.c_str());
@@ -28,6 +30,7 @@ CSoundSource::CSoundSource(int id, const std::string& /*dataRoot*/)
 CSoundSource::~CSoundSource() {
   quit.store(1, std::memory_order_release);
   loaderThread_->Stop();
+  stretch_.reset();
   if (analysisThread_) analysisThread_->Wait(30000);
   analysisThread_.reset();
   // What was analysed during the session is kept: the track still loaded at close is saved

@@ -3,11 +3,12 @@
 // renders from them with a double-precision play position in frames at 44100 Hz, whatever
 // the file's own rate. Four exist, ids 0 to 3; even ids sit left of the crossfader.
 //
-// Three threads touch a deck:
+// Four threads touch a deck, and the deck service thread repeats its scratch chase:
 //  - the audio thread runs GetSamples / ReadInt16 / PrepareBlock (real-time: no allocation,
 //    no lock, no wait; a missing block gives silence while the clock runs on);
 //  - the deck's loader thread (250 ms, or at once on a wake) loads, seeks and keeps track
 //    memory around the play head;
+//  - the deck's stretch thread (110 ms, or on a wake) runs Rubber Band ahead of the play head;
 //  - the main thread issues commands. Commands only set single-word requests that the other
 //    side consumes (loadPending, seekPending, stopAtCue); nothing here takes a lock around
 //    transport fields.
@@ -19,7 +20,9 @@
 // (SoundSourceRender.cpp), loading and the loader pass (DeckLoader.cpp), track memory
 // (TrackMemory.cpp), cue commands (DeckCues.cpp), loops (DeckLoops.cpp, the audio side in
 // DeckLoopBoundary.cpp), pitch and bends (DeckPitch.cpp), the splice key lock
-// (SpliceKeyLock.cpp), scratch, brake and reverse (DeckScratch.cpp).
+// (SpliceKeyLock.cpp), the renderer choice and the Rubber Band reader (DeckKeyLockRender.cpp,
+// fed by StretchFeeder on the deck's stretch thread), scratch, brake and reverse
+// (DeckScratch.cpp, chased by the deck service thread).
 
 #include <atomic>
 #include <memory>
@@ -36,6 +39,7 @@ class CCodecChain;
 class CDeckAnalysis;
 class CPeriodicThread;
 class COneShotThread;
+class CStretchFeeder;
 struct TSongRecord;
 
 // What the GUI thread shows after a change; one value at a time, the GUI clears it.
@@ -131,8 +135,8 @@ class CSoundSource : public CAudioSignalSource {
   int getPitch() const;
   void setKeyShift(int cents);
   int resultingKey(int songKey) const;
-  void setKeyLock(bool on) { keyLockOn.store(on, std::memory_order_relaxed); }
-  void setHq(bool on) { hqEnabled.store(on, std::memory_order_relaxed); }
+  void setKeyLock(bool on);
+  void setHq(bool on);  // "hqtime": key lock through Rubber Band instead of the splice
   void bendStart(int dir);  // -1 down, +1 up
   void bendStop(int dir);
   void BendTick();          // main tick
@@ -161,6 +165,7 @@ class CSoundSource : public CAudioSignalSource {
   int TakeStatus() { return statusCode.exchange(0, std::memory_order_acq_rel); }
   std::string FilePath() const;
   int percentLoaded() const { return memory.percentLoaded(); }
+  CStretchFeeder& stretchFeeder() { return *stretch_; }
 
   // Track.
   std::atomic<int> lengthFrames{0};
@@ -245,7 +250,12 @@ class CSoundSource : public CAudioSignalSource {
   LUMO_RT double NextSpeedStep(double current) noexcept;
   LUMO_RT bool ClampAtTrackEnd(double& pos, int length) noexcept;
   // Loop boundary, per frame (DeckLoopBoundary.cpp): takes over a pending loop and wraps.
-  LUMO_RT void ApplyLoopBoundary(double& pos) noexcept;
+  // False when the loop has just let go.
+  LUMO_RT bool ApplyLoopBoundary(double& pos) noexcept;
+  // Renderers (DeckKeyLockRender.cpp): the choice, the Rubber Band reader, the normal one.
+  LUMO_RT bool UseRubberBand() const noexcept;
+  LUMO_RT void RubberBandRender(float* out, int frames) noexcept;
+  LUMO_RT void RenderNormal(float* out, int frames) noexcept;
   LUMO_RT bool SubBeatHold(int code) const noexcept;
   LUMO_RT void ScratchBookkeeping(double pos) noexcept;
   LUMO_RT void ApplyBrakeAndRestart(double& spd) noexcept;
@@ -315,6 +325,7 @@ class CSoundSource : public CAudioSignalSource {
   LoadedCallback onLoaded_ = nullptr;
   std::unique_ptr<CPeriodicThread> loaderThread_;
   std::unique_ptr<COneShotThread> analysisThread_;
+  std::unique_ptr<CStretchFeeder> stretch_;
 
   // The load request, handed from the main thread to the loader.
   mutable std::mutex requestLock_;
@@ -347,7 +358,8 @@ class CSoundSource : public CAudioSignalSource {
   float heldLeft_ = 0.0f, heldRight_ = 0.0f;  // the frame a stop fades out
   int holdCount_ = 0;                          // the held frame's fade, 441 down to 0
   bool holding_ = true;                        // no live audio: the held frame fades
-  bool braking_ = false;                       // the brake's step is fixed at its first block
+  bool lastRubberBand_ = false;                // the renderer of the last block
+  float switchBuffer_[2 * kMaxBlockFrames];    // the outgoing renderer's block at a switch
   // Splice key lock state, audio thread only.
   bool spliceOn_ = false;
   int spliceCount_ = 0;

@@ -30,12 +30,10 @@ inline int WrapFrame(long long frame, int length) {
 
 }  // namespace
 
-void CSoundSource::GetSamples(float* out, int frames) noexcept {
-  memory.EnterRender();
+void CSoundSource::RenderNormal(float* out, int frames) noexcept {
   Render(out, frames, [this](double pos, int length, float& left, float& right) {
     FetchHermite(pos, length, left, right);
   }, true);
-  memory.LeaveRender();
 }
 
 void CSoundSource::ReadInt16(short* out, int frames) noexcept {
@@ -108,6 +106,8 @@ void CSoundSource::Render(Sample* out, int frames, Fetch fetch, bool keyLockAllo
   bool splice = keyLockAllowed && keyLockOn.load(std::memory_order_relaxed) && !scratch &&
                 !brake.load(std::memory_order_relaxed);
   if (!splice) spliceOn_ = false;
+  // A loop set during this block starts at the next; one that lets go here ends at once.
+  bool looping = !scratch && loopActive.load(std::memory_order_relaxed);
   int i = 0;
   for (; i < frames; ++i) {
     spd = NextSpeedStep(spd);
@@ -116,8 +116,8 @@ void CSoundSource::Render(Sample* out, int frames, Fetch fetch, bool keyLockAllo
     } else {
       pos += spd;
     }
-    if (loopActive.load(std::memory_order_relaxed) && !scratch) {
-      ApplyLoopBoundary(pos);
+    if (looping) {
+      looping = ApplyLoopBoundary(pos);
     } else if (ClampAtTrackEnd(pos, length)) {
       break;
     }

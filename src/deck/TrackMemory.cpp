@@ -74,9 +74,12 @@ int CTrackMemory::percentLoaded() const {
 void CTrackMemory::WaitForRenderToPass() const {
   // The pointer is already out of the table (seq_cst). A render that started after that cannot
   // see it; one in progress (odd count) might, so wait for the count to move on.
-  unsigned seen = renderCount_.load(std::memory_order_seq_cst);
-  if ((seen & 1) == 0) return;
-  while (renderCount_.load(std::memory_order_seq_cst) == seen) {
-    std::this_thread::sleep_for(std::chrono::microseconds(50));
+  const std::atomic<unsigned>* counts[] = {&renderCount_, &feedCount_};
+  for (const std::atomic<unsigned>* count : counts) {
+    unsigned seen = count->load(std::memory_order_seq_cst);
+    if ((seen & 1) == 0) continue;
+    while (count->load(std::memory_order_seq_cst) == seen) {
+      std::this_thread::sleep_for(std::chrono::microseconds(50));
+    }
   }
 }

@@ -45,6 +45,9 @@ class CTrackMemory {
   // --- audio thread ---
   LUMO_RT void EnterRender() noexcept { renderCount_.fetch_add(1, std::memory_order_seq_cst); }
   LUMO_RT void LeaveRender() noexcept { renderCount_.fetch_add(1, std::memory_order_seq_cst); }
+  // The key-lock feeder reads blocks too, on its own thread, under its own bracket.
+  void EnterFeed() const noexcept { feedCount_.fetch_add(1, std::memory_order_seq_cst); }
+  void LeaveFeed() const noexcept { feedCount_.fetch_add(1, std::memory_order_seq_cst); }
   LUMO_RT const TrackBlock* Block(int index) const noexcept {
     if (index < 0 || index >= kMaxTrackBlocks) return nullptr;
     return blocks_[index].load(std::memory_order_acquire);
@@ -67,4 +70,5 @@ class CTrackMemory {
   std::atomic<int> presentCount_{0};
   std::atomic<bool> streaming_{false};
   std::atomic<unsigned> renderCount_{0};
+  mutable std::atomic<unsigned> feedCount_{0};
 };

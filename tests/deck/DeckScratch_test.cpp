@@ -107,4 +107,26 @@ TEST_F(ScratchTest, AJogScratchEndsWhenTheWheelRestsAndAJogOnAPlayingDeckBends) 
   EXPECT_TRUE(deck->IsPlaying());
 }
 
+TEST_F(ScratchTest, WheelsAndHandsStopAtTheTrackAndAWrappedCounterTurnsBack) {
+  deck->jogMove(10, 0, 0, 1, 0);  // forced: a jog scratch on a playing deck
+  ASSERT_EQ(deck->jogScratching.load(), 1);
+  float sum = deck->jogSum.load();
+  deck->jogMove(97 + 10, 10, 0, 1, 0);  // +97 on a 7-bit counter is 31 steps back
+  EXPECT_LT(deck->jogSum.load(), sum);
+  EXPECT_EQ(deck->jogLastDirection.load(), 1);
+  for (int tick = 0; tick < 8; ++tick) deck->scratchTick(7);
+
+  deck->position = 20.0 * kSecond - 100;
+  deck->scratchStart(400, 0);
+  deck->scratchMove(0);  // far past the end of the track
+  EXPECT_NEAR(deck->targetSpeed.load(), 99 * 0.00044444444444444447, 1e-9) << "chases the last frame";
+  deck->scratchEnd();
+
+  deck->externalSpeed = 1;  // a timecode drives the deck: the brake leaves its speed alone
+  deck->setTargetSpeed(1.0);
+  deck->setBrake(1);
+  Render(4410, 441);
+  EXPECT_EQ(deck->targetSpeed.load(), 1.0);
+}
+
 }  // namespace

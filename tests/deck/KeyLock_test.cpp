@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "DeckFixture.h"
+#include "deck/StretchFeeder.h"
 
 namespace {
 
@@ -59,6 +60,18 @@ class KeyLockTest : public DeckTest {
     LoadTrack(Sine(440.0, 30 * kSecond, kAmplitude), true);
     Render(100, 100);
   }
+  // Renders as the offline back end does, running the deck's workers (loader, stretch feeder)
+  // between blocks.
+  std::vector<float> RenderStepped(int frames, int block) {
+    std::vector<float> out(2 * static_cast<size_t>(frames));
+    for (int done = 0; done < frames; done += block) {
+      int n = std::min(block, frames - done);
+      StepManualThreads(n * 1000.0 / kSecond);
+      rt::AudioThreadScope audio;
+      deck->GetSamples(out.data() + 2 * done, n);
+    }
+    return out;
+  }
   static constexpr double kAmplitude = 10000.0;
   // The steepest a 440 Hz sine gets, per sample, in output units.
   const float sineSlope = static_cast<float>(kAmplitude * 3e-05 * 2 * kPi * 440.0 / kSecond);
@@ -86,6 +99,45 @@ TEST_F(KeyLockTest, WithoutKeyLockThePitchFollowsTheSpeed) {
   EXPECT_NEAR(PeakFrequency(out), 475.2, 2.4);
 }
 
+TEST_F(KeyLockTest, RubberBandKeepsThePitchWhileThePositionRunsFaster) {
+  deck->setHq(true);
+  deck->setKeyLock(true);
+  deck->setPitch(800);
+  RenderStepped(kSecond, 441);  // the first slot is built while the deck plays on
+  double start = deck->Position();
+  std::vector<float> out = RenderStepped(2 * kSecond, 441);
+  EXPECT_NEAR(PeakFrequency(out), 440.0, 2.2);
+  // The stretcher's slot plays at exactly its speed.
+  EXPECT_NEAR(deck->Position() - start, 2 * kSecond * 1.08, 1e-6);
+  EXPECT_LT(LargestStep(out), 1.5f * sineSlope);
+
+  deck->setKeyShift(100);  // a semitone up, at the same tempo
+  RenderStepped(kSecond / 2, 441);
+  out = RenderStepped(2 * kSecond, 441);
+  EXPECT_NEAR(PeakFrequency(out), 440.0 * std::pow(2.0, 1.0 / 12), 2.4);
+}
+
+TEST_F(KeyLockTest, ARatioChangeIsOneRebuildAndOneQuietSwap) {
+  deck->setHq(true);
+  deck->setKeyLock(true);
+  deck->setPitch(400);
+  RenderStepped(kSecond, 441);
+  CStretchFeeder& feeder = deck->stretchFeeder();
+  int rebuilds = feeder.rebuilds(), swaps = feeder.swaps();
+  deck->setPitch(800);
+  std::vector<float> out = RenderStepped(kSecond, 441);
+  EXPECT_EQ(feeder.rebuilds() - rebuilds, 1);
+  EXPECT_EQ(feeder.swaps() - swaps, 1);
+  EXPECT_DOUBLE_EQ(deck->speed.load(), 1.08);
+  EXPECT_LT(LargestStep(out), 1.5f * sineSlope) << "the 88-frame crossfade hides the swap";
+
+  // Braking leaves the stretcher for the record's own speed, and crossfades over.
+  deck->setBrake(1);
+  out = RenderStepped(kSecond / 4, 441);
+  EXPECT_LT(LargestStep(out), 1.5f * sineSlope);
+  EXPECT_LT(deck->speed.load(), 1.0);
+}
+
 TEST_F(DeckTest, KeyLockAtNormalSpeedPlaysTheTrackBitExact) {
   std::vector<int16_t> in = MakeTestSignal(5 * kSecond, 4);
   LoadTrack(in, true);
@@ -95,6 +147,30 @@ TEST_F(DeckTest, KeyLockAtNormalSpeedPlaysTheTrackBitExact) {
   for (int k = 0; k < 3 * kSecond; ++k) {
     ASSERT_EQ(out[2 * static_cast<size_t>(k)], in[2 * static_cast<size_t>(first + k)] * 3e-05f) << k;
   }
+}
+
+TEST_F(DeckTest, KeyShiftMovesTheKeyWithinItsModeAndBendsReturnToThePitch) {
+  deck->setKeyShift(200);
+  EXPECT_EQ(deck->resultingKey(11), 1) << "major G + 2 semitones wraps to A";
+  EXPECT_EQ(deck->resultingKey(24), 14) << "and a minor key stays minor";
+  deck->setKeyShift(-149);
+  EXPECT_EQ(deck->resultingKey(13), 24) << "-1.49 semitones rounds to -1";
+  EXPECT_EQ(deck->resultingKey(0), 0);
+  EXPECT_EQ(deck->resultingKey(25), 0);
+  EXPECT_NEAR(deck->wantedScale.load(), std::pow(2.0, -149 / 1200.0), 1e-12);
+
+  deck->setPitch(300);
+  deck->bendStart(1);
+  int last = deck->getPitch();
+  for (int tick = 0; tick < 30; ++tick) {
+    deck->BendTick();
+    ASSERT_GT(deck->getPitch(), last) << "a held bend keeps growing, tick " << tick;
+    last = deck->getPitch();
+  }
+  EXPECT_DOUBLE_EQ(deck->targetSpeed.load(), 1.0 + last * 0.0001);
+  deck->bendStop(1);
+  EXPECT_EQ(deck->getPitch(), 300);
+  EXPECT_DOUBLE_EQ(deck->targetSpeed.load(), 1.03);
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "audio/OfflineOutput.h"
 #include "audio/Threads.h"
 #include "deck/SoundSource.h"
+#include "deck/StretchFeeder.h"
 #include "support/AllocationCounter.h"
 #include "support/TestFiles.h"
 
@@ -41,6 +42,50 @@ TEST(Realtime, FourPlayingDecksMixWithoutAllocating) {
   float peak = 0;
   for (float v : block) peak = std::max(peak, std::abs(v));
   EXPECT_GT(peak, 0.1f) << "the decks really played";
+  for (int d = 0; d < kDeckCount; ++d) EXPECT_TRUE(g_engine.decks[d]->IsPlaying());
+
+  EngineDeleteAudioObjects();
+  SetThreadsManual(false);
+}
+
+// The busiest a deck gets: four decks key-locked through Rubber Band, two of them looping and
+// one scratched, with slot swaps from pitch changes and a switch of renderer on each scratch.
+TEST(Realtime, KeyLockedLoopingScratchedDecksMixWithoutAllocating) {
+  ScopedDataRoot root;
+  SetThreadsManual(true);
+  ASSERT_TRUE(EngineInitFolders(nullptr));
+  EngineCreateAudioObjects();
+  for (int d = 0; d < kDeckCount; ++d) {
+    std::string path = root.path() + "deck" + std::to_string(d) + ".wav";
+    WriteStereo16(path, MakeTestSignal(30 * 44100, d + 1));
+    CSoundSource* deck = g_engine.decks[d];
+    ASSERT_TRUE(deck->load(path, 1, nullptr, 1));
+    while (deck->loadPending.load()) deck->loaderPass();
+    deck->setHq(true);
+    deck->setKeyLock(true);
+    deck->setPitch(300 * d - 400);
+  }
+  COfflineOutput output(360);
+  std::vector<float> block(2 * 360);
+  for (int i = 0; i < 100; ++i) output.PullBlock(block.data());  // slots built, stretchers warm
+  g_engine.decks[1]->beatLoop(32);
+  g_engine.decks[2]->beatLoop(256);
+
+  ResetAudioThreadCounts();
+  unsigned long waitsBefore = rt::BlockingWaitsOnAudioThread();
+  for (int i = 0; i < 1200; ++i) {
+    if (i % 300 == 0) g_engine.decks[0]->setPitch(i / 3);  // a swap of slots
+    if (i % 200 == 50) g_engine.decks[3]->scratchStart(100, 0);
+    if (i % 200 > 50 && i % 200 < 120) g_engine.decks[3]->scratchMove(100 - (i % 200 - 50));
+    if (i % 200 == 120) g_engine.decks[3]->scratchEnd();
+    if (i % 8 == 0) g_engine.decks[3]->scratchTick(7);
+    output.PullBlock(block.data());
+  }
+  EXPECT_EQ(AudioThreadAllocations(), 0u);
+  EXPECT_EQ(AudioThreadFrees(), 0u);
+  EXPECT_EQ(rt::BlockingWaitsOnAudioThread(), waitsBefore);
+  EXPECT_GT(g_engine.decks[0]->stretchFeeder().swaps(), 2) << "the slots really swapped";
+  EXPECT_GT(g_engine.decks[1]->loopPasses.load(), 10) << "the loop really ran";
   for (int d = 0; d < kDeckCount; ++d) EXPECT_TRUE(g_engine.decks[d]->IsPlaying());
 
   EngineDeleteAudioObjects();

@@ -20,6 +20,16 @@
 
 namespace {
 
+// Joins a thread on every way out of the test, so a failed assertion fails the test.
+struct JoinGuard {
+  std::atomic<bool>& stop;
+  std::thread& thread;
+  ~JoinGuard() {
+    stop = true;
+    if (thread.joinable()) thread.join();
+  }
+};
+
 TEST(ThreadedDeck, LoadsSeeksAndStopsWhileTheAudioThreadRenders) {
   TempFolder folder;
   std::string tracks[2] = {folder.File("a.wav"), folder.File("b.wav")};
@@ -39,6 +49,11 @@ TEST(ThreadedDeck, LoadsSeeksAndStopsWhileTheAudioThreadRenders) {
       std::this_thread::sleep_for(std::chrono::microseconds(200));
     }
   });
+  JoinGuard audioGuard{stop, audio};
+
+  // A seek needs a track: the storm starts once the first load is in.
+  ASSERT_TRUE(deck.load(tracks[1], 1, nullptr, 1));
+  ASSERT_TRUE(WaitFor([&] { return deck.fileOpen.load(); }, kIdleWorkDeadline));
 
   // At least a second and a half of mayhem, and on a busy machine as long as it takes for
   // the floors below to be reached; a deck that hangs is caught by the far deadline.
@@ -90,16 +105,6 @@ class SteadyTempoAnalysis : public CDeckAnalysis {
   void AnalyseWholeTrack(CSoundSource&) override {}
   float EstimateWindowBpm(const float*, int) override { return 128.0f; }
   void SaveStripes(CSoundSource&) override {}
-};
-
-// Joins a thread on every way out of the test, so a failed assertion fails the test.
-struct JoinGuard {
-  std::atomic<bool>& stop;
-  std::thread& thread;
-  ~JoinGuard() {
-    stop = true;
-    if (thread.joinable()) thread.join();
-  }
 };
 
 // The tempo of a streamed track comes from the blocks under the play head while the loader

@@ -70,7 +70,8 @@ ParsedArgs ParseArgs(int argc, char** argv, const std::vector<std::string>& flag
   for (int i = 1; i < argc; ++i) {
     std::string word = argv[i];
     if (word.size() > 1 && word[0] == '-') {
-      std::string name = word.substr(word.find_first_not_of('-'));
+      size_t dashes = word.find_first_not_of('-');
+      std::string name = dashes == std::string::npos ? std::string() : word.substr(dashes);  // "--" alone
       bool isFlag = false;
       for (const auto& flag : flags) isFlag = isFlag || flag == name;
       std::string value = (!isFlag && i + 1 < argc) ? argv[++i] : "";

@@ -12,6 +12,7 @@
 #include "Commands.h"
 #include "LumoSession.h"
 #include "RenderMixOptions.h"
+#include "RenderDeckOptions.h"
 #include "app/base/NumberText.h"
 #include "audio/OfflineOutput.h"
 #include "audio/SampleConversions.h"
@@ -70,13 +71,14 @@ int RunRenderCommand(int argc, char** argv) {
   RenderMixOptions mixOptions;
   auto output = args.Get("o") ? args.Get("o") : args.Get("output");
   double startAt = -1, jump = -1;
+  RenderDeckOptions deckOptions;
   if (args.positional.size() != 1 || !output || !ParseSeconds(args.Get("seconds"), seconds) ||
       !ParsePosition(args, "start", startAt) || !ParsePosition(args, "seek", jump) ||
       (args.Has("block") && (!ParseInt(*args.Get("block"), block) || block < 1 || block > 4410)) ||
-      !ParseRenderMixOptions(args, mixOptions)) {
+      !ParseRenderMixOptions(args, mixOptions) || !deckOptions.Parse(args)) {
     std::fprintf(stderr,
-                 "usage: lumo render FILE -o OUT.wav [--seconds S] [--block 1..4410] [--float] [--start S] [--seek S]%s\n",
-                 RenderMixUsage());
+                 "usage: lumo render FILE -o OUT.wav [--seconds S] [--block 1..4410] [--float] [--start S] [--seek S]%s %s\n",
+                 RenderMixUsage(), RenderDeckOptions::Usage());
     return 2;
   }
   bool asFloat = args.Has("float");
@@ -87,6 +89,7 @@ int RunRenderCommand(int argc, char** argv) {
   if (!WithinTrack(deck, startAt) || !WithinTrack(deck, jump)) return 1;
   if (startAt >= 0 && !JumpTo(deck, startAt, true)) return 1;
   if (!ApplyRenderMixOptions(mixOptions)) return 1;
+  deckOptions.ApplyAtStart(deck);
 
   CDecoderWAV writer(100);
   AudioFormat format{44100, 2, asFloat ? 32 : 16, asFloat ? 32 : 16, 0, 0};
@@ -116,6 +119,7 @@ int RunRenderCommand(int argc, char** argv) {
     // After the end, one more stop fade's worth so the file ends in silence, not a click.
     if (tail < 0 && DeckReachedEnd(deck)) tail = (441 + block - 1) / block;
     if (tail > 0) --tail;
+    deckOptions.Step(deck, rendered);
     if (rendered % (44100 * 10) < block) ShowProgress(rendered / 44100.0, limit / 44100.0, "rendering");
   }
   writer.close();

@@ -24,7 +24,7 @@ const std::vector<CommandHelp> kCommands = {
      {{"--device DEVICE", kDeviceText}, {"--seconds S", "Stop after S seconds."}}},
     {"render",
      "lumo render FILE -o OUT.wav [--seconds S] [--block FRAMES] [--float] [--start S] [--seek S] "
-     "[MIXER OPTIONS]",
+     "[MIXER AND DECK OPTIONS]",
      "Render a file through the engine into a WAV file, faster than real time.",
      "Pulls the real engine through the offline output as fast as the machine allows and "
      "writes what the master bus carried: 16-bit by default.",
@@ -42,7 +42,17 @@ const std::vector<CommandHelp> kCommands = {
       {"--fx NAME[:WET[:P1[:P2]]]",
        "Switch on a channel effect by its action name (fxFlanger, fxEcho...), with its mix 0 to 1 "
        "and two parameters 0 to 1000. May be given more than once."},
-      {"--chain FILE.knf", "Load a user effect chain file on the channel."}}},
+      {"--chain FILE.knf", "Load a user effect chain file on the channel."},
+      {"--pitch PERCENT", "Deck A's pitch in percent, within --range."},
+      {"--range PERCENT", "The pitch fader's range, 1 to 100 (default 100)."},
+      {"--keylock splice|rubberband", "Keep the key while the pitch changes, by either method."},
+      {"--key-shift CENTS", "Shift the key by -2400 to 2400 cents."},
+      {"--cue S", "Set the cue point at S seconds."},
+      {"--hotcue N:S", "Set hot cue N (1 to 8) at S seconds; may be given more than once."},
+      {"--loop START_S:BEATS",
+       "A beat loop from START_S seconds, BEATS a power of two from 1/16 to 32."},
+      {"--reverse AT_S", "Play in reverse from AT_S seconds of the render."},
+      {"--brake AT_S", "Brake to a standstill from AT_S seconds of the render."}}},
     {"analyse", "lumo analyse [--json] [--jobs N] PATH...",
      "Analyse files and folders: tempo, beat grid, gain and key, into the library.",
      "Takes files and folders (recursively), shows files done and time left, stores each result "
