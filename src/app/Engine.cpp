@@ -31,6 +31,7 @@ constexpr int kMasterPanel = 6;
 std::string DatabasePath() { return Folders().database + "db.knx"; }
 
 std::unique_ptr<CSongDatabaseSaver> g_databaseSaver;
+EngineAnalysisHooks g_analysisHooks;
 
 }  // namespace
 
@@ -88,7 +89,13 @@ void EngineCreateAnalysis() {
     g_engine.deckAnalysis[d] = new CDeckStripeAnalysis;
     EngineSetDeckAnalysis(d, g_engine.deckAnalysis[d]);
   }
-  g_engine.fileWorker = new CFileWorker(nullptr, nullptr);
+  g_engine.fileWorker = new CFileWorker(
+      [](size_t queued, const std::string& path) {
+        if (g_analysisHooks.status) g_analysisHooks.status(queued, path);
+      },
+      [](const std::string&, const TrackAnalysis& result) {
+        if (g_analysisHooks.songAnalysed) g_analysisHooks.songAnalysed(result.name);
+      });
 }
 
 void EngineStartThreads() {
@@ -100,6 +107,12 @@ void EngineStartThreads() {
 void EngineStopThreads() {
   delete g_engine.fileWorker;  // stops its thread first
   g_engine.fileWorker = nullptr;
+}
+
+void EngineSetAnalysisHooks(EngineAnalysisHooks hooks) { g_analysisHooks = std::move(hooks); }
+
+void EngineEnqueueForAnalysis(const std::string& path) {
+  if (g_engine.fileWorker) g_engine.fileWorker->Enqueue(path);
 }
 
 void EngineCloseOutputs() { CloseAudioOutputs(1); }
