@@ -32,6 +32,7 @@ struct CZQAbstractList::Entry {
   std::string haystack;
 
   explicit Entry(const TZQListElement& r) : row(r) { Index(); }
+  explicit Entry(TZQListElement&& r) : row(std::move(r)) { Index(); }
   void Index() {
     haystack.clear();
     for (int c : {kColTitle, kColArtist, kColComment, kColAlbum}) {
@@ -129,6 +130,16 @@ void CZQAbstractList::AddRow(const TZQListElement& row) {
   {
     std::lock_guard guard(rowsLock_);
     AppendLocked(std::make_unique<Entry>(row));
+  }
+  Notify();
+}
+
+void CZQAbstractList::AddRows(std::vector<TZQListElement>&& rows) {
+  if (rows.empty()) return;
+  {
+    std::lock_guard guard(rowsLock_);
+    rows_.reserve(rows_.size() + rows.size());
+    for (TZQListElement& row : rows) AppendLocked(std::make_unique<Entry>(std::move(row)));
   }
   Notify();
 }

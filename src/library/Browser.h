@@ -60,6 +60,8 @@ class CZQBrowser {
   CZQAbstractList* List(int index) const;
   int SaveLists();
   int LoadLists();
+  // LoadLists over text in memory; path names it in the log.
+  int LoadListsText(const std::string& bytes, const std::string& path);
 
   // Puts a list into list control 0 or 1: the scroll state of the list that leaves is kept in
   // it, the one of the list that comes is restored (-1 stored resets to 0).
