@@ -19,7 +19,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "analysis/KeyNotation.h"
+#include "TestKeyNames.h"
 #include "library/KeyNaming.h"
 #include "library/ListRow.h"
 #include "library/SongDatabase.h"
@@ -83,7 +83,7 @@ void WriteTags(const std::string& path) {
 class TagReaderFormats : public ::testing::TestWithParam<const char*> {
  protected:
   void SetUp() override {
-    SetKeyNaming(KeyIndexName, KeyIndexFromName);
+    UseTestKeyNames();
     LoadSongDatabase(folder.File("db.knx"));
   }
   void TearDown() override { DropSongDatabase(); }
@@ -109,7 +109,7 @@ TEST_P(TagReaderFormats, EveryColumnTheKeyAndTheCleanedComment) {
   EXPECT_EQ(row.column[kColComment], "peak time tune");
   TSongRecord record;
   ASSERT_TRUE(FindSong(path.substr(path.find_last_of('/') + 1), record)) << "the tag's key is stored";
-  EXPECT_EQ(record.pitchKey, KeyIndexFromName("Am"));
+  EXPECT_EQ(record.pitchKey, TestKeyIndex("Am"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, TagReaderFormats,
