@@ -6,6 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <taglib/aifffile.h>
+#include <taglib/attachedpictureframe.h>
+#include <taglib/flacfile.h>
+#include <taglib/flacpicture.h>
 #include <taglib/asffile.h>
 #include <taglib/mp4file.h>
 #include <taglib/commentsframe.h>
@@ -131,6 +134,39 @@ TEST(TagReader, NamesWithoutTagsVirtualPathsAndGenres) {
   EXPECT_EQ(GenreIndex("  techno "), GenreIndex("Techno"));
   EXPECT_EQ(GenreIndex(""), -1);
   EXPECT_EQ(GenreIndex("No Such Genre"), -1);
+}
+
+TEST(TagReader, CoverArtComesFromId3AndFlacPicturesWithoutDecoding) {
+  TempFolder folder;
+  const TagLib::ByteVector picture("\xff\xd8\xff\xe0 not really a jpeg", 25);
+  const std::string mp3 = folder.File("cover.mp3"), flac = folder.File("cover.flac");
+  if (!MakeAudio(mp3) || !MakeAudio(flac)) GTEST_SKIP() << "ffmpeg is needed";
+  {
+    TagLib::MPEG::File file(mp3.c_str());
+    auto* frame = new TagLib::ID3v2::AttachedPictureFrame;
+    frame->setMimeType("image/jpeg");
+    frame->setType(TagLib::ID3v2::AttachedPictureFrame::FrontCover);
+    frame->setPicture(picture);
+    file.ID3v2Tag(true)->addFrame(frame);
+    ASSERT_TRUE(file.save());
+  }
+  {
+    TagLib::FLAC::File file(flac.c_str());
+    auto* art = new TagLib::FLAC::Picture;
+    art->setMimeType("image/png");
+    art->setData(picture);
+    file.addPicture(art);
+    ASSERT_TRUE(file.save());
+  }
+  std::vector<unsigned char> bytes;
+  std::string mime;
+  ASSERT_TRUE(ZQTagReader::ReadCoverArt(mp3, bytes, mime));
+  EXPECT_EQ(mime, "image/jpeg");
+  EXPECT_EQ(std::string(bytes.begin(), bytes.end()), std::string(picture.data(), picture.size()));
+  ASSERT_TRUE(ZQTagReader::ReadCoverArt(flac, bytes, mime));
+  EXPECT_EQ(mime, "image/png");
+  EXPECT_EQ(bytes.size(), 25u);
+  EXPECT_FALSE(ZQTagReader::ReadCoverArt(folder.File("none.mp3"), bytes, mime));
 }
 
 }  // namespace
