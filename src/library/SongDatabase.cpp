@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <memory>
+#include <thread>
 #include <mutex>
 #include <unordered_map>
 #include <unordered_set>
@@ -50,6 +51,7 @@ struct Database {
   FileIdentity known;  // of knownPath, as last read or written here
   std::atomic<SongChangeHook> changeHook{nullptr};
   std::atomic<void*> changeContext{nullptr};
+  std::atomic<int> hooksRunning{0};  // calls of the hook in flight, so removing it can wait them out
 };
 
 Database& Db() {
@@ -203,9 +205,11 @@ void StoreSong(const TSongRecord& record) {
     StoreLocked(*db.table, record);
     db.dirty.insert(record.name);
   }
-  if (SongChangeHook hook = db.changeHook.load(std::memory_order_acquire)) {
-    hook(db.changeContext.load(std::memory_order_relaxed));
+  db.hooksRunning.fetch_add(1, std::memory_order_seq_cst);
+  if (SongChangeHook hook = db.changeHook.load(std::memory_order_seq_cst)) {
+    hook(db.changeContext.load(std::memory_order_seq_cst));
   }
+  db.hooksRunning.fetch_sub(1, std::memory_order_seq_cst);
 }
 
 size_t SongCount() {
@@ -230,6 +234,9 @@ void DropSongDatabase() {
 
 void SetSongChangeHook(SongChangeHook hook, void* context) {
   Database& db = Db();
-  db.changeContext.store(context, std::memory_order_relaxed);
-  db.changeHook.store(hook, std::memory_order_release);
+  db.changeHook.store(nullptr, std::memory_order_seq_cst);
+  // A StoreSong that read the old hook may still be inside it: its receiver must outlive that.
+  while (db.hooksRunning.load(std::memory_order_seq_cst) != 0) std::this_thread::yield();
+  db.changeContext.store(context, std::memory_order_seq_cst);
+  db.changeHook.store(hook, std::memory_order_seq_cst);
 }
