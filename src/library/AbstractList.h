@@ -145,5 +145,6 @@ class CZQAbstractList {
   std::thread worker_;
 };
 
-// The lower-cased text search compares against; ASCII letters only, other bytes as they are.
+// The lower-cased text search compares against: ASCII and the Latin-1 letters of UTF-8; other
+// bytes stay as they are.
 std::string SearchFold(std::string_view text);

@@ -145,6 +145,9 @@ TEST_F(ListTest, SearchMatchesInsideWordsOfFourColumnsAndNewRowsOnRequest) {
   EXPECT_EQ(Titles(list), (std::vector<std::string>{"Song"}));
   list.SetSearch("love", true);
   EXPECT_EQ(Titles(list), (std::vector<std::string>{"Computer Love", "Tune"}));
+  list.AddRow(Row("Bj\xc3\xb6rk", "Joga"));
+  list.SetSearch("BJ\xc3\x96RK");
+  EXPECT_EQ(Titles(list), (std::vector<std::string>{"Joga"})) << "accented capitals fold too";
   list.SetSearch("kraftwerk computer");
   EXPECT_EQ(list.GetVisibleCount(), 0) << "a match never spans two columns";
 }
