@@ -36,6 +36,7 @@ std::string DatabasePath() { return Folders().database + "db.knx"; }
 std::string g_settingsPath;  // empty: the settings folder's config.xml
 
 std::unique_ptr<CSongDatabaseSaver> g_databaseSaver;
+EngineAnalysisHooks g_analysisHooks;
 
 }  // namespace
 
@@ -111,7 +112,13 @@ void EngineCreateAnalysis() {
     g_engine.deckAnalysis[d] = new CDeckStripeAnalysis;
     EngineSetDeckAnalysis(d, g_engine.deckAnalysis[d]);
   }
-  g_engine.fileWorker = new CFileWorker(nullptr, nullptr);
+  g_engine.fileWorker = new CFileWorker(
+      [](size_t queued, const std::string& path) {
+        if (g_analysisHooks.status) g_analysisHooks.status(queued, path);
+      },
+      [](const std::string&, const TrackAnalysis& result) {
+        if (g_analysisHooks.songAnalysed) g_analysisHooks.songAnalysed(result.name);
+      });
 }
 
 void EngineStartThreads() {
@@ -135,6 +142,12 @@ void EngineStopThreads() {
   g_engine.deckService = nullptr;
   delete g_engine.fileWorker;  // stops its thread first
   g_engine.fileWorker = nullptr;
+}
+
+void EngineSetAnalysisHooks(EngineAnalysisHooks hooks) { g_analysisHooks = std::move(hooks); }
+
+void EngineEnqueueForAnalysis(const std::string& path) {
+  if (g_engine.fileWorker) g_engine.fileWorker->Enqueue(path);
 }
 
 void EngineCloseOutputs() { CloseAudioOutputs(1); }

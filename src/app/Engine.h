@@ -6,6 +6,7 @@
 // Every object is a single global instance, null before it is created and after it is deleted;
 // users test for null. All of this runs on the main thread.
 
+#include <functional>
 #include <string>
 
 class CSoundSource;
@@ -67,8 +68,21 @@ void EngineStartThreads();
 void EngineStopThreads();
 void EngineCloseOutputs();
 void EngineDeleteAudioObjects();
-// Writes db.knx (the old file kept as db.knx.bak).
+// Stops the debounced saver and merges the last changes into db.knx (the old file kept as
+// db.knx.bak).
 void EngineSaveLibrary();
+
+// Where background analysis reports to (the browser): the status line text (queue length and
+// path, or 0 and "" when the queue ran empty) and each analysed song's bare file name, whose
+// list rows then show the new tempo, length and key. Called on the file worker's thread; set
+// before EngineCreateAnalysis.
+struct EngineAnalysisHooks {
+  std::function<void(size_t queued, const std::string& path)> status;
+  std::function<void(const std::string& bareName)> songAnalysed;
+};
+void EngineSetAnalysisHooks(EngineAnalysisHooks hooks);
+// Queues a song for background analysis (the browser's "analyze" action).
+void EngineEnqueueForAnalysis(const std::string& path);
 
 // Gives each deck its analysis port (null: none).
 void EngineSetDeckAnalysis(int deck, CDeckAnalysis* analysis);

@@ -32,6 +32,7 @@ struct CZQAbstractList::Entry {
   std::string haystack;
 
   explicit Entry(const TZQListElement& r) : row(r) { Index(); }
+  explicit Entry(TZQListElement&& r) : row(std::move(r)) { Index(); }
   void Index() {
     haystack.clear();
     for (int c : {kColTitle, kColArtist, kColComment, kColAlbum}) {
@@ -43,9 +44,16 @@ struct CZQAbstractList::Entry {
 
 std::string SearchFold(std::string_view text) {
   std::string out(text);
-  for (char& c : out) {
+  for (size_t i = 0; i < out.size(); ++i) {
+    char& c = out[i];
     if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
     if (c == kFieldSeparator) c = ' ';
+    // Latin-1 capitals in UTF-8 (C3 80 to C3 9E, but not the multiplication sign C3 97), so
+    // "BJÖRK" finds "Björk".
+    if (static_cast<unsigned char>(c) == 0xC3 && i + 1 < out.size()) {
+      const auto next = static_cast<unsigned char>(out[i + 1]);
+      if (next >= 0x80 && next <= 0x9E && next != 0x97) out[i + 1] = static_cast<char>(next + 0x20), ++i;
+    }
   }
   return out;
 }
@@ -129,6 +137,16 @@ void CZQAbstractList::AddRow(const TZQListElement& row) {
   {
     std::lock_guard guard(rowsLock_);
     AppendLocked(std::make_unique<Entry>(row));
+  }
+  Notify();
+}
+
+void CZQAbstractList::AddRows(std::vector<TZQListElement>&& rows) {
+  if (rows.empty()) return;
+  {
+    std::lock_guard guard(rowsLock_);
+    rows_.reserve(rows_.size() + rows.size());
+    for (TZQListElement& row : rows) AppendLocked(std::make_unique<Entry>(std::move(row)));
   }
   Notify();
 }

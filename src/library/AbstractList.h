@@ -61,8 +61,9 @@ class CZQAbstractList {
   // Adds every accepted file of a folder, sorted by name, then (recurse) its sub-folders; with
   // playlistsToo also the rows of the .m3u, .m3u8 and .knl files found. Returns files queued.
   int AddFolder(const std::string& path, bool recurse, bool playlistsToo);
-  // Adds a finished row (imports that bring their own texts).
+  // Adds finished rows (imports that bring their own texts, list files); one redraw.
   void AddRow(const TZQListElement& row);
+  void AddRows(std::vector<TZQListElement>&& rows);
   void Clear();
   // Waits until the worker has added every queued file.
   void FlushJobs();
@@ -144,5 +145,6 @@ class CZQAbstractList {
   std::thread worker_;
 };
 
-// The lower-cased text search compares against; ASCII letters only, other bytes as they are.
+// The lower-cased text search compares against: ASCII and the Latin-1 letters of UTF-8; other
+// bytes stay as they are.
 std::string SearchFold(std::string_view text);

@@ -3,7 +3,9 @@
 #include <glob.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <map>
 
 #include "app/base/AtomicFile.h"
@@ -117,6 +119,36 @@ void CZQBrowser::SelectNode(int index) {
     default:
       break;
   }
+}
+
+int CZQBrowser::ToggleFolder(int index) {
+  if (index < 0 || index >= static_cast<int>(nodes.size())) return 0;
+  const BrowserNode node = nodes[static_cast<size_t>(index)];
+  if (node.nodeType != kNodeDrive && node.nodeType != kNodeBigDrive && node.nodeType != kNodeFolder &&
+      node.nodeType != kNodeTop) {
+    return 0;
+  }
+  auto next = nodes.begin() + index + 1;
+  if (next != nodes.end() && next->depth > node.depth) {
+    auto end = std::find_if(next, nodes.end(), [&](const BrowserNode& n) { return n.depth <= node.depth; });
+    nodes.erase(next, end);
+    return 0;
+  }
+  std::vector<std::string> names;
+  std::error_code error;
+  for (std::filesystem::directory_iterator it(node.path, std::filesystem::directory_options::skip_permission_denied,
+                                              error), end;
+       !error && it != end; it.increment(error)) {
+    std::error_code typeError;
+    const std::string name = it->path().filename().string();
+    if (!name.empty() && name[0] != '.' && it->is_directory(typeError)) names.push_back(name);
+  }
+  std::sort(names.begin(), names.end());
+  std::vector<BrowserNode> children;
+  const std::string base = node.path.empty() || node.path.back() == '/' ? node.path : node.path + "/";
+  for (const std::string& name : names) children.push_back(BrowserNode{kNodeFolder, node.depth + 1, "<DIR>" + name, base + name, -1});
+  nodes.insert(nodes.begin() + index + 1, children.begin(), children.end());
+  return static_cast<int>(children.size());
 }
 
 int CZQBrowser::PlaceList(std::unique_ptr<CZQAbstractList> list) {

@@ -52,6 +52,9 @@ class CZQBrowser {
   void Build();
   // Shows the node: a folder fills the main list, a list node makes that list current.
   void SelectNode(int index);
+  // Opens a drive or folder node: its sub-folders (not hidden ones), sorted, become "<DIR>name"
+  // nodes one level deeper behind it. A second call closes it again. Returns the nodes added.
+  int ToggleFolder(int index);
   // A user list; an empty name takes the default name with a running number. -1 when all 100
   // places are taken.
   int CreateList(const std::string& name, int type = 0);
@@ -60,6 +63,8 @@ class CZQBrowser {
   CZQAbstractList* List(int index) const;
   int SaveLists();
   int LoadLists();
+  // LoadLists over text in memory; path names it in the log.
+  int LoadListsText(const std::string& bytes, const std::string& path);
 
   // Puts a list into list control 0 or 1: the scroll state of the list that leaves is kept in
   // it, the one of the list that comes is restored (-1 stored resets to 0).

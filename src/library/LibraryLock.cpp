@@ -1,15 +1,40 @@
 #include "library/LibraryLock.h"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/file.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <ctime>
 #include <thread>
 
 #include "app/base/Trace.h"
+
+namespace {
+
+// A writer killed mid-save leaves its temporary file behind. Saves take seconds at most, so one
+// older than this, found while holding the lock, belongs to no running save.
+constexpr long kStaleTemporarySeconds = 600;
+
+void RemoveStaleTemporaries(const std::string& folder) {
+  DIR* dir = ::opendir(folder.empty() ? "." : folder.c_str());
+  if (!dir) return;
+  const std::time_t now = std::time(nullptr);
+  while (dirent* entry = ::readdir(dir)) {
+    const std::string name = entry->d_name;
+    if (name.rfind(".zl", 0) != 0 || name.size() < 8 || name.compare(name.size() - 4, 4, ".tmp") != 0) continue;
+    const std::string path = folder + name;
+    struct stat info {};
+    if (::stat(path.c_str(), &info) == 0 && now - info.st_mtime > kStaleTemporarySeconds) ::unlink(path.c_str());
+  }
+  ::closedir(dir);
+}
+
+}  // namespace
 
 std::string LibraryLockFile(const std::string& path) {
   const size_t slash = path.find_last_of('/');
@@ -41,6 +66,8 @@ CLibraryLock::CLibraryLock(const std::string& path, int waitMs) {
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
   fd_ = fd;
+  const size_t slash = file.find_last_of('/');
+  RemoveStaleTemporaries(slash == std::string::npos ? std::string() : file.substr(0, slash + 1));
 }
 
 CLibraryLock::~CLibraryLock() {

@@ -108,7 +108,7 @@ int ParseListFileText(const std::string& bytes, CZQAbstractList& list, const std
     case XmlWalkResult::kOk:
       break;
   }
-  for (const TZQListElement& row : rows) list.AddRow(row);
+  list.AddRows(std::move(rows));
   return 1;
 }
 

@@ -87,6 +87,10 @@ int CZQBrowser::LoadLists() {
   const std::string path = databaseFolder_ + "lists.knx";
   std::string bytes;
   if (!ReadWholeFile(path, bytes)) return 0;
+  return LoadListsText(bytes, path);
+}
+
+int CZQBrowser::LoadListsText(const std::string& bytes, const std::string& path) {
   std::string why;
   bool builtInSeen[5] = {};
   const XmlWalkResult result = WalkXmlElements(

@@ -69,7 +69,10 @@ std::string MapForeignPath(const std::string& original, const std::string& folde
   const bool drive = HasDriveLetter(path);
   std::vector<std::string> candidates;
   if (drive) {
-    candidates.push_back(path.substr(2));
+    // "C:" alone or "C:name" (relative to that drive's folder) still names something under "/".
+    std::string rest = path.substr(2);
+    if (rest.empty() || rest[0] != '/') rest.insert(0, 1, '/');
+    candidates.push_back(rest);
   } else if (!path.empty() && path[0] == '/') {
     candidates.push_back(path);
   } else {

@@ -70,6 +70,7 @@ void DropSongDatabase();
 size_t UnsavedSongCount();
 
 // Called after every StoreSong, on the storing thread, outside the table's lock; the debounced
-// saver listens here. One hook; nullptr removes it.
+// saver listens here. One hook; nullptr removes it, and returns only once no call of the old
+// hook is still running.
 using SongChangeHook = void (*)(void* context);
 void SetSongChangeHook(SongChangeHook hook, void* context);

@@ -92,6 +92,30 @@ TEST_F(BrowserTest, ListsKnxRestoresListsRowsAndSettings) {
   EXPECT_EQ(browser.GenreItems(set).front(), "All Genres (2)");
 }
 
+TEST_F(BrowserTest, FoldersOpenAndCloseAndSelectingOneFillsTheMainList) {
+  Touch("crate/b/Two.mp3");
+  Touch("crate/a/One.mp3");
+  Touch("crate/.hidden/x.mp3");
+  Touch("crate/a/skip.txt");
+  CZQBrowser browser(db, playlists);
+  browser.Build();
+  browser.nodes.push_back(BrowserNode{kNodeFolder, 1, "<DIR>crate", folder.File("crate"), -1});
+  const int crate = static_cast<int>(browser.nodes.size()) - 1;
+  ASSERT_EQ(browser.ToggleFolder(crate), 2);
+  EXPECT_EQ(browser.nodes[crate + 1].label, "<DIR>a");
+  EXPECT_EQ(browser.nodes[crate + 1].depth, 2);
+  EXPECT_EQ(browser.nodes[crate + 2].label, "<DIR>b");
+  browser.SelectNode(crate + 1);
+  browser.List(browser.mainList)->FlushJobs();
+  EXPECT_EQ(browser.List(browser.mainList)->GetVisibleCount(), 1);
+  EXPECT_EQ(browser.currentItem, crate + 1);
+  browser.SelectNode(crate + 2);
+  browser.SelectNode(CZQBrowser::kRecentItem);
+  EXPECT_EQ(browser.currentItem, crate + 1) << "the recent item is the one before";
+  browser.ToggleFolder(crate);
+  EXPECT_EQ(static_cast<int>(browser.nodes.size()), crate + 1);
+}
+
 TEST_F(BrowserTest, AnalyzeFeedsTheWorkerAndResultsReachTheRows) {
   CZQBrowser browser(db, playlists);
   std::vector<std::string> queued;

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "analysis/KeyNotation.h"
+#include "TestKeyNames.h"
 #include "app/base/AtomicFile.h"
 #include "library/AbstractList.h"
 #include "library/KeyNaming.h"
@@ -24,7 +24,7 @@ namespace {
 class ListTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    SetKeyNaming(KeyIndexName, KeyIndexFromName);
+    UseTestKeyNames();
     LoadSongDatabase(folder.File("db.knx"));
   }
   void TearDown() override { DropSongDatabase(); }
@@ -53,7 +53,7 @@ TEST_F(ListTest, BuildRowTakesTheNameTheDatabaseAndTheCdgTwin) {
   record.name = "DJ One - Slow Jam.wav";
   record.bpm = 98.4f;
   record.durationMs = 215000;
-  record.pitchKey = KeyIndexFromName("Am");
+  record.pitchKey = TestKeyIndex("Am");
   StoreSong(record);
   record = {};
   record.name = "Fast.wav";
@@ -82,7 +82,7 @@ TEST_F(ListTest, BuildRowTakesTheNameTheDatabaseAndTheCdgTwin) {
   ASSERT_EQ(BuildRow(folder.File("Keyed.wav"), tagged, true, reader), 1);
   TSongRecord keyed;
   ASSERT_TRUE(FindSong("Keyed.wav", keyed));
-  EXPECT_EQ(keyed.pitchKey, KeyIndexFromName("F#m"));
+  EXPECT_EQ(keyed.pitchKey, TestKeyIndex("F#m"));
 
   Touch("karaoke/Sing.cdg");
   TZQListElement karaoke;
@@ -145,6 +145,9 @@ TEST_F(ListTest, SearchMatchesInsideWordsOfFourColumnsAndNewRowsOnRequest) {
   EXPECT_EQ(Titles(list), (std::vector<std::string>{"Song"}));
   list.SetSearch("love", true);
   EXPECT_EQ(Titles(list), (std::vector<std::string>{"Computer Love", "Tune"}));
+  list.AddRow(Row("Bj\xc3\xb6rk", "Joga"));
+  list.SetSearch("BJ\xc3\x96RK");
+  EXPECT_EQ(Titles(list), (std::vector<std::string>{"Joga"})) << "accented capitals fold too";
   list.SetSearch("kraftwerk computer");
   EXPECT_EQ(list.GetVisibleCount(), 0) << "a match never spans two columns";
 }

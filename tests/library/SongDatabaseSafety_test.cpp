@@ -19,6 +19,7 @@
 
 #include "app/base/AtomicFile.h"
 #include "app/base/Trace.h"
+#include "library/Browser.h"
 #include "library/SongDatabase.h"
 #include "library/SongDatabaseFile.h"
 #include "library/SongDatabaseSaver.h"
@@ -156,7 +157,10 @@ TEST_F(SongDatabaseSafety, TwoWritersAndALateCloseKeepEveryRecord) {
   EXPECT_TRUE(FindSong("b-119.mp3", read));
 }
 
-TEST_F(SongDatabaseSafety, KillNineAtRandomMomentsNeverBreaksTheFileNorLosesASavedSet) {
+TEST_F(SongDatabaseSafety, KillNineAtRandomMomentsNeverBreaksAFileNorLosesASavedSet) {
+  // The writer saves the database, a user list's .knl and lists.knx after every change.
+  const std::string playlists = folder.File("Playlists/");
+  std::filesystem::create_directories(playlists);
   std::mt19937 random(1234);
   std::set<std::string> confirmed;  // names a child reported saved
   for (int round = 0; round < 50; ++round) {
@@ -165,17 +169,24 @@ TEST_F(SongDatabaseSafety, KillNineAtRandomMomentsNeverBreaksTheFileNorLosesASav
     pid_t child = Spawn([&] {
       ::close(report[0]);
       LoadSongDatabase(path);
+      CZQBrowser browser(folder.path(), playlists);
+      browser.LoadLists();
+      int set = browser.FindList("set");
+      if (set < 0) set = browser.CreateList("set");
       for (int i = 0;; ++i) {
         const std::string name = "r" + std::to_string(round) + "-" + std::to_string(i) + ".mp3";
         StoreSong(Song(name));
-        if (FlushSongDatabase(path)) {
+        TZQListElement row;
+        row.column[kColPath] = "/music/" + name;
+        browser.List(set)->AddRow(row);
+        if (FlushSongDatabase(path) && browser.SaveLists()) {
           const std::string line = name + "\n";
           if (::write(report[1], line.data(), line.size()) < 0) ::_exit(5);
         }
       }
     });
     ::close(report[1]);
-    std::this_thread::sleep_for(std::chrono::microseconds(random() % 40000));
+    std::this_thread::sleep_for(std::chrono::microseconds(random() % 150000));
     ::kill(child, SIGKILL);
     ::waitpid(child, nullptr, 0);
     std::string reported;
@@ -190,6 +201,11 @@ TEST_F(SongDatabaseSafety, KillNineAtRandomMomentsNeverBreaksTheFileNorLosesASav
     std::set<std::string> names = NamesInFile(path, &parsed);
     ASSERT_TRUE(parsed) << "round " << round;
     for (const std::string& name : confirmed) ASSERT_TRUE(names.count(name)) << name << " lost in round " << round;
+    CZQBrowser reader(folder.path(), playlists);
+    ASSERT_EQ(reader.LoadLists(), 1) << "lists.knx broken in round " << round;
+    const int set = reader.FindList("set");
+    ASSERT_GE(set, 0);
+    ASSERT_GE(reader.List(set)->GetTotalCount(), static_cast<int>(confirmed.size())) << "round " << round;
   }
   EXPECT_FALSE(confirmed.empty());
 }

@@ -6,6 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <taglib/aifffile.h>
+#include <taglib/attachedpictureframe.h>
+#include <taglib/flacfile.h>
+#include <taglib/flacpicture.h>
 #include <taglib/asffile.h>
 #include <taglib/mp4file.h>
 #include <taglib/commentsframe.h>
@@ -19,7 +22,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "analysis/KeyNotation.h"
+#include "TestKeyNames.h"
 #include "library/KeyNaming.h"
 #include "library/ListRow.h"
 #include "library/SongDatabase.h"
@@ -83,7 +86,7 @@ void WriteTags(const std::string& path) {
 class TagReaderFormats : public ::testing::TestWithParam<const char*> {
  protected:
   void SetUp() override {
-    SetKeyNaming(KeyIndexName, KeyIndexFromName);
+    UseTestKeyNames();
     LoadSongDatabase(folder.File("db.knx"));
   }
   void TearDown() override { DropSongDatabase(); }
@@ -109,7 +112,7 @@ TEST_P(TagReaderFormats, EveryColumnTheKeyAndTheCleanedComment) {
   EXPECT_EQ(row.column[kColComment], "peak time tune");
   TSongRecord record;
   ASSERT_TRUE(FindSong(path.substr(path.find_last_of('/') + 1), record)) << "the tag's key is stored";
-  EXPECT_EQ(record.pitchKey, KeyIndexFromName("Am"));
+  EXPECT_EQ(record.pitchKey, TestKeyIndex("Am"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, TagReaderFormats,
@@ -131,6 +134,39 @@ TEST(TagReader, NamesWithoutTagsVirtualPathsAndGenres) {
   EXPECT_EQ(GenreIndex("  techno "), GenreIndex("Techno"));
   EXPECT_EQ(GenreIndex(""), -1);
   EXPECT_EQ(GenreIndex("No Such Genre"), -1);
+}
+
+TEST(TagReader, CoverArtComesFromId3AndFlacPicturesWithoutDecoding) {
+  TempFolder folder;
+  const TagLib::ByteVector picture("\xff\xd8\xff\xe0 not really a jpeg", 25);
+  const std::string mp3 = folder.File("cover.mp3"), flac = folder.File("cover.flac");
+  if (!MakeAudio(mp3) || !MakeAudio(flac)) GTEST_SKIP() << "ffmpeg is needed";
+  {
+    TagLib::MPEG::File file(mp3.c_str());
+    auto* frame = new TagLib::ID3v2::AttachedPictureFrame;
+    frame->setMimeType("image/jpeg");
+    frame->setType(TagLib::ID3v2::AttachedPictureFrame::FrontCover);
+    frame->setPicture(picture);
+    file.ID3v2Tag(true)->addFrame(frame);
+    ASSERT_TRUE(file.save());
+  }
+  {
+    TagLib::FLAC::File file(flac.c_str());
+    auto* art = new TagLib::FLAC::Picture;
+    art->setMimeType("image/png");
+    art->setData(picture);
+    file.addPicture(art);
+    ASSERT_TRUE(file.save());
+  }
+  std::vector<unsigned char> bytes;
+  std::string mime;
+  ASSERT_TRUE(ZQTagReader::ReadCoverArt(mp3, bytes, mime));
+  EXPECT_EQ(mime, "image/jpeg");
+  EXPECT_EQ(std::string(bytes.begin(), bytes.end()), std::string(picture.data(), picture.size()));
+  ASSERT_TRUE(ZQTagReader::ReadCoverArt(flac, bytes, mime));
+  EXPECT_EQ(mime, "image/png");
+  EXPECT_EQ(bytes.size(), 25u);
+  EXPECT_FALSE(ZQTagReader::ReadCoverArt(folder.File("none.mp3"), bytes, mime));
 }
 
 }  // namespace
