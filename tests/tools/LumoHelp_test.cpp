@@ -41,8 +41,11 @@ TEST(LumoHelp, EveryCommandExplainsItselfAndUnknownOptionsAreRefused) {
   EXPECT_NE(unknown.output.find("unknown option \"--bogus\""), std::string::npos) << unknown.output;
   EXPECT_EQ(RunLumo("no-such-command").status, 2);
   EXPECT_EQ(RunLumo("").status, 2);
-  // A value that looks like an option is the value, not an unknown option.
+  // A value that looks like an option is the value, not an unknown option, also where the
+  // option's placeholder is a range of negative numbers.
   EXPECT_NE(RunLumo("play song.wav --seconds -3").output.find("--seconds wants a positive number"),
+            std::string::npos);
+  EXPECT_EQ(RunLumo("render song.wav -o out.wav --filter -40 --pitch -8").output.find("unknown option"),
             std::string::npos);
   Result version = RunLumo("--version");
   EXPECT_EQ(version.status, 0);

@@ -1,5 +1,6 @@
 #include "HelpText.h"
 
+#include <cctype>
 #include <cstring>
 
 #ifndef LUMO_VERSION
@@ -111,7 +112,9 @@ bool MatchesSpec(const char* spec, const std::string& word, bool* takesValue) {
     size_t end = text.find_first_of(", ", at);
     std::string token = text.substr(at, end == std::string::npos ? std::string::npos : end - at);
     if (!token.empty()) {
-      if (token[0] == '-') {
+      // "-o" and "--filter" are names; "-99..99" is the placeholder of a value.
+      const size_t letter = token.find_first_not_of('-');
+      if (token[0] == '-' && letter != std::string::npos && std::isalpha(static_cast<unsigned char>(token[letter]))) {
         matched = matched || token == word;
       } else {
         *takesValue = true;
