@@ -9,6 +9,7 @@
 #include "app/Engine.h"
 #include "app/Settings.h"
 #include "app/base/Trace.h"
+#include "audio/Mixer.h"
 #include "audio/OutputOptions.h"
 #include "audio/devices/OutputLayer.h"
 #include "deck/SoundSource.h"
@@ -81,8 +82,15 @@ void ApplySettings() {
   g_outputOptions.muteOutput = s.naudio;
   g_outputOptions.smoothGainInExternal = s.dsblcf ? 0 : 1;
 
-  for (CSoundSource* deck : g_engine.decks)
-    if (deck) deck->autoCueDisabled = s.disacu;
+  const int keyLocks[kDeckCount] = {s.keylk0, s.keylk1, s.keylk2, s.keylk3};
+  for (int d = 0; d < kDeckCount; ++d) {
+    CSoundSource* deck = g_engine.decks[d];
+    if (!deck) continue;
+    deck->autoCueDisabled = s.disacu;
+    deck->setHq(s.hqtime != 0);
+    deck->setKeyLock(keyLocks[d] != 0);
+  }
+  if (g_engine.mixer) g_engine.mixer->SetCrossfaderCurve(s.cfcurv);
 }
 
 void CollectSettings() {
@@ -97,4 +105,9 @@ void CollectSettings() {
     s.audio1 = secondary ? secondary->name : std::string();
   }
   s.audmod = g_outputOptions.mode.load();
+  int* keyLocks[kDeckCount] = {&s.keylk0, &s.keylk1, &s.keylk2, &s.keylk3};
+  for (int d = 0; d < kDeckCount; ++d) {
+    if (g_engine.decks[d]) *keyLocks[d] = g_engine.decks[d]->keyLockOn.load(std::memory_order_relaxed) ? 1 : 0;
+  }
+  if (g_engine.mixer) s.cfcurv = g_engine.mixer->CrossfaderCurve();
 }

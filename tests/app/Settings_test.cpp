@@ -185,6 +185,7 @@ TEST_F(SettingsFile, ApplyHandsTheEngineWhatTheFileSays) {
       "<setting name=\"audmod\" value=\"1\" type=\"0\"/>\n"
       "<setting name=\"extmix\" value=\"1\" type=\"0\"/>\n"
       "<setting name=\"disacu\" value=\"1\" type=\"0\"/>\n"
+      "<setting name=\"keylk0\" value=\"1\" type=\"0\"/>\n"
       "<setting name=\"dsblcf\" value=\"1\" type=\"0\"/>\n"
       "<setting name=\"skinf1\" value=\"gone.xml\" type=\"1\"/>\n"
       "<setting name=\"maxram\" value=\"5\" type=\"0\"/>\n"
@@ -199,6 +200,7 @@ TEST_F(SettingsFile, ApplyHandsTheEngineWhatTheFileSays) {
   EXPECT_EQ(g_outputOptions.externalMixer.load(), 1);
   EXPECT_EQ(g_outputOptions.smoothGainInExternal.load(), 0);
   EXPECT_EQ(deck.autoCueDisabled.load(), 1);
+  EXPECT_EQ(deck.keyLockOn.load(), 1) << "deck A starts key-locked, as it was left";
   EXPECT_EQ(g_settings.skinf1, "") << "a skin that is gone falls back to the default";
   EXPECT_TRUE(log.Saw("output device \"ALSA: a card that was unplugged\" is not here"));
   EXPECT_EQ(g_outputSelection.primary, DefaultOutputDevice());
