@@ -79,7 +79,12 @@ void ZQOnsetEnvelope::RunFrame(const float* window) {
     const int first = std::max(1, static_cast<int>(kBandEdgesHz[b] / kBinHz));
     const int last = std::min(kBins, static_cast<int>(kBandEdgesHz[b + 1] / kBinHz));
     float flux = 0.0f;
-    for (int k = first; k < last; ++k) flux += std::max(logMagnitude_[k] - previous_[k], 0.0f);
+    // Against the loudest of the previous frame's neighbouring bins: a steady tone whose energy
+    // wobbles between two bins (vibrato, two close partials) is not a new sound.
+    for (int k = first; k < last; ++k) {
+      const float before = std::max({previous_[k - 1], previous_[k], previous_[std::min(k + 1, kBins - 1)]});
+      flux += std::max(logMagnitude_[k] - before, 0.0f);
+    }
     bands_[static_cast<size_t>(b)][static_cast<size_t>(frames_)] = flux / static_cast<float>(last - first);
   }
   std::swap(logMagnitude_, previous_);

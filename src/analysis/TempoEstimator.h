@@ -24,9 +24,9 @@ class ZQTempoEstimator {
  public:
   static constexpr double kSlowest = 40.0, kFastest = 240.0;
   // Below this the estimate is not trusted to choose the tempo alone.
-  static constexpr double kConfident = 0.3;
+  static constexpr double kConfident = 0.4;
   // Below this there is no beat at all.
-  static constexpr double kBeatless = 0.2;
+  static constexpr double kBeatless = 0.25;
 
   ZQTempoEstimator();
   void Start(int seconds);
@@ -35,16 +35,17 @@ class ZQTempoEstimator {
   TempoEstimate Estimate(TempoRange range);
 
  private:
-  void BuildOnsetCurve();
+  void BuildOnsetCurve(const float* weights, std::vector<float>& curve);
   void Autocorrelate();
+  double AcfAt(double lag) const;        // interpolated between whole lags
   double Periodicity(double bpm) const;  // 0..1 of the zero-lag energy
+  double Sharpness(double bpm) const;
   double RefinePeak(double bpm) const;
-  double GridFit(double bpm);            // how well a beat grid at bpm explains the onsets
+  double OffBeatRatio(double bpm);       // half-beat onsets against beat onsets, 0..1+
 
   ZQOnsetEnvelope envelope_;
   std::vector<float> onsets_;
   std::vector<double> acf_;
-  std::vector<float> beatPeaks_;
   std::vector<double> fold_;
   int frames_ = 0;
 };

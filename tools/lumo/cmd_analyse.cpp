@@ -10,12 +10,14 @@
 #include <cstring>
 #include <filesystem>
 #include <mutex>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "analysis/StripeFile.h"
 #include "analysis/StripeMarks.h"
+#include "analysis/TempoRange.h"
 #include "analysis/TrackAnalyzer.h"
 #include "app/DataFolders.h"
 #include "app/base/NumberText.h"
@@ -30,13 +32,20 @@ constexpr int kMaxJobs = 64;
 
 struct Options {
   bool json = false;
+  bool force = false;
+  TempoRange range = TempoRange::kAuto;
   int jobs = 1;
   std::vector<std::string> paths;
 };
 
 void Usage() {
-  std::fprintf(stderr, "usage: lumo analyse [--json] [--jobs N] PATH...\n"
-                       "  Analyses audio files (folders recursively): tempo, beat grid, gain, key.\n");
+  std::fprintf(stderr,
+               "usage: lumo analyse [--json] [--jobs N] [--force] [--range R] PATH...\n"
+               "  Analyses audio files (folders recursively): tempo, beat grid, gain, key.\n"
+               "  --json      one JSON object per file, failures included\n"
+               "  --jobs N    analyse N files at once (1..64)\n"
+               "  --force     analyse songs again that already have a tempo and a stripe\n"
+               "  --range R   fold tempi into auto, 60-120, 70-140, 80-160, 90-180 or 100-200\n");
 }
 
 bool ParseOptions(int argc, char** argv, Options& options) {
@@ -48,6 +57,12 @@ bool ParseOptions(int argc, char** argv, Options& options) {
       long long jobs = 0;
       if (i + 1 >= argc || !ParseInt(argv[++i], jobs) || jobs < 1 || jobs > kMaxJobs) return false;
       options.jobs = static_cast<int>(jobs);
+    } else if (arg == "--force") {
+      options.force = true;
+    } else if (arg == "--range") {
+      if (i + 1 >= argc || !ParseTempoRange(argv[++i], options.range)) return false;
+    } else if (arg.rfind("--range=", 0) == 0) {
+      if (!ParseTempoRange(arg.substr(8), options.range)) return false;
     } else if (arg.rfind("--jobs=", 0) == 0) {
       long long jobs = 0;
       if (!ParseInt(arg.substr(7), jobs) || jobs < 1 || jobs > kMaxJobs) return false;
@@ -62,7 +77,8 @@ bool ParseOptions(int argc, char** argv, Options& options) {
 }
 
 // Files in command-line order; each folder's files sorted, so runs are repeatable.
-std::vector<std::string> CollectFiles(const std::vector<std::string>& paths) {
+// A path that is neither counts in missing.
+std::vector<std::string> CollectFiles(const std::vector<std::string>& paths, size_t& missing) {
   std::vector<std::string> files;
   for (const std::string& path : paths) {
     std::error_code error;
@@ -78,9 +94,29 @@ std::vector<std::string> CollectFiles(const std::vector<std::string>& paths) {
       files.push_back(path);
     } else {
       std::fprintf(stderr, "lumo analyse: %s: no such file or folder\n", path.c_str());
+      ++missing;
     }
   }
   return files;
+}
+
+// Length of the well-formed UTF-8 sequence at text[i], 0 when it is not one: no overlong forms,
+// no surrogates (ED A0..BF), nothing above U+10FFFF.
+size_t Utf8SequenceLength(const std::string& text, size_t i) {
+  const auto byte = [&](size_t k) { return static_cast<unsigned char>(text[k]); };
+  const unsigned char c = byte(i);
+  if (c < 0x80) return 1;
+  size_t length = 0;
+  unsigned char low = 0x80, high = 0xBF;  // allowed range of the second byte
+  if (c >= 0xC2 && c <= 0xDF) length = 2;
+  else if (c >= 0xE0 && c <= 0xEF) length = 3, low = c == 0xE0 ? 0xA0 : 0x80, high = c == 0xED ? 0x9F : 0xBF;
+  else if (c >= 0xF0 && c <= 0xF4) length = 4, low = c == 0xF0 ? 0x90 : 0x80, high = c == 0xF4 ? 0x8F : 0xBF;
+  else return 0;
+  if (i + length > text.size() || byte(i + 1) < low || byte(i + 1) > high) return 0;
+  for (size_t k = 2; k < length; ++k) {
+    if ((byte(i + k) & 0xC0) != 0x80) return 0;
+  }
+  return length;
 }
 
 // JSON strings are UTF-8: bytes that are not become U+FFFD, so the line always parses.
@@ -88,10 +124,8 @@ std::string JsonString(const std::string& text) {
   std::string out = "\"";
   for (size_t i = 0; i < text.size();) {
     const unsigned char c = static_cast<unsigned char>(text[i]);
-    int length = c < 0x80 ? 1 : (c & 0xE0) == 0xC0 ? 2 : (c & 0xF0) == 0xE0 ? 3 : (c & 0xF8) == 0xF0 ? 4 : 0;
-    bool valid = length > 0 && i + static_cast<size_t>(length) <= text.size() && !(length == 2 && c < 0xC2);
-    for (int k = 1; valid && k < length; ++k) valid = (static_cast<unsigned char>(text[i + k]) & 0xC0) == 0x80;
-    if (!valid) {
+    const size_t length = Utf8SequenceLength(text, i);
+    if (length == 0) {
       out += "\\ufffd";
       ++i;
       continue;
@@ -102,11 +136,17 @@ std::string JsonString(const std::string& text) {
       std::snprintf(escape, sizeof escape, "\\u%04x", c);
       out += escape;
     } else {
-      out.append(text, i, static_cast<size_t>(length));
+      out.append(text, i, length);
     }
-    i += static_cast<size_t>(length);
+    i += length;
   }
   return out + "\"";
+}
+
+// A file that was not analysed: a JSON line with the reason, or the reason on stderr.
+std::string NotAnalysedLine(const std::string& path, const char* reason, bool failed, bool json) {
+  if (json) return "{\"path\":" + JsonString(path) + (failed ? ",\"error\":" : ",\"skipped\":") + JsonString(reason) + "}";
+  return "lumo analyse: " + path + ": " + reason;
 }
 
 std::string ResultLine(const std::string& path, const TrackAnalysis& r, int marks, bool json) {
@@ -114,6 +154,7 @@ std::string ResultLine(const std::string& path, const TrackAnalysis& r, int mark
   const std::string key = r.key.known() ? KeyText(r.key) : "";
   if (json) {
     return "{\"path\":" + JsonString(path) + ",\"name\":" + JsonString(r.name) + ",\"bpm\":" + FormatFixed(r.bpm, 2) +
+           ",\"bpm_confidence\":" + FormatFixed(r.bpmConfidence, 2) +
            ",\"gain_db\":" + (hasGain ? FormatFixed(r.gain, 2) : std::string("null")) +
            ",\"key\":" + JsonString(key) + ",\"keycode\":" +
            JsonString(r.key.known() ? KeyCodeText(KeyCodeOf(r.key)) : "") +
@@ -121,7 +162,8 @@ std::string ResultLine(const std::string& path, const TrackAnalysis& r, int mark
            ",\"beats\":" + std::to_string(marks) + ",\"stripe\":" + (r.stripeWritten ? "true" : "false") + "}";
   }
   char line[128];
-  std::snprintf(line, sizeof line, "%7s BPM  %9s  %-4s  ", FormatFixed(r.bpm, 2).c_str(),
+  std::snprintf(line, sizeof line, "%7s BPM (%s)  %9s  %-4s  ", FormatFixed(r.bpm, 2).c_str(),
+                FormatFixed(r.bpmConfidence, 2).c_str(),
                 hasGain ? (FormatFixed(r.gain, 2) + " dB").c_str() : "no gain", key.empty() ? "-" : key.c_str());
   return line + path;
 }
@@ -178,31 +220,53 @@ int RunAnalyseCommand(int argc, char** argv) {
   const std::string database = folders.database + "db.knx";
   LoadSongDatabase(database);
 
-  const std::vector<std::string> files = CollectFiles(options.paths);
+  size_t missing = 0;
+  const std::vector<std::string> files = CollectFiles(options.paths, missing);
   Progress progress(files.size());
   std::mutex outputLock;
   std::atomic<size_t> next{0};
-  size_t done = 0, analysed = 0, skipped = 0;
+  size_t done = 0, analysed = 0, skipped = 0, failed = missing;
+  // Record and stripe are keyed by the bare file name: a name is analysed once per run, so two
+  // files of one name in two folders never run at the same time and mix their results.
+  std::set<std::string> claimed;
   progress.Draw(0);
+  SetPreferredTempoRange(options.range);
 
+  auto report = [&](const std::string& line, bool toStdout) {
+    progress.Clear();
+    std::fprintf(toStdout ? stdout : stderr, "%s\n", line.c_str());
+    std::fflush(toStdout ? stdout : stderr);
+  };
   auto work = [&] {
     CTrackAnalyzer analyzer;
     for (size_t i; (i = next.fetch_add(1)) < files.size();) {
+      const std::string& path = files[i];
+      {
+        std::lock_guard guard(outputLock);
+        const bool fresh = claimed.insert(BareFileName(path)).second;
+        if (!fresh || (!options.force && !NeedsAnalysis(path))) {
+          ++done, ++skipped;
+          report(NotAnalysedLine(path, fresh ? "already analysed" : "a file of the same name was analysed in this run",
+                                 false, options.json),
+                 options.json);
+          progress.Draw(done);
+          continue;
+        }
+      }
       TrackAnalysis result;
-      const AnalysisOutcome outcome = analyzer.Analyze(files[i], result);
+      const AnalysisOutcome outcome = analyzer.Analyze(path, result);
       int marks = 0;
       for (float v : analyzer.stripe()) marks += IsMarked(v);
       std::lock_guard guard(outputLock);
       ++done;
       if (outcome == AnalysisOutcome::kDone) {
         ++analysed;
-        progress.Clear();
-        std::printf("%s\n", ResultLine(files[i], result, marks, options.json).c_str());
-        std::fflush(stdout);
+        report(ResultLine(path, result, marks, options.json), true);
       } else {
-        ++skipped;
-        TraceLine("analyse: %s %s", files[i].c_str(),
-                  outcome == AnalysisOutcome::kTooLong ? "is longer than 20 minutes" : "cannot be decoded");
+        ++failed;
+        const char* reason = outcome == AnalysisOutcome::kTooLong ? "longer than 20 minutes" : "cannot be decoded";
+        TraceLine("analyse: %s: %s", path.c_str(), reason);
+        report(NotAnalysedLine(path, reason, true, options.json), options.json);
       }
       progress.Draw(done);
     }
@@ -216,12 +280,11 @@ int RunAnalyseCommand(int argc, char** argv) {
 
   const int saved = SaveSongDatabase(database);
   if (!options.json) {
-    std::fprintf(stderr, "lumo analyse: %zu analysed, %zu skipped (not decodable or over 20 minutes)\n", analysed,
-                 skipped);
+    std::fprintf(stderr, "lumo analyse: %zu analysed, %zu already analysed, %zu failed\n", analysed, skipped, failed);
   }
   if (!saved) {
     std::fprintf(stderr, "lumo analyse: cannot write %s\n", database.c_str());
     return 1;
   }
-  return analysed > 0 || files.empty() ? 0 : 1;
+  return failed == 0 ? 0 : 1;
 }
