@@ -13,6 +13,7 @@ constexpr float kBandWeights[ZQOnsetEnvelope::kBands] = {1.0f, 0.6f, 0.3f};
 
 constexpr int kDetrendRadius = 20;     // frames: the local mean removed, 0.4 s across
 constexpr int kGridChunk = 20 * 100;   // frames: a grid is laid over 20 s at a time, so drift does not smear it
+constexpr int kMaxBeatsPerChunk = kGridChunk * 3 / 2 * 240 / 6000 + 2;  // the last stretch may be 1.5 chunks
 constexpr double kStepBpm = 0.5;
 // A band whose mean flux is below this has no onsets to speak of, only the shimmer of steady
 // tones: it is not scaled up to weigh like a band with drums in it.
@@ -39,7 +40,7 @@ double DjPrior(double bpm) {
 }  // namespace
 
 ZQTempoEstimator::ZQTempoEstimator()
-    : acf_(kMaxLag + 2), fold_(static_cast<size_t>(LagOf(kSlowest)) + 2) {}
+    : acf_(kMaxLag + 2), beatPeaks_(kMaxBeatsPerChunk), halfPeaks_(kMaxBeatsPerChunk), fold_(static_cast<size_t>(LagOf(kSlowest)) + 2) {}
 
 void ZQTempoEstimator::Start(int seconds) {
   envelope_.Start(seconds);
@@ -115,16 +116,29 @@ double ZQTempoEstimator::RefinePeak(double bpm) const {
 }
 
 // Onsets half-way between the beats of a grid at bpm against onsets on them. Each 20 s is
-// folded onto one beat (so slow drift does not smear it) and its strongest phase taken as the
-// beat. Near 1: the half-beats are as strong as the beats, so the level is too slow; near 0:
-// the level's beats stand alone.
+// folded onto one beat (so slow drift does not smear it) to find the beat's phase; then the
+// typical beat and the typical half-beat are the medians of the strongest onset near each, so
+// the accent of a chord at the top of every bar does not make its beat look like the only one.
+// Near 1: the half-beats are as strong as the beats, so the level is too slow; near 0: the
+// level's beats stand alone.
 double ZQTempoEstimator::OffBeatRatio(double bpm) {
   const double period = LagOf(bpm);
   const int bins = std::min(static_cast<int>(std::lround(period)), static_cast<int>(fold_.size()));
   if (bins < 4) return 0.0;
   double on = 0.0, off = 0.0;
-  for (int from = 0; from + kGridChunk / 2 <= frames_; from += kGridChunk) {
-    const int to = std::min(frames_, from + kGridChunk);
+  auto peakNear = [&](double t, int from, int to) {
+    const int c = static_cast<int>(std::lround(t));
+    float peak = 0.0f;
+    for (int i = std::max(c - 2, from); i <= std::min(c + 2, to - 1); ++i) peak = std::max(peak, onsets_[i]);
+    return peak;
+  };
+  auto median = [](std::vector<float>& values, int count) {
+    std::nth_element(values.begin(), values.begin() + count / 2, values.begin() + count);
+    return values[static_cast<size_t>(count / 2)];
+  };
+  // The last stretch joins the one before when it is under half a chunk; a short track is one.
+  for (int from = 0; from < frames_; from += kGridChunk) {
+    const int to = frames_ - (from + kGridChunk) < kGridChunk / 2 ? frames_ : from + kGridChunk;
     std::fill(fold_.begin(), fold_.begin() + bins, 0.0);
     for (int t = from; t < to; ++t) {
       fold_[static_cast<size_t>(static_cast<int>(std::fmod(t - from, period) / period * bins) % bins)] += onsets_[t];
@@ -137,10 +151,20 @@ double ZQTempoEstimator::OffBeatRatio(double bpm) {
     for (int b = 1; b < bins; ++b) {
       if (smoothed(b) > smoothed(phase)) phase = b;
     }
-    on += smoothed(phase);
-    off += smoothed(phase + bins / 2);
+    int beats = 0;
+    for (double t = from + phase * period / bins; t + period / 2 < to && beats < kMaxBeatsPerChunk; t += period) {
+      beatPeaks_[static_cast<size_t>(beats)] = peakNear(t, from, to);
+      halfPeaks_[static_cast<size_t>(beats)] = peakNear(t + period / 2, from, to);
+      ++beats;
+    }
+    if (beats == 0) continue;
+    const double weight = to - from;
+    on += weight * median(beatPeaks_, beats);
+    off += weight * median(halfPeaks_, beats);
+    if (to == frames_) break;
   }
-  return on > 0.0 ? off / on : 0.0;
+  // No beat found at all: no evidence for this level.
+  return on > 0.0 ? off / on : 1.0;
 }
 
 TempoEstimate ZQTempoEstimator::Estimate(TempoRange range) {

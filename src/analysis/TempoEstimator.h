@@ -46,6 +46,7 @@ class ZQTempoEstimator {
   ZQOnsetEnvelope envelope_;
   std::vector<float> onsets_;
   std::vector<double> acf_;
+  std::vector<float> beatPeaks_, halfPeaks_;  // one 20 s stretch's beats
   std::vector<double> fold_;
   int frames_ = 0;
 };

@@ -30,6 +30,7 @@ echo "$out" | grep -q '"duration_ms":20000'
 echo "$out" | grep -q '"bpm_confidence":'
 [[ $(stat -c %s "$work/home/Stripes/clicks.wav.kn2") -eq $((20 * 1764)) ]]
 grep -q '<song name="clicks-copy.flac" bpm="' "$work/home/Database/db.knx"
+grep -q 'bpm_confidence="' "$work/home/Database/db.knx"  # the confidence is kept beside the tempo
 
 # Analysed songs are skipped the second time, and analysed again with --force.
 again=$(run --json "$work/music/clicks.wav" 2>/dev/null)
