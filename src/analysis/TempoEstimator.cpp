@@ -19,7 +19,7 @@ constexpr double kStepBpm = 0.5;
 // tones: it is not scaled up to weigh like a band with drums in it.
 constexpr double kFluxFloor = 0.02;
 // Half-beats weaker than this share of the beats mark the level a DJ counts.
-constexpr double kOffBeatLimit = 0.6, kOffBeatLimitFast = 0.85;
+constexpr double kOffBeatLimit = 0.6, kOffBeatLimitFast = 0.95;
 // Sharpness to confidence: below the floor nothing repeats, a span above it is certain.
 constexpr double kSharpnessFloor = 0.1, kSharpnessSpan = 0.3;
 
