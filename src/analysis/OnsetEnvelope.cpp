@@ -20,14 +20,19 @@ constexpr float kCompression = 1000.0f;
 ZQOnsetEnvelope::ZQOnsetEnvelope()
     : history_(kWindow + 44100),
       hann_(kSize),
-      spectrum_(kSize),
-      twiddles_(kSize / 2),
+      re_(kSize),
+      im_(kSize),
+      cos_(kSize / 2),
+      sin_(kSize / 2),
       bitReverse_(kSize),
       logMagnitude_(kBins),
       previous_(kBins, 0.0f),
       bands_(kBands) {
   for (int i = 0; i < kSize; ++i) hann_[i] = static_cast<float>(0.5 - 0.5 * std::cos(2.0 * M_PI * i / kSize));
-  for (int i = 0; i < kSize / 2; ++i) twiddles_[i] = std::polar(1.0f, static_cast<float>(-2.0 * M_PI * i / kSize));
+  for (int i = 0; i < kSize / 2; ++i) {
+    cos_[i] = static_cast<float>(std::cos(2.0 * M_PI * i / kSize));
+    sin_[i] = static_cast<float>(-std::sin(2.0 * M_PI * i / kSize));
+  }
   int bits = 0;
   while ((1 << bits) < kSize) ++bits;
   for (int i = 0; i < kSize; ++i) {
@@ -64,24 +69,26 @@ void ZQOnsetEnvelope::RunFrame(const float* window) {
   // Groups of four averaged: a quarter-rate signal is plenty for onsets and quarters the transform.
   for (int i = 0; i < kSize; ++i) {
     const float* group = window + kFold * i;
-    spectrum_[bitReverse_[i]] = {0.25f * (group[0] + group[1] + group[2] + group[3]) * hann_[i], 0.0f};
+    re_[bitReverse_[i]] = 0.25f * (group[0] + group[1] + group[2] + group[3]) * hann_[i];
+    im_[bitReverse_[i]] = 0.0f;
   }
+  // Real and imaginary parts in separate arrays: the butterflies stay in registers.
+  float* re = re_.data();
+  float* im = im_.data();
   for (int length = 2; length <= kSize; length *= 2) {
     const int half = length / 2, stride = kSize / length;
     for (int start = 0; start < kSize; start += length) {
       for (int k = 0; k < half; ++k) {
-        // Written out: std::complex's operator* checks for infinities at every product.
-        const std::complex<float> a = spectrum_[start + k + half], w = twiddles_[k * stride];
-        const std::complex<float> odd(a.real() * w.real() - a.imag() * w.imag(),
-                                      a.real() * w.imag() + a.imag() * w.real());
-        spectrum_[start + k + half] = spectrum_[start + k] - odd;
-        spectrum_[start + k] += odd;
+        const int a = start + k, b = a + half;
+        const float wr = cos_[k * stride], wi = sin_[k * stride];
+        const float oddRe = re[b] * wr - im[b] * wi, oddIm = re[b] * wi + im[b] * wr;
+        re[b] = re[a] - oddRe, im[b] = im[a] - oddIm;
+        re[a] += oddRe, im[a] += oddIm;
       }
     }
   }
   for (int k = 0; k < kBins; ++k) {
-    const float re = spectrum_[k].real(), im = spectrum_[k].imag();
-    logMagnitude_[k] = std::log1p(kCompression / kSize * std::sqrt(re * re + im * im));
+    logMagnitude_[k] = std::log1p(kCompression / kSize * std::sqrt(re[k] * re[k] + im[k] * im[k]));
   }
   for (int b = 0; b < kBands; ++b) {
     const int first = std::max(1, static_cast<int>(kBandEdgesHz[b] / kBinHz));

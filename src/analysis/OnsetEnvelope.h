@@ -7,7 +7,7 @@
 // Threads: one envelope per analysis thread. Start sizes everything for the track; Feed
 // allocates nothing, so it can run inside the pass's per-second loop.
 
-#include <complex>
+#include <cstddef>
 #include <vector>
 
 class ZQOnsetEnvelope {
@@ -30,7 +30,8 @@ class ZQOnsetEnvelope {
   std::vector<float> history_;  // samples not yet consumed by a frame
   int historyFill_ = 0;
   std::vector<float> hann_;
-  std::vector<std::complex<float>> spectrum_, twiddles_;
+  std::vector<float> re_, im_;    // the transform, in place
+  std::vector<float> cos_, sin_;  // its twiddle factors
   std::vector<int> bitReverse_;
   std::vector<float> logMagnitude_, previous_;
   std::vector<std::vector<float>> bands_;
