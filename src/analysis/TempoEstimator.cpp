@@ -23,14 +23,12 @@ constexpr double kOffBeatLimit = 0.6, kOffBeatLimitFast = 0.95;
 // Sharpness to confidence: below the floor nothing repeats, a span above it is certain.
 constexpr double kSharpnessFloor = 0.1, kSharpnessSpan = 0.3;
 
-// The prior is flat over kPriorLow..kPriorHigh and falls with kPriorSpread octaves outside.
 constexpr double kPriorLow = 70.0, kPriorHigh = 180.0, kPriorSpread = 0.5;
+
 double LagOf(double bpm) { return 60.0 * kFps / bpm; }
 
 // How often DJ music sits at a tempo: flat over 70..180, falling by half an octave's spread
-// outside, so a level just outside still wins when its grid is clearly better. The levels'
-// scores also weigh how strongly the onsets repeat at each (the square root of the periodicity),
-// so a grid that fits by chance does not beat a level the music clearly keeps.
+// outside. It chooses the level when no level's half-beats are clearly weaker than its beats.
 double DjPrior(double bpm) {
   const double below = std::log2(kPriorLow / bpm), above = std::log2(bpm / kPriorHigh);
   const double outside = std::max({below, above, 0.0});
@@ -40,12 +38,14 @@ double DjPrior(double bpm) {
 }  // namespace
 
 ZQTempoEstimator::ZQTempoEstimator()
-    : acf_(kMaxLag + 2), beatPeaks_(kMaxBeatsPerChunk), halfPeaks_(kMaxBeatsPerChunk), fold_(static_cast<size_t>(LagOf(kSlowest)) + 2) {}
+    : acf_(kMaxLag + 2),
+      beatPeaks_(kMaxBeatsPerChunk),
+      halfPeaks_(kMaxBeatsPerChunk),
+      fold_(static_cast<size_t>(LagOf(kSlowest)) + 2) {}
 
 void ZQTempoEstimator::Start(int seconds) {
   envelope_.Start(seconds);
   onsets_.assign(static_cast<size_t>(std::max(seconds, 0)) * ZQOnsetEnvelope::kFramesPerSecond, 0.0f);
-
   frames_ = 0;
 }
 
