@@ -14,6 +14,7 @@
 #include "analysis/GainAnalyzer.h"
 #include "analysis/KeyDetector.h"
 #include "analysis/StripeFile.h"
+#include "analysis/TempoEstimator.h"
 #include "analysis/TrackAnalyzer.h"
 #include "library/SongDatabase.h"
 
@@ -84,6 +85,20 @@ void BM_Gain5Min(benchmark::State& state) {
   state.counters["x_realtime"] = benchmark::Counter(kTrackSeconds * state.iterations(), benchmark::Counter::kIsRate);
 }
 
+void BM_TempoEstimate5Min(benchmark::State& state) {
+  std::vector<float> mono(Files().track.stereo.size() / 2);
+  for (size_t i = 0; i < mono.size(); ++i) mono[i] = Files().track.stereo[2 * i] * 3e-05f;
+  ZQTempoEstimator tempo;
+  for (auto _ : state) {
+    tempo.Start(static_cast<int>(kTrackSeconds));
+    for (size_t at = 0; at < mono.size(); at += 44100) {
+      tempo.Feed(mono.data() + at, static_cast<int>(std::min<size_t>(44100, mono.size() - at)));
+    }
+    benchmark::DoNotOptimize(tempo.Estimate(TempoRange::kAuto));
+  }
+  state.counters["x_realtime"] = benchmark::Counter(kTrackSeconds * state.iterations(), benchmark::Counter::kIsRate);
+}
+
 void BM_Key5Min(benchmark::State& state) {
   std::vector<float> mono(Files().track.stereo.size() / 2);
   for (size_t i = 0; i < mono.size(); ++i) mono[i] = Files().track.stereo[2 * i] * 3e-05f;
@@ -100,6 +115,7 @@ BENCHMARK(BM_AnalyseWav5Min)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(BM_AnalyseMp35Min)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(BM_BeatDetection5Min)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Gain5Min)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_TempoEstimate5Min)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Key5Min)->Unit(benchmark::kMillisecond);
 
 }  // namespace

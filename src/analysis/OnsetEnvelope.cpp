@@ -7,10 +7,11 @@ namespace {
 
 constexpr int kHop = 441;
 constexpr int kWindow = 1024;       // samples at 44100 Hz
-constexpr int kSize = kWindow / 2;  // transform points after folding pairs to 22050 Hz
+constexpr int kFold = 4;             // samples averaged into one: onsets need no more than 11025 Hz
+constexpr int kSize = kWindow / kFold;  // transform points
 constexpr int kBins = kSize / 2;
-constexpr double kBinHz = 22050.0 / kSize;
-constexpr double kBandEdgesHz[ZQOnsetEnvelope::kBands + 1] = {30.0, 200.0, 2500.0, 11000.0};
+constexpr double kBinHz = 44100.0 / kFold / kSize;
+constexpr double kBandEdgesHz[ZQOnsetEnvelope::kBands + 1] = {30.0, 200.0, 2500.0, 5500.0};
 // log(1 + C|X|): compresses the dynamics so a quiet hat rising counts beside a loud bass.
 constexpr float kCompression = 1000.0f;
 
@@ -19,14 +20,19 @@ constexpr float kCompression = 1000.0f;
 ZQOnsetEnvelope::ZQOnsetEnvelope()
     : history_(kWindow + 44100),
       hann_(kSize),
-      spectrum_(kSize),
-      twiddles_(kSize / 2),
+      re_(kSize),
+      im_(kSize),
+      cos_(kSize / 2),
+      sin_(kSize / 2),
       bitReverse_(kSize),
       logMagnitude_(kBins),
       previous_(kBins, 0.0f),
       bands_(kBands) {
   for (int i = 0; i < kSize; ++i) hann_[i] = static_cast<float>(0.5 - 0.5 * std::cos(2.0 * M_PI * i / kSize));
-  for (int i = 0; i < kSize / 2; ++i) twiddles_[i] = std::polar(1.0f, static_cast<float>(-2.0 * M_PI * i / kSize));
+  for (int i = 0; i < kSize / 2; ++i) {
+    cos_[i] = static_cast<float>(std::cos(2.0 * M_PI * i / kSize));
+    sin_[i] = static_cast<float>(-std::sin(2.0 * M_PI * i / kSize));
+  }
   int bits = 0;
   while ((1 << bits) < kSize) ++bits;
   for (int i = 0; i < kSize; ++i) {
@@ -60,26 +66,40 @@ void ZQOnsetEnvelope::Feed(const float* mono, int count) {
 }
 
 void ZQOnsetEnvelope::RunFrame(const float* window) {
-  // Pairs averaged: a half-rate signal is plenty for onsets and halves the transform.
+  // Groups of four averaged: a quarter-rate signal is plenty for onsets and quarters the transform.
   for (int i = 0; i < kSize; ++i) {
-    spectrum_[bitReverse_[i]] = {0.5f * (window[2 * i] + window[2 * i + 1]) * hann_[i], 0.0f};
+    const float* group = window + kFold * i;
+    re_[bitReverse_[i]] = 0.25f * (group[0] + group[1] + group[2] + group[3]) * hann_[i];
+    im_[bitReverse_[i]] = 0.0f;
   }
+  // Real and imaginary parts in separate arrays: the butterflies stay in registers.
+  float* re = re_.data();
+  float* im = im_.data();
   for (int length = 2; length <= kSize; length *= 2) {
     const int half = length / 2, stride = kSize / length;
     for (int start = 0; start < kSize; start += length) {
       for (int k = 0; k < half; ++k) {
-        const std::complex<float> odd = spectrum_[start + k + half] * twiddles_[k * stride];
-        spectrum_[start + k + half] = spectrum_[start + k] - odd;
-        spectrum_[start + k] += odd;
+        const int a = start + k, b = a + half;
+        const float wr = cos_[k * stride], wi = sin_[k * stride];
+        const float oddRe = re[b] * wr - im[b] * wi, oddIm = re[b] * wi + im[b] * wr;
+        re[b] = re[a] - oddRe, im[b] = im[a] - oddIm;
+        re[a] += oddRe, im[a] += oddIm;
       }
     }
   }
-  for (int k = 0; k < kBins; ++k) logMagnitude_[k] = std::log1p(kCompression * std::abs(spectrum_[k]) / kSize);
+  for (int k = 0; k < kBins; ++k) {
+    logMagnitude_[k] = std::log1p(kCompression / kSize * std::sqrt(re[k] * re[k] + im[k] * im[k]));
+  }
   for (int b = 0; b < kBands; ++b) {
     const int first = std::max(1, static_cast<int>(kBandEdgesHz[b] / kBinHz));
     const int last = std::min(kBins, static_cast<int>(kBandEdgesHz[b + 1] / kBinHz));
     float flux = 0.0f;
-    for (int k = first; k < last; ++k) flux += std::max(logMagnitude_[k] - previous_[k], 0.0f);
+    // Against the loudest of the previous frame's neighbouring bins: a steady tone whose energy
+    // wobbles between two bins (vibrato, two close partials) is not a new sound.
+    for (int k = first; k < last; ++k) {
+      const float before = std::max({previous_[k - 1], previous_[k], previous_[std::min(k + 1, kBins - 1)]});
+      flux += std::max(logMagnitude_[k] - before, 0.0f);
+    }
     bands_[static_cast<size_t>(b)][static_cast<size_t>(frames_)] = flux / static_cast<float>(last - first);
   }
   std::swap(logMagnitude_, previous_);

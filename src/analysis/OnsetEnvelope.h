@@ -1,13 +1,13 @@
 #pragma once
 // ZQOnsetEnvelope: how much new sound starts at each moment, 100 times a second, in three bands
-// (below 200 Hz: kicks and bass; 200 Hz to 2.5 kHz: snares, keys, voices; above: hats). Each
-// frame is 1024 samples at 44100 Hz folded to 512 at 22050, Hann-windowed and transformed; a
-// band's value is the spectral flux of its log magnitudes, only rises counted.
+// (below 200 Hz: kicks and bass; 200 Hz to 2.5 kHz: snares, keys, voices; 2.5 to 5.5 kHz: hats).
+// Each frame is 1024 samples at 44100 Hz averaged in fours to 256 at 11025 Hz, Hann-windowed and
+// transformed; a band's value is the spectral flux of its log magnitudes, only rises counted.
 //
 // Threads: one envelope per analysis thread. Start sizes everything for the track; Feed
 // allocates nothing, so it can run inside the pass's per-second loop.
 
-#include <complex>
+#include <cstddef>
 #include <vector>
 
 class ZQOnsetEnvelope {
@@ -30,7 +30,8 @@ class ZQOnsetEnvelope {
   std::vector<float> history_;  // samples not yet consumed by a frame
   int historyFill_ = 0;
   std::vector<float> hann_;
-  std::vector<std::complex<float>> spectrum_, twiddles_;
+  std::vector<float> re_, im_;    // the transform, in place
+  std::vector<float> cos_, sin_;  // its twiddle factors
   std::vector<int> bitReverse_;
   std::vector<float> logMagnitude_, previous_;
   std::vector<std::vector<float>> bands_;

@@ -1,11 +1,11 @@
 #pragma once
 // ZQTempoEstimator: the tempo a DJ would count, chosen before the beat walk runs. The onset
 // envelope's autocorrelation gives the periodicity of every tempo from 40 to 240 BPM; the
-// strongest period and its relatives (a half, a third, two thirds, one and a half, two and three
-// times it) are then each laid over the onsets as a beat grid, and the one whose grid catches
-// the onsets best, without empty beats, weighed by how often DJ music sits at that tempo, wins.
-// A confidence of 0..1 says how clearly the music repeats at all: silence, pads, speech and
-// random hits stay near 0.
+// strongest period's octave family (halves and doubles) is then searched for the beat: the
+// slowest level whose half-beats are clearly weaker than its beats (slower levels have beats on
+// their half-beats, faster ones are subdivisions), with a prior over DJ tempi where none stands
+// out. A confidence of 0..1 says how sharply the music repeats at that tempo: silence, noise,
+// speech and random hits stay near 0.
 //
 // Threads: one estimator per analysis thread. Start sizes everything for the track (the
 // envelope, 1.2 MB per 20 minutes); Feed and Estimate allocate nothing.
@@ -24,9 +24,9 @@ class ZQTempoEstimator {
  public:
   static constexpr double kSlowest = 40.0, kFastest = 240.0;
   // Below this the estimate is not trusted to choose the tempo alone.
-  static constexpr double kConfident = 0.3;
+  static constexpr double kConfident = 0.4;
   // Below this there is no beat at all.
-  static constexpr double kBeatless = 0.2;
+  static constexpr double kBeatless = 0.25;
 
   ZQTempoEstimator();
   void Start(int seconds);
@@ -35,16 +35,18 @@ class ZQTempoEstimator {
   TempoEstimate Estimate(TempoRange range);
 
  private:
-  void BuildOnsetCurve();
+  void BuildOnsetCurve(const float* weights, std::vector<float>& curve);
   void Autocorrelate();
+  double AcfAt(double lag) const;        // interpolated between whole lags
   double Periodicity(double bpm) const;  // 0..1 of the zero-lag energy
+  double Sharpness(double bpm) const;
   double RefinePeak(double bpm) const;
-  double GridFit(double bpm);            // how well a beat grid at bpm explains the onsets
+  double OffBeatRatio(double bpm);       // half-beat onsets against beat onsets, 0..1+
 
   ZQOnsetEnvelope envelope_;
   std::vector<float> onsets_;
   std::vector<double> acf_;
-  std::vector<float> beatPeaks_;
+  std::vector<float> beatPeaks_, halfPeaks_;  // one 20 s stretch's beats
   std::vector<double> fold_;
   int frames_ = 0;
 };

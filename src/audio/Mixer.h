@@ -88,10 +88,13 @@ class CZQMixer {
   MeanSquares ReadMicLevel() { return micMeter_.ReadAndReset(); }
 
  private:
-  struct RampStep {
+  // Eight-byte aligned so the atomic is one lock-free word with every compiler (clang would
+  // otherwise call libatomic, which may lock, on the audio thread).
+  struct alignas(8) RampStep {
     float target;         // gain + 1
     float factorMinusOne; // per-frame factor less 1, which keeps its precision in a float
   };
+  static_assert(std::atomic<RampStep>::is_always_lock_free);
   struct Slot {
     CAudioSignalSource* source = nullptr;
     std::unique_ptr<float[]> buffer;

@@ -37,10 +37,12 @@ class ZQCutoffFilter {
   void ProcessAnalysis(float* mono, int count) noexcept;
 
   // The setting the next block works to (hz -1: bypass); one value, so the two never tear.
-  struct Setting {
+  // Eight-byte aligned so the atomic is one lock-free word with every compiler.
+  struct alignas(8) Setting {
     float hz;
     int lowPass;
   };
+  static_assert(std::atomic<Setting>::is_always_lock_free);
   Setting CurrentSetting() const { return setting_.load(std::memory_order_relaxed); }
   // Stage coefficients: y = c0 x + c1 x[-1] + c2 x[-2] + c3 y[-1] + c4 y[-2].
   float coefficients[kStages][5] = {};

@@ -8,6 +8,7 @@
 #include "SyntheticTrack.h"
 #include "analysis/StripeFile.h"
 #include "analysis/StripeMarks.h"
+#include "analysis/TrackAnalyzer.h"
 #include "audio/Threads.h"
 #include "deck/SoundSource.h"
 #include "library/SongDatabase.h"
@@ -79,6 +80,28 @@ TEST_F(DeckStripeAnalysisTest, ADeckAnalysesANewTrackAndTheNextLoadReadsTheStrip
   EXPECT_TRUE(deck->analysed.load()) << "the stripe was read at load";
   EXPECT_NEAR(deck->bpm.load(), 124.0f, 0.2f);
   EXPECT_NEAR(Marks(), 80, 4);
+}
+
+TEST_F(DeckStripeAnalysisTest, DeckAndBackgroundPassGiveASongTheSameLength) {
+  SyntheticRecipe recipe;
+  recipe.seconds = 21.0;
+  SyntheticTrack track = MakeSyntheticTrack(recipe);
+  track.stereo.resize((21 * 44100 + 14000) * 2, 0);  // 21.317 s
+  const std::string path = folder.File("part second.wav");
+  ASSERT_TRUE(WriteWav(path, track.stereo));
+  Load(path);
+  ASSERT_TRUE(LoadedAndAnalysed());
+  deck->unload();
+  deck->loaderPass();
+  TSongRecord byDeck;
+  ASSERT_EQ(FindSong("part second.wav", byDeck), 1);
+  EXPECT_EQ(byDeck.durationMs, 21317);
+
+  TrackAnalysis result;
+  ASSERT_EQ(AnalyzeSongToStripe(path, &result), AnalysisOutcome::kDone);
+  TSongRecord byPass;
+  ASSERT_EQ(FindSong("part second.wav", byPass), 1);
+  EXPECT_EQ(byPass.durationMs, byDeck.durationMs);
 }
 
 TEST_F(DeckStripeAnalysisTest, WindowEstimateReadsTenSecondsWithoutTouchingTheDeckStripe) {

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -18,6 +19,7 @@
 #include "LumoSession.h"
 #include "analysis/StripeFile.h"
 #include "analysis/StripeMarks.h"
+#include "analysis/TempoRange.h"
 #include "analysis/TrackAnalyzer.h"
 #include "JsonText.h"
 #include "app/DataFolders.h"
@@ -34,13 +36,20 @@ constexpr int kMaxJobs = 64;
 
 struct Options {
   bool json = false;
+  bool force = false;
+  TempoRange range = TempoRange::kAuto;
   int jobs = 1;
   std::vector<std::string> paths;
 };
 
 void Usage() {
-  std::fprintf(stderr, "usage: lumo analyse [--json] [--jobs N] PATH...\n"
-                       "  Analyses audio files (folders recursively): tempo, beat grid, gain, key.\n");
+  std::fprintf(stderr,
+               "usage: lumo analyse [--json] [--jobs N] [--force] [--range R] PATH...\n"
+               "  Analyses audio files (folders recursively): tempo, beat grid, gain, key.\n"
+               "  --json      one JSON object per file, failures included\n"
+               "  --jobs N    analyse N files at once (1..64)\n"
+               "  --force     analyse songs again that already have a tempo and a stripe\n"
+               "  --range R   fold tempi into auto, 60-120, 70-140, 80-160, 90-180 or 100-200\n");
 }
 
 bool ParseOptions(int argc, char** argv, Options& options) {
@@ -52,6 +61,12 @@ bool ParseOptions(int argc, char** argv, Options& options) {
       long long jobs = 0;
       if (i + 1 >= argc || !ParseInt(argv[++i], jobs) || jobs < 1 || jobs > kMaxJobs) return false;
       options.jobs = static_cast<int>(jobs);
+    } else if (arg == "--force") {
+      options.force = true;
+    } else if (arg == "--range") {
+      if (i + 1 >= argc || !ParseTempoRange(argv[++i], options.range)) return false;
+    } else if (arg.rfind("--range=", 0) == 0) {
+      if (!ParseTempoRange(arg.substr(8), options.range)) return false;
     } else if (arg.rfind("--jobs=", 0) == 0) {
       long long jobs = 0;
       if (!ParseInt(arg.substr(7), jobs) || jobs < 1 || jobs > kMaxJobs) return false;
@@ -66,7 +81,8 @@ bool ParseOptions(int argc, char** argv, Options& options) {
 }
 
 // Files in command-line order; each folder's files sorted, so runs are repeatable.
-std::vector<std::string> CollectFiles(const std::vector<std::string>& paths) {
+// A path that is neither counts in missing.
+std::vector<std::string> CollectFiles(const std::vector<std::string>& paths, size_t& missing) {
   std::vector<std::string> files;
   for (const std::string& path : paths) {
     std::error_code error;
@@ -82,9 +98,16 @@ std::vector<std::string> CollectFiles(const std::vector<std::string>& paths) {
       files.push_back(path);
     } else {
       std::fprintf(stderr, "lumo analyse: %s: no such file or folder\n", path.c_str());
+      ++missing;
     }
   }
   return files;
+}
+
+// A file that was not analysed: a JSON line with the reason, or the reason on stderr.
+std::string NotAnalysedLine(const std::string& path, const char* reason, bool failed, bool json) {
+  if (json) return "{\"path\":" + JsonString(path) + (failed ? ",\"error\":" : ",\"skipped\":") + JsonString(reason) + "}";
+  return "lumo analyse: " + path + ": " + reason;
 }
 
 std::string ResultLine(const std::string& path, const TrackAnalysis& r, int marks, bool json) {
@@ -92,6 +115,7 @@ std::string ResultLine(const std::string& path, const TrackAnalysis& r, int mark
   const std::string key = r.key.known() ? KeyText(r.key) : "";
   if (json) {
     return "{\"path\":" + JsonString(path) + ",\"name\":" + JsonString(r.name) + ",\"bpm\":" + FormatFixed(r.bpm, 2) +
+           ",\"bpm_confidence\":" + FormatFixed(r.bpmConfidence, 2) +
            ",\"gain_db\":" + (hasGain ? FormatFixed(r.gain, 2) : std::string("null")) +
            ",\"key\":" + JsonString(key) + ",\"keycode\":" +
            JsonString(r.key.known() ? KeyCodeText(KeyCodeOf(r.key)) : "") +
@@ -99,7 +123,8 @@ std::string ResultLine(const std::string& path, const TrackAnalysis& r, int mark
            ",\"beats\":" + std::to_string(marks) + ",\"stripe\":" + (r.stripeWritten ? "true" : "false") + "}";
   }
   char line[128];
-  std::snprintf(line, sizeof line, "%7s BPM  %9s  %-4s  ", FormatFixed(r.bpm, 2).c_str(),
+  std::snprintf(line, sizeof line, "%7s BPM (%s)  %9s  %-4s  ", FormatFixed(r.bpm, 2).c_str(),
+                FormatFixed(r.bpmConfidence, 2).c_str(),
                 hasGain ? (FormatFixed(r.gain, 2) + " dB").c_str() : "no gain", key.empty() ? "-" : key.c_str());
   return line + path;
 }
@@ -158,31 +183,53 @@ int RunAnalyseCommand(int argc, char** argv) {
   // Results reach db.knx every few seconds, merged with what other programs save meanwhile.
   auto saver = std::make_unique<CSongDatabaseSaver>(database);
 
-  const std::vector<std::string> files = CollectFiles(options.paths);
+  size_t missing = 0;
+  const std::vector<std::string> files = CollectFiles(options.paths, missing);
   Progress progress(files.size());
   std::mutex outputLock;
   std::atomic<size_t> next{0};
-  size_t done = 0, analysed = 0, skipped = 0;
+  size_t done = 0, analysed = 0, skipped = 0, failed = missing;
+  // Record and stripe are keyed by the bare file name: a name is analysed once per run, so two
+  // files of one name in two folders never run at the same time and mix their results.
+  std::set<std::string> claimed;
   progress.Draw(0);
+  SetPreferredTempoRange(options.range);
 
+  auto report = [&](const std::string& line, bool toStdout) {
+    progress.Clear();
+    std::fprintf(toStdout ? stdout : stderr, "%s\n", line.c_str());
+    std::fflush(toStdout ? stdout : stderr);
+  };
   auto work = [&] {
     CTrackAnalyzer analyzer;
     for (size_t i; (i = next.fetch_add(1)) < files.size();) {
+      const std::string& path = files[i];
+      {
+        std::lock_guard guard(outputLock);
+        const bool fresh = claimed.insert(BareFileName(path)).second;
+        if (!fresh || (!options.force && !NeedsAnalysis(path))) {
+          ++done, ++skipped;
+          report(NotAnalysedLine(path, fresh ? "already analysed" : "a file of the same name was analysed in this run",
+                                 false, options.json),
+                 options.json);
+          progress.Draw(done);
+          continue;
+        }
+      }
       TrackAnalysis result;
-      const AnalysisOutcome outcome = analyzer.Analyze(files[i], result);
+      const AnalysisOutcome outcome = analyzer.Analyze(path, result);
       int marks = 0;
       for (float v : analyzer.stripe()) marks += IsMarked(v);
       std::lock_guard guard(outputLock);
       ++done;
       if (outcome == AnalysisOutcome::kDone) {
         ++analysed;
-        progress.Clear();
-        std::printf("%s\n", ResultLine(files[i], result, marks, options.json).c_str());
-        std::fflush(stdout);
+        report(ResultLine(path, result, marks, options.json), true);
       } else {
-        ++skipped;
-        TraceLine("analyse: %s %s", files[i].c_str(),
-                  outcome == AnalysisOutcome::kTooLong ? "is longer than 20 minutes" : "cannot be decoded");
+        ++failed;
+        const char* reason = outcome == AnalysisOutcome::kTooLong ? "longer than 20 minutes" : "cannot be decoded";
+        TraceLine("analyse: %s: %s", path.c_str(), reason);
+        report(NotAnalysedLine(path, reason, true, options.json), options.json);
       }
       progress.Draw(done);
     }
@@ -197,13 +244,12 @@ int RunAnalyseCommand(int argc, char** argv) {
   saver.reset();
   const int saved = SaveSongDatabase(database);
   if (!options.json) {
-    std::fprintf(stderr, "lumo analyse: %zu analysed, %zu skipped (not decodable or over 20 minutes)\n", analysed,
-                 skipped);
+    std::fprintf(stderr, "lumo analyse: %zu analysed, %zu already analysed, %zu failed\n", analysed, skipped, failed);
   }
   if (!saved) {
     std::fprintf(stderr, "lumo analyse: cannot save %s (library in use or not writable; see log.txt)\n",
                  database.c_str());
     return 1;
   }
-  return analysed > 0 || files.empty() ? 0 : 1;
+  return failed == 0 ? 0 : 1;
 }

@@ -54,13 +54,18 @@ const std::vector<CommandHelp> kCommands = {
        "A beat loop from START_S seconds, BEATS a power of two from 1/16 to 32."},
       {"--reverse AT_S", "Play in reverse from AT_S seconds of the render."},
       {"--brake AT_S", "Brake to a standstill from AT_S seconds of the render."}}},
-    {"analyse", "lumo analyse [--json] [--jobs N] PATH...",
+    {"analyse", "lumo analyse [--json] [--jobs N] [--force] [--range R] PATH...",
      "Analyse files and folders: tempo, beat grid, gain and key, into the library.",
      "Takes files and folders (recursively), shows files done and time left, stores each result "
      "in the song database and a stripe file under the data root, and prints one line per "
-     "track (BPM, gain, key).",
+     "track (BPM, confidence, gain, key). Songs already analysed are skipped; a file that "
+     "cannot be analysed gets its own line and makes the command exit 1.",
      {{"--json", "Print one JSON object per file instead."},
-      {"-j, --jobs N", "Analyse N files at once (1 to 64, default 1)."}}},
+      {"-j, --jobs N", "Analyse N files at once (1 to 64, default 1)."},
+      {"--force", "Analyse again songs that already have a tempo and a stripe."},
+      {"--range R",
+       "Fold tempi by octaves into R: auto (the default), 60-120, 70-140, 80-160, 90-180 or "
+       "100-200."}}},
     {"probe", "lumo probe [--json] FILE...", "Show what the decoders make of each file.",
      "For each file: the decoder that takes it, the file's own sample rate and channels, the "
      "length in the engine's 44100 Hz frames and where the music starts, as a deck would open "
