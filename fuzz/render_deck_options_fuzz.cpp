@@ -26,8 +26,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::vector<char*> argv;
   for (std::string& w : words) argv.push_back(w.data());
   ParsedArgs args = ParseArgs(static_cast<int>(argv.size()), argv.data(), {"float"});
-  static FILE* quiet = std::freopen("/dev/null", "w", stderr);
-  (void)quiet;
   RenderDeckOptions options;
   if (!options.Parse(args)) return 0;
   if (options.pitch < -10000 || options.pitch > 10000 || options.keyShift < -2400 || options.keyShift > 2400) {

@@ -11,6 +11,7 @@
 #include "TestSources.h"
 #include "app/base/Realtime.h"
 #include "audio/Mixer.h"
+#include "support/WaitFor.h"
 
 namespace {
 
@@ -205,16 +206,6 @@ TEST(MixerRamp, TwoMovesWithinOneHundredFramesRestartFromWhereTheRampStands) {
   EXPECT_LE(watch.largest, kLargestRampStep);
   EXPECT_FLOAT_EQ(master[2 * 255], 0.0f) << "the last move, given time, lands on silence";
 }
-
-// Joins the audio thread even when an assertion returns early.
-struct JoinGuard {
-  std::atomic<bool>& stop;
-  std::thread& thread;
-  ~JoinGuard() {
-    stop = true;
-    if (thread.joinable()) thread.join();
-  }
-};
 
 TEST(MixerRamp, FaderMovesFromAnotherThreadNeverSnapTheGain) {
   ConstantSource dc(1.0f, 1.0f);

@@ -16,17 +16,24 @@
 
 namespace {
 
+// Loads deck d with its own test signal of `seconds`, the loader stepped by hand.
+CSoundSource* LoadDeck(const ScopedDataRoot& root, int d, int seconds) {
+  std::string path = root.path() + "deck" + std::to_string(d) + ".wav";
+  WriteStereo16(path, MakeTestSignal(seconds * 44100, d + 1));
+  CSoundSource* deck = g_engine.decks[d];
+  if (!deck->load(path, 1, nullptr, 1)) return nullptr;
+  while (deck->loadPending.load()) deck->loaderPass();
+  return deck;
+}
+
 TEST(Realtime, FourPlayingDecksMixWithoutAllocating) {
   ScopedDataRoot root;
   SetThreadsManual(true);
   ASSERT_TRUE(EngineInitFolders(nullptr));
   EngineCreateAudioObjects();
   for (int d = 0; d < kDeckCount; ++d) {
-    std::string path = root.path() + "deck" + std::to_string(d) + ".wav";
-    WriteStereo16(path, MakeTestSignal(20 * 44100, d + 1));
-    CSoundSource* deck = g_engine.decks[d];
-    ASSERT_TRUE(deck->load(path, 1, nullptr, 1));
-    while (deck->loadPending.load()) deck->loaderPass();
+    CSoundSource* deck = LoadDeck(root, d, 20);
+    ASSERT_NE(deck, nullptr);
     deck->setTargetSpeed(0.9 + 0.05 * d);
   }
   COfflineOutput output(360);
@@ -56,11 +63,8 @@ TEST(Realtime, KeyLockedLoopingScratchedDecksMixWithoutAllocating) {
   ASSERT_TRUE(EngineInitFolders(nullptr));
   EngineCreateAudioObjects();
   for (int d = 0; d < kDeckCount; ++d) {
-    std::string path = root.path() + "deck" + std::to_string(d) + ".wav";
-    WriteStereo16(path, MakeTestSignal(30 * 44100, d + 1));
-    CSoundSource* deck = g_engine.decks[d];
-    ASSERT_TRUE(deck->load(path, 1, nullptr, 1));
-    while (deck->loadPending.load()) deck->loaderPass();
+    CSoundSource* deck = LoadDeck(root, d, 30);
+    ASSERT_NE(deck, nullptr);
     deck->setHq(true);
     deck->setKeyLock(true);
     deck->setPitch(300 * d - 400);

@@ -20,16 +20,6 @@
 
 namespace {
 
-// Joins a thread on every way out of the test, so a failed assertion fails the test.
-struct JoinGuard {
-  std::atomic<bool>& stop;
-  std::thread& thread;
-  ~JoinGuard() {
-    stop = true;
-    if (thread.joinable()) thread.join();
-  }
-};
-
 TEST(ThreadedDeck, LoadsSeeksAndStopsWhileTheAudioThreadRenders) {
   TempFolder folder;
   std::string tracks[2] = {folder.File("a.wav"), folder.File("b.wav")};

@@ -8,6 +8,7 @@
 // the jthread's destructor asks the loop to stop and joins it, so the test fails instead of
 // the whole binary aborting on an unjoined std::thread.
 
+#include <atomic>
 #include <chrono>
 #include <thread>
 
@@ -27,3 +28,14 @@ bool WaitFor(Condition&& condition, std::chrono::milliseconds deadline = kGenero
   }
   return true;
 }
+
+// For a std::thread that runs until a flag is set: sets the flag and joins on every way out of
+// the test, so a failed assertion fails the test rather than the binary.
+struct JoinGuard {
+  std::atomic<bool>& stop;
+  std::thread& thread;
+  ~JoinGuard() {
+    stop = true;
+    if (thread.joinable()) thread.join();
+  }
+};
