@@ -14,25 +14,13 @@
 #include <string>
 
 #include "SuiteScoring.h"
+#include "ExternalTools.h"
 #include "SyntheticTrack.h"
 #include "analysis/StripeFile.h"
 #include "analysis/TrackAnalyzer.h"
 #include "library/SongDatabase.h"
 
 namespace {
-
-std::string RunForText(const std::string& command) {
-  std::string out;
-  std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-  if (!pipe) return out;
-  char buffer[512];
-  while (std::fgets(buffer, sizeof buffer, pipe.get())) out += buffer;
-  return out;
-}
-
-bool HaveProgram(const char* name) {
-  return std::system((std::string("command -v ") + name + " >/dev/null 2>&1").c_str()) == 0;
-}
 
 double BpmToolsTempo(const std::string& wav) {
   std::string out = RunForText("sox \"" + wav + "\" -t raw -r 44100 -e float -c 1 - 2>/dev/null | bpm 2>/dev/null");

@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "ExternalTools.h"
 #include "SyntheticTrack.h"
 #include "analysis/StripeFile.h"
 #include "analysis/StripeMarks.h"
@@ -25,19 +26,6 @@
 #include "library/SongDatabase.h"
 
 namespace {
-
-std::string RunForText(const std::string& command) {
-  std::string out;
-  std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
-  if (!pipe) return out;
-  char buffer[512];
-  while (std::fgets(buffer, sizeof buffer, pipe.get())) out += buffer;
-  return out;
-}
-
-bool HaveProgram(const char* name) {
-  return std::system((std::string("command -v ") + name + " >/dev/null 2>&1").c_str()) == 0;
-}
 
 double ThreadSeconds() {
   timespec t{};

@@ -108,8 +108,8 @@ const std::vector<CommandHelp> kCommands = {
 };
 
 // "-o, --output OUT.wav" -> names {"-o", "--output"}, takes a value.
-bool MatchesSpec(const char* spec, const std::string& word, bool* takesValue) {
-  std::string text = spec;
+bool MatchesForm(const char* form, const std::string& word, bool* takesValue) {
+  std::string text = form;
   bool matched = false;
   *takesValue = false;
   size_t at = 0;
@@ -186,7 +186,7 @@ OptionKind ClassifyOption(const CommandHelp& command, const std::string& word) {
   std::string name = word.substr(0, word.find('='));
   for (const OptionHelp& option : command.options) {
     bool takesValue = false;
-    if (MatchesSpec(option.spec, name, &takesValue)) {
+    if (MatchesForm(option.form, name, &takesValue)) {
       // "--jobs=4" carries its value in the same word.
       return takesValue && name.size() == word.size() ? OptionKind::kValue : OptionKind::kFlag;
     }
@@ -217,7 +217,7 @@ std::string CommandHelpText(const CommandHelp& help) {
   if (!help.options.empty()) {
     out += "\nOptions:\n";
     for (const OptionHelp& option : help.options) {
-      out += std::string("  ") + option.spec + "\n";
+      out += std::string("  ") + option.form + "\n";
       AppendWrapped(out, option.text, "      ");
     }
   }
@@ -241,7 +241,7 @@ std::string ManualPage(const std::string& date) {
     out += ".SS " + Roff(command.synopsis) + "\n" + Roff(command.summary) + "\n.PP\n" +
            Roff(command.details) + "\n";
     for (const OptionHelp& option : command.options) {
-      out += ".TP\n.B " + Roff(option.spec) + "\n" + Roff(option.text) + "\n";
+      out += ".TP\n.B " + Roff(option.form) + "\n" + Roff(option.text) + "\n";
     }
   }
   out += ".SH GLOBAL OPTIONS\n.TP\n.B \\-\\-config FILE\n" +

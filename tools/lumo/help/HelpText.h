@@ -9,7 +9,7 @@
 struct OptionHelp {
   // "--seconds S", "-o, --output OUT.wav" or "--float": names first, then the value's
   // placeholder when the option takes one.
-  const char* spec;
+  const char* form;
   const char* text;
 };
 
