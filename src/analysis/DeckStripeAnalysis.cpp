@@ -7,6 +7,7 @@
 #include "analysis/StripeFile.h"
 #include "analysis/TempoGrid.h"
 #include "app/base/Trace.h"
+#include "codecs/SongKey.h"
 #include "deck/SoundSource.h"
 #include "library/SongDatabase.h"
 
@@ -138,7 +139,7 @@ void CDeckStripeAnalysis::SaveStripes(CSoundSource& deck) {
     }
   }
   TSongRecord record;
-  const std::string name = BareFileName(path);
+  const std::string name = SongKeyOf(path);
   if (!FindSong(name, record)) ClearSongRecord(record);
   record.name = name;
   record.durationMs = SongDurationMs(deck.GetLength());

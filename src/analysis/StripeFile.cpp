@@ -9,6 +9,7 @@
 #include "analysis/StripeMarks.h"
 #include "app/base/AtomicFile.h"
 #include "app/base/Trace.h"
+#include "codecs/SongKey.h"
 #include "library/SongDatabase.h"
 
 namespace {
@@ -47,13 +48,8 @@ int SongDurationMs(long long frames) {
 void SetStripesFolder(const std::string& folder) { FolderName() = folder; }
 const std::string& StripesFolder() { return FolderName(); }
 
-std::string BareFileName(std::string_view path) {
-  const size_t slash = path.find_last_of('/');
-  return std::string(slash == std::string_view::npos ? path : path.substr(slash + 1));
-}
-
 std::string StripePathFor(std::string_view songPath) {
-  return StripesFolder() + BareFileName(songPath) + ".kn2";
+  return StripesFolder() + SongKeyOf(songPath) + ".kn2";
 }
 
 bool WriteStripeFile(const std::string& path, const float* entries, int n) {
@@ -81,7 +77,7 @@ long ReadStripeFile(const std::string& path, float* entries, int n) {
 }
 
 int LoadStripes(std::string_view songPath, float* entries, int n, StripeLoad& out) {
-  const std::string name = BareFileName(songPath);
+  const std::string name = SongKeyOf(songPath);
   TSongRecord record;
   if (!FindSong(name, record)) {
     TraceLine("ZQSC LoadStripes fname=%s -- NOT found in database", name.c_str());

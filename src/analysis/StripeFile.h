@@ -25,8 +25,6 @@ int SongDurationMs(long long frames);
 
 void SetStripesFolder(const std::string& folder);  // ends in '/'
 const std::string& StripesFolder();
-// The song's file name with its extension, without any folder: the key of record and stripe.
-std::string BareFileName(std::string_view path);
 std::string StripePathFor(std::string_view songPath);
 
 // Writes n entries atomically; false when the file could not be written.

@@ -7,6 +7,7 @@
 #include "analysis/StripeFile.h"
 #include "analysis/TempoGrid.h"
 #include "app/base/Trace.h"
+#include "codecs/SongKey.h"
 #include "library/SongDatabase.h"
 
 namespace {
@@ -77,7 +78,7 @@ AnalysisOutcome CTrackAnalyzer::Analyze(const std::string& path, TrackAnalysis& 
   result.bpmConfidence = tempo.confidence;
   result.key = key_.FinishDetection().key;
   result.pitchKey = KeyIndexOf(result.key);
-  result.name = BareFileName(path);
+  result.name = SongKeyOf(path);
   result.entries = n;
   result.durationMs = SongDurationMs(frames);
 
@@ -106,7 +107,7 @@ AnalysisOutcome AnalyzeSongToStripe(const std::string& path, TrackAnalysis* resu
 
 bool NeedsAnalysis(const std::string& path) {
   TSongRecord record;
-  if (!FindSong(BareFileName(path), record) || !(record.bpm > 10.0f)) return true;
+  if (!FindSong(SongKeyOf(path), record) || !(record.bpm > 10.0f)) return true;
   struct stat info {};
   return ::stat(StripePathFor(path).c_str(), &info) != 0;
 }

@@ -12,6 +12,8 @@
 #include "audio/Mixer.h"
 #include "audio/OutputOptions.h"
 #include "audio/devices/OutputLayer.h"
+#include "codecs/CdParanoia.h"
+#include "codecs/CddbClient.h"
 #include "deck/SoundSource.h"
 
 namespace {
@@ -91,6 +93,8 @@ void ApplySettings() {
     deck->setKeyLock(keyLocks[d] != 0);
   }
   if (g_engine.mixer) g_engine.mixer->SetCrossfaderCurve(s.cfcurv);
+  g_cddbServer = s.cddbsv;
+  g_cdParanoiaMode = s.cdparn;
 }
 
 void CollectSettings() {

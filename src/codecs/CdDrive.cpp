@@ -11,6 +11,7 @@
 
 #include "codecs/Cddb.h"
 #include "codecs/PathRules.h"
+#include "codecs/SongKey.h"
 
 namespace {
 
@@ -131,6 +132,7 @@ CdDriveInfo DescribeCdSource(const std::string& source) {
     info.trackCount = toc.TrackCount();
   }
   CloseCdSource(cdio);
+  RememberCdDiscId(source, info.discId);
   return info;
 }
 

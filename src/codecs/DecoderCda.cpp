@@ -7,6 +7,8 @@
 
 #include "app/base/Trace.h"
 #include "codecs/CdDrive.h"
+#include "codecs/Cddb.h"
+#include "codecs/SongKey.h"
 
 CDecoderCda::CDecoderCda(int deckId)
     : CBaseCodec(deckId), group_(std::make_unique<unsigned char[]>(kGroupBytes)) {}
@@ -35,6 +37,7 @@ int CDecoderCda::open(std::string path, AudioFormat* format, int write) {
     TraceLine("%s: %s", where.source.c_str(), why.c_str());
     return 0;
   }
+  RememberCdDiscId(where.source, CddbDiscIdText(CddbDiscId(toc)));
   for (int i = 0; i < toc.TrackCount(); ++i) tracks.emplace_back(toc.StartSector(i), toc.SectorCount(i));
   if (index >= static_cast<int>(tracks.size()) || !toc.audioTrack[index]) {
     bool exists = index < static_cast<int>(tracks.size());

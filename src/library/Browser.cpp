@@ -81,6 +81,7 @@ void CZQBrowser::Build() {
     const std::string label = root == "/" ? "/" : root.substr(slash + 1);
     AddNode(kNodeDrive, 1, "<DISK>" + label, root);
   }
+  for (const CdDriveInfo& drive : cdDrives_) AddNode(kNodeCdDrive, 1, "<DISK>" + drive.DisplayName(), drive.devicePath);
   AddNode(kNodeHistory, 0, Text(129), "", historyList);
   AddNode(kNodeLists, 0, Text(126));
   for (int i = 0; i < kMaxLists; ++i) {
@@ -111,6 +112,11 @@ void CZQBrowser::SelectNode(int index) {
     case kNodeFolder:
       main->Clear();
       main->AddFolder(node.path, false, false);
+      break;
+    case kNodeCdDrive:
+      for (const CdDriveInfo& drive : cdDrives_) {
+        if (drive.devicePath == node.path) ShowCdTracks(drive);
+      }
       break;
     case kNodeITunesPlaylist:
       main->Clear();

@@ -12,6 +12,10 @@
 #include <string>
 #include <vector>
 
+#include <map>
+
+#include "codecs/CdDrive.h"
+#include "codecs/Cddb.h"
 #include "library/AbstractList.h"
 
 enum BrowserNodeType {
@@ -25,6 +29,7 @@ enum BrowserNodeType {
   kNodeHistory = 212,
   kNodeFolder = 220,        // a folder under a drive
   kNodeITunesPlaylist = 230,
+  kNodeCdDrive = 300,       // an optical drive or disc image; " (audio-CD)" when a disc is in
 };
 
 struct BrowserNode {
@@ -82,6 +87,12 @@ class CZQBrowser {
   // Folders offered in the tree: home, /, and removable mounts of the user.
   static std::vector<std::string> FolderRoots();
 
+  // The optical drives the tree shows from the next Build; a drive scan (CdDriveScan.h) finds
+  // them away from the window. Titles found by a CDDB lookup reach the rows of that disc, and
+  // the rows already shown when the disc's list is on screen.
+  void SetCdDrives(std::vector<CdDriveInfo> drives);
+  void SetCdTitles(const std::string& discId, const CddbDiscInfo& titles);
+
   std::vector<BrowserNode> nodes;
   int currentItem = -1;
   int recentItem = -1;
@@ -95,6 +106,10 @@ class CZQBrowser {
   std::string ListFilePath(const CZQAbstractList& list) const;
   int PlaceList(std::unique_ptr<CZQAbstractList> list);
   void AddNode(int type, int depth, const std::string& label, const std::string& path = "", int list = -1);
+  void ShowCdTracks(const CdDriveInfo& drive);
+
+  std::vector<CdDriveInfo> cdDrives_;
+  std::map<std::string, CddbDiscInfo> cdTitles_;  // by disc id
 
   std::string databaseFolder_;
   std::string playlistsFolder_;

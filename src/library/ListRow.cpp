@@ -4,6 +4,7 @@
 
 #include <cstdio>
 
+#include "codecs/SongKey.h"
 #include "library/KeyNaming.h"
 #include "library/SongDatabase.h"
 #include "library/TagReader.h"
@@ -24,11 +25,6 @@ bool OneOf(const std::string& word, std::initializer_list<const char*> words) {
     if (word == w) return true;
   }
   return false;
-}
-
-std::string BareName(const std::string& path) {
-  const size_t slash = path.find_last_of('/');
-  return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
 }  // namespace
@@ -65,7 +61,7 @@ std::string TimeText(int durationMs) {
 }
 
 void OverlayDatabase(TZQListElement& row) {
-  const std::string name = BareName(row.column[kColPath]);
+  const std::string name = SongKeyOf(row.column[kColPath]);
   TSongRecord record;
   const std::string& keyText = row.column[kColKey];
   if (FindSong(name, record)) {

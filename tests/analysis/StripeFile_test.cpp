@@ -1,4 +1,5 @@
 #include "analysis/StripeFile.h"
+#include "codecs/SongKey.h"
 
 #include <gtest/gtest.h>
 
@@ -44,7 +45,7 @@ TEST_F(StripeFileTest, SizesFollowTheStartedSecond) {
   EXPECT_EQ(StripeSeconds(441001), 11);
   EXPECT_EQ(StripeEntries(441001), 4851);
   EXPECT_EQ(StripeEntries(0), 0);
-  EXPECT_EQ(BareFileName("/music/a/Track.mp3"), "Track.mp3");
+  EXPECT_EQ(SongKeyOf("/music/a/Track.mp3"), "Track.mp3");
   EXPECT_EQ(StripePathFor("/music/b/Track.mp3"), StripesFolder() + "Track.mp3.kn2");
 }
 

@@ -16,6 +16,8 @@
 #include "app/base/Trace.h"
 #include "audio/OutputOptions.h"
 #include "audio/devices/OutputLayer.h"
+#include "codecs/CdParanoia.h"
+#include "codecs/CddbClient.h"
 #include "deck/SoundSource.h"
 #include "deck/TrackMemory.h"
 #include "support/TestFiles.h"
@@ -189,6 +191,8 @@ TEST_F(SettingsFile, ApplyHandsTheEngineWhatTheFileSays) {
       "<setting name=\"dsblcf\" value=\"1\" type=\"0\"/>\n"
       "<setting name=\"skinf1\" value=\"gone.xml\" type=\"1\"/>\n"
       "<setting name=\"maxram\" value=\"5\" type=\"0\"/>\n"
+      "<setting name=\"cddbsv\" value=\"cddb.example.org:8880\" type=\"1\"/>\n"
+      "<setting name=\"cdparn\" value=\"2\" type=\"0\"/>\n"
       "</settings>\n"));
   LogWatch log;
   SetSettingsFilePath(path_);
@@ -204,6 +208,8 @@ TEST_F(SettingsFile, ApplyHandsTheEngineWhatTheFileSays) {
   EXPECT_EQ(g_settings.skinf1, "") << "a skin that is gone falls back to the default";
   EXPECT_TRUE(log.Saw("output device \"ALSA: a card that was unplugged\" is not here"));
   EXPECT_EQ(g_outputSelection.primary, DefaultOutputDevice());
+  EXPECT_EQ(g_cddbServer, "cddb.example.org:8880");
+  EXPECT_EQ(g_cdParanoiaMode, 2) << "disc images go through error recovery too";
   // "No limit" holds a two-hour track whole; the smallest choice streams a ten-minute one.
   EXPECT_FALSE(CTrackMemory::ShouldStream(7200, g_trackMemoryLimitKB.load()));
   g_settings.maxram = 2;
@@ -218,6 +224,8 @@ TEST_F(SettingsFile, ApplyHandsTheEngineWhatTheFileSays) {
   g_outputOptions.externalMixer = 0;
   g_outputOptions.smoothGainInExternal = 1;
   g_outputSelection = OutputSelection{};
+  g_cddbServer.clear();
+  g_cdParanoiaMode = 1;
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "codecs/CdImage.h"
 #include "codecs/CodecChain.h"
 #include "codecs/DecoderCda.h"
+#include "codecs/SongKey.h"
 #include "support/TestFiles.h"
 #include "support/TraceCapture.h"
 
@@ -119,6 +120,25 @@ TEST_F(CdaTest, TheChainTakesATrackPathAsAListRowHandsItOver) {
   std::vector<int16_t> out(2 * 1000);
   ASSERT_EQ(chain.read16(out.data(), 1000, 12345), 1000);
   EXPECT_EQ(out, CdImageFrames(kTrackFirstFrame[1] + 12345, 1000));
+}
+
+TEST_F(CdaTest, TracksOfTwoDiscsNeverShareASongRecord) {
+  // Both discs name their first track "Track01.cda"; the key carries each disc's id.
+  TempFolder other;
+  const std::string otherCue = WriteCdImage(other.path(), {75 * 4, 75 * 5});
+  const std::string first = SongKeyOf(CdTrackPathFor(cue, 1));
+  const std::string second = SongKeyOf(CdTrackPathFor(otherCue, 1) + "$");
+  EXPECT_EQ(first, DescribeCdSource(cue).discId + "-Track01.cda");
+  EXPECT_EQ(second, DescribeCdSource(otherCue).discId + "-Track01.cda");
+  EXPECT_NE(first, second);
+  EXPECT_EQ(SongKeyOf("/music/a/Track01.cda.mp3"), "Track01.cda.mp3") << "only track paths are keyed by disc";
+
+  // A stale id (another disc was in the drive when it was read) is put right when a deck opens
+  // one of the tracks.
+  RememberCdDiscId(cue, "00000000");
+  EXPECT_EQ(SongKeyOf(CdTrackPathFor(cue, 2)), "00000000-Track02.cda");
+  ASSERT_EQ(Open(2), 1);
+  EXPECT_EQ(SongKeyOf(CdTrackPathFor(cue, 2)), DescribeCdSource(cue).discId + "-Track02.cda");
 }
 
 }  // namespace

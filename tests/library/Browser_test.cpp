@@ -14,17 +14,12 @@
 #include "library/SongDatabase.h"
 #include "support/TestFiles.h"
 #include "EmptyFile.h"
+#include "LibraryFolderFixture.h"
 
 namespace {
 
-class BrowserTest : public ::testing::Test {
+class BrowserTest : public LibraryFolderFixture {
  protected:
-  void SetUp() override {
-    std::filesystem::create_directories(folder.File("Database"));
-    std::filesystem::create_directories(folder.File("Playlists"));
-    LoadSongDatabase(folder.File("Database/db.knx"));
-  }
-  void TearDown() override { DropSongDatabase(); }
   std::string Touch(const std::string& name) { return TouchFile(folder, name); }
   TZQListElement Row(const std::string& title) {
     TZQListElement row;
@@ -32,8 +27,6 @@ class BrowserTest : public ::testing::Test {
     row.column[kColPath] = "/m/" + title + ".mp3";
     return row;
   }
-  TempFolder folder;
-  std::string db = folder.File("Database/"), playlists = folder.File("Playlists/");
 };
 
 TEST_F(BrowserTest, DefaultNamesCountOnAcrossDeletionsAndTheHundredthPlaceIsTheLast) {

@@ -25,6 +25,7 @@
 #include "app/DataFolders.h"
 #include "app/base/NumberText.h"
 #include "app/base/Trace.h"
+#include "codecs/SongKey.h"
 #include "library/SongDatabase.h"
 #include "library/SongDatabaseSaver.h"
 
@@ -206,7 +207,7 @@ int RunAnalyseCommand(int argc, char** argv) {
       const std::string& path = files[i];
       {
         std::lock_guard guard(outputLock);
-        const bool fresh = claimed.insert(BareFileName(path)).second;
+        const bool fresh = claimed.insert(SongKeyOf(path)).second;
         if (!fresh || (!options.force && !NeedsAnalysis(path))) {
           ++done, ++skipped;
           report(NotAnalysedLine(path, fresh ? "already analysed" : "a file of the same name was analysed in this run",

@@ -1,0 +1,48 @@
+#include "codecs/SongKey.h"
+
+#include <cstdio>
+#include <map>
+#include <mutex>
+
+#include "codecs/CdDrive.h"
+
+namespace {
+
+std::mutex g_discMutex;
+std::map<std::string, std::string>& DiscIds() {
+  static std::map<std::string, std::string> ids;
+  return ids;
+}
+
+std::string KnownDiscId(const std::string& source) {
+  std::lock_guard hold(g_discMutex);
+  auto it = DiscIds().find(source);
+  return it == DiscIds().end() ? std::string() : it->second;
+}
+
+std::string BareName(std::string_view path) {
+  const size_t slash = path.find_last_of('/');
+  return std::string(slash == std::string_view::npos ? path : path.substr(slash + 1));
+}
+
+}  // namespace
+
+void RememberCdDiscId(const std::string& source, const std::string& discId) {
+  std::lock_guard hold(g_discMutex);
+  if (discId.empty()) {
+    DiscIds().erase(source);
+  } else {
+    DiscIds()[source] = discId;
+  }
+}
+
+std::string SongKeyOf(std::string_view path) {
+  CdTrackPath track;
+  if (!ParseCdTrackPath(std::string(path), &track)) return BareName(path);
+  std::string id = KnownDiscId(track.source);
+  // Reading the table of contents remembers the id as a side effect.
+  if (id.empty()) id = DescribeCdSource(track.source).discId;
+  char name[32];
+  std::snprintf(name, sizeof name, "Track%02d.cda", track.trackNumber);
+  return id.empty() ? std::string(name) : id + "-" + name;
+}
