@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "app/base/AtomicFile.h"
 #include "codecs/CdDrive.h"
 #include "codecs/CdImage.h"
 #include "codecs/Cddb.h"
@@ -56,6 +57,16 @@ TEST(LumoCd, ListsADiscWithTitlesFromTheServerItIsGivenAndRefusesBadInput) {
   EXPECT_NE(listing.find("02    0:03  " + CdTrackPathFor(cue, 2) + "  Closing"), std::string::npos) << listing;
   ASSERT_GE(server.received().size(), 3u);
   EXPECT_EQ(server.received()[2] + "\n", query) << "the disc's own query line";
+
+  // Without --server, the program's own setting names the server.
+  fake_cddb::FakeCddbServer configured(
+      fake_cddb::Conversation("\n", {"200 rock " + id + " Some Band / Some Album\n"}, {fake_cddb::Entry("\n")}));
+  const std::string config = root.path() + "config.xml";
+  ASSERT_TRUE(WriteFileAtomically(config, "<settings version=\"100\">\n<setting name=\"cddbsv\" value=\"" +
+                                              configured.address() + "\" type=\"1\"/>\n</settings>\n"));
+  listing = RunLumo("--config '" + config + "' cd '" + cue + "' --timeout 15", &status);
+  EXPECT_EQ(status, 0);
+  EXPECT_NE(listing.find("Some Band / Some Album"), std::string::npos) << listing;
 
   for (const char* bad : {"--server", "--speed 4", "--server host:port", "a.cue b.cue"}) {
     RunLumo(std::string("cd ") + bad, &status);

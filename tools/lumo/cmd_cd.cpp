@@ -7,6 +7,9 @@
 #include "Commands.h"
 #include "LumoSession.h"
 #include "codecs/CdDrive.h"
+#include "app/Engine.h"
+#include "app/Settings.h"
+#include "codecs/CdParanoia.h"
 #include "codecs/CddbClient.h"
 
 namespace {
@@ -46,7 +49,10 @@ bool PrintDisc(const std::string& source, const std::string& server, int timeout
 int RunCdCommand(int argc, char** argv) {
   ParsedArgs args = ParseArgs(argc, argv, {});
   double timeout = kCddbDefaultTimeoutMs / 1000.0;
-  std::string server = args.Get("server").value_or(g_cddbServer);
+  // The program's settings name the server and the error recovery; --server overrides the one.
+  ReadConfig(SettingsFilePath());
+  g_cdParanoiaMode = g_settings.cdparn;
+  std::string server = args.Get("server").value_or(g_settings.cddbsv);
   std::string host;
   int port;
   bool known = true;
