@@ -1,0 +1,59 @@
+#include "app/OptionsApply.h"
+
+#include "app/Engine.h"
+#include "app/base/Trace.h"
+#include "audio/devices/OutputLayer.h"
+
+namespace {
+
+// The settings that only take effect when the device is opened again.
+bool OutputChanged(const Settings& a, const Settings& b) {
+  return a.audio0 != b.audio0 || a.audio1 != b.audio1 || a.latncy != b.latncy || a.audmod != b.audmod ||
+         a.extmix != b.extmix || a.jckprt != b.jckprt;
+}
+
+// Spans a DJ expects, narrow for beat matching by ear, wide for effects; the default (index 3)
+// is the usual +/-10 %.
+constexpr int kPitchRanges[] = {400, 600, 800, 1000, 1200, 1600, 2500, 5000, 10000};
+
+}  // namespace
+
+const std::vector<std::string>& PitchRangeLabels() {
+  static const std::vector<std::string> labels = [] {
+    std::vector<std::string> out;
+    for (int hundredths : kPitchRanges) out.push_back("+/- " + std::to_string(hundredths / 100) + "%");
+    return out;
+  }();
+  return labels;
+}
+
+int PitchRangeHundredths(int ptchrg) {
+  constexpr int count = static_cast<int>(sizeof kPitchRanges / sizeof kPitchRanges[0]);
+  return kPitchRanges[ptchrg >= 0 && ptchrg < count ? ptchrg : 3];
+}
+
+OptionsOutcome ApplyChosenOptions(const Settings& chosen, const OptionsApplyHooks& hooks) {
+  OptionsOutcome outcome;
+  const Settings before = g_settings;
+  Settings next = chosen;
+  if (next.skinf1 != before.skinf1) {
+    if (hooks.chooseSkin && hooks.chooseSkin(next.skinf1)) {
+      outcome.skinChanged = true;
+    } else {
+      next.skinf1 = before.skinf1;
+      outcome.skinRefused = true;
+    }
+  }
+  g_settings = next;
+  outcome.audioReopened = OutputChanged(before, next);
+  if (outcome.audioReopened) {
+    TraceLine("options: the audio output is opened again");
+    CloseAudioOutputs(0);
+  }
+  ApplySettings();
+  if (outcome.audioReopened) EngineOpenOutputs();
+  outcome.midiChanged = before.midiInputs != next.midiInputs;
+  if (outcome.midiChanged && hooks.applyMidiSelection) hooks.applyMidiSelection();
+  outcome.saved = EngineSaveSettings(&outcome.message);
+  return outcome;
+}
