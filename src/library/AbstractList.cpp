@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "codecs/SongKey.h"
 #include "library/ListRow.h"
 #include "library/TagReader.h"
 
@@ -356,20 +357,36 @@ void CZQAbstractList::InsertRow(const TZQListElement& row, int index) {
   Notify();
 }
 
-void CZQAbstractList::RefreshSong(const std::string& bareName) {
+void CZQAbstractList::RefreshSong(const std::string& songKey) {
   bool changed = false;
   {
     std::lock_guard guard(rowsLock_);
     for (auto& entry : rows_) {
-      const std::string& path = entry->row.column[kColPath];
-      if (path.size() < bareName.size() || path.compare(path.size() - bareName.size(), bareName.size(), bareName)) continue;
-      if (path.size() > bareName.size() && path[path.size() - bareName.size() - 1] != '/') continue;
+      if (SongKeyOf(entry->row.column[kColPath]) != songKey) continue;
       OverlayDatabase(entry->row);
       entry->Index();
       changed = true;
     }
   }
   if (changed) Notify();
+}
+
+int CZQAbstractList::RefreshFile(const std::string& path, ZQTagReader& reader) {
+  int refreshed = 0;
+  {
+    std::lock_guard guard(rowsLock_);
+    for (auto& entry : rows_) {
+      if (entry->row.column[kColPath] != path) continue;
+      TZQListElement fresh = entry->row;
+      if (!BuildRow(path, fresh, false, reader)) continue;
+      fresh.column[kColNumber] = entry->row.column[kColNumber];
+      entry->row = std::move(fresh);
+      entry->Index();
+      ++refreshed;
+    }
+  }
+  if (refreshed) Notify();
+  return refreshed;
 }
 
 void CZQAbstractList::Sort(int column, bool ascending) {

@@ -23,6 +23,8 @@
 
 #include "library/ListElement.h"
 
+class ZQTagReader;
+
 struct ListColumnSetting {
   std::string title;
   int visible = 1;
@@ -94,8 +96,12 @@ class CZQAbstractList {
   // Rows per genre text ("" for none), over every row.
   std::vector<std::pair<std::string, int>> GenreCounts() const;
 
-  // Lays the song database's values over the rows of this file name (an analysis finished).
-  void RefreshSong(const std::string& bareName);
+  // Lays the song database's values over the rows of this song (an analysis finished); the name
+  // is the song's database key (SongKey.h).
+  void RefreshSong(const std::string& songKey);
+  // Reads the tags of the rows of this file again (the tag editor wrote them); the row keeps
+  // its place, marks and colour. Returns the rows refreshed.
+  int RefreshFile(const std::string& path, ZQTagReader& reader);
   // Sorts every row by a column; text order, which the fixed-width tempo and time texts make
   // a value order.
   void Sort(int column, bool ascending);

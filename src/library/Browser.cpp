@@ -13,6 +13,7 @@
 #include "library/ITunesLibrary.h"
 #include "library/LibraryLock.h"
 #include "library/ListFile.h"
+#include "library/TagReader.h"
 
 namespace {
 
@@ -219,10 +220,19 @@ int CZQBrowser::AnalyzeRows(int listIndex, const std::vector<int>& visibleRows) 
   return queued;
 }
 
-void CZQBrowser::SongAnalysed(const std::string& bareName) {
+void CZQBrowser::SongAnalysed(const std::string& songKey) {
   for (auto& list : lists_) {
-    if (list) list->RefreshSong(bareName);
+    if (list) list->RefreshSong(songKey);
   }
+}
+
+int CZQBrowser::FileRetagged(const std::string& path) {
+  ZQTagReader reader;
+  int refreshed = 0;
+  for (auto& list : lists_) {
+    if (list) refreshed += list->RefreshFile(path, reader);
+  }
+  return refreshed;
 }
 
 std::vector<std::string> CZQBrowser::GenreItems(int listIndex) const {

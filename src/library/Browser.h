@@ -79,7 +79,9 @@ class CZQBrowser {
   // "analyze": every given visible row of the list goes to the file worker.
   int AnalyzeRows(int listIndex, const std::vector<int>& visibleRows);
   // A finished analysis: every list shows the song's new tempo, length and key.
-  void SongAnalysed(const std::string& bareName);
+  void SongAnalysed(const std::string& songKey);
+  // The tag editor wrote the file's tags: every row of it reads them again.
+  int FileRetagged(const std::string& path);
 
   // "All Genres (%d)" and one "name (%d)" item per genre of the list.
   std::vector<std::string> GenreItems(int listIndex) const;

@@ -23,18 +23,13 @@
 #include <string>
 
 #include "TestKeyNames.h"
+#include "ToneFile.h"
 #include "library/KeyNaming.h"
 #include "library/ListRow.h"
 #include "library/SongDatabase.h"
 #include "support/TestFiles.h"
 
 namespace {
-
-bool MakeAudio(const std::string& path) {
-  const std::string command = "ffmpeg -nostdin -loglevel error -y -f lavfi -i sine=frequency=440:duration=0.3 " +
-                              std::string(path.ends_with(".opus") ? "-ar 48000 " : "-ar 44100 ") + "'" + path + "'";
-  return std::system(command.c_str()) == 0;
-}
 
 void AddId3Frames(TagLib::ID3v2::Tag* tag) {
   auto* key = new TagLib::ID3v2::TextIdentificationFrame("TKEY", TagLib::String::UTF8);
@@ -95,7 +90,7 @@ class TagReaderFormats : public ::testing::TestWithParam<const char*> {
 
 TEST_P(TagReaderFormats, EveryColumnTheKeyAndTheCleanedComment) {
   const std::string path = folder.File(std::string("Name Artist - Name Title.") + GetParam());
-  if (!MakeAudio(path)) GTEST_SKIP() << "ffmpeg cannot write " << GetParam();
+  if (!MakeToneFile(path)) GTEST_SKIP() << "ffmpeg cannot write " << GetParam();
   WriteTags(path);
 
   ZQTagReader reader;
@@ -121,7 +116,7 @@ INSTANTIATE_TEST_SUITE_P(Formats, TagReaderFormats,
 TEST(TagReader, NamesWithoutTagsVirtualPathsAndGenres) {
   TempFolder folder;
   const std::string untagged = folder.File("Some Artist - Some Title.wav");
-  ASSERT_TRUE(MakeAudio(untagged) || (WriteStereo16(untagged, MakeTestSignal(100)), true));
+  ASSERT_TRUE(MakeToneFile(untagged) || (WriteStereo16(untagged, MakeTestSignal(100)), true));
   ZQTagReader reader;
   ASSERT_EQ(reader.Open(untagged, 1), 1);
   std::string artist, title;
@@ -140,7 +135,7 @@ TEST(TagReader, CoverArtComesFromId3AndFlacPicturesWithoutDecoding) {
   TempFolder folder;
   const TagLib::ByteVector picture("\xff\xd8\xff\xe0 not really a jpeg", 25);
   const std::string mp3 = folder.File("cover.mp3"), flac = folder.File("cover.flac");
-  if (!MakeAudio(mp3) || !MakeAudio(flac)) GTEST_SKIP() << "ffmpeg is needed";
+  if (!MakeToneFile(mp3) || !MakeToneFile(flac)) GTEST_SKIP() << "ffmpeg is needed";
   {
     TagLib::MPEG::File file(mp3.c_str());
     auto* frame = new TagLib::ID3v2::AttachedPictureFrame;
