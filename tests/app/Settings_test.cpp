@@ -20,6 +20,7 @@
 #include "codecs/CddbClient.h"
 #include "deck/SoundSource.h"
 #include "deck/TrackMemory.h"
+#include "support/FileSizeLimit.h"
 #include "support/TestFiles.h"
 #include "app/Engine.h"
 
@@ -159,17 +160,12 @@ TEST_F(SettingsFile, AFolderThatRefusesTheFileKeepsTheOldOne) {
   // Root ignores folder permissions, so a file-size limit makes the write fail for anyone.
   std::filesystem::permissions(folder_.path(), std::filesystem::perms::owner_read |
                                                    std::filesystem::perms::owner_exec);
-  rlimit limit{};
-  getrlimit(RLIMIT_FSIZE, &limit);
-  const rlimit saved = limit;
-  limit.rlim_cur = 64;
-  auto previous = std::signal(SIGXFSZ, SIG_IGN);
-  setrlimit(RLIMIT_FSIZE, &limit);
   g_settings.audmod = 2;
   std::string message;
-  EXPECT_FALSE(WriteConfig(path_, &message));
-  setrlimit(RLIMIT_FSIZE, &saved);
-  std::signal(SIGXFSZ, previous);
+  {
+    ScopedFileSizeLimit limit(64);
+    EXPECT_FALSE(WriteConfig(path_, &message));
+  }
   std::filesystem::permissions(folder_.path(), std::filesystem::perms::owner_all);
   EXPECT_EQ(message, "can not save settings to " + path_);
   EXPECT_EQ(Read(path_), old);

@@ -2,10 +2,8 @@
 // kept, and a file that cannot be written left exactly as it was.
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
-#include <csignal>
 #include <filesystem>
 
 #include "LibraryFolderFixture.h"
@@ -14,6 +12,7 @@
 #include "library/Browser.h"
 #include "library/TagReader.h"
 #include "library/TagWriter.h"
+#include "support/FileSizeLimit.h"
 
 namespace {
 
@@ -90,15 +89,10 @@ TEST_F(TagWriterTest, AFileThatCannotBeWrittenIsLeftAsItWas) {
 
   // A full disk: the copy cannot be written (a file-size limit stands in for it, which binds
   // root as well).
-  rlimit limit{};
-  getrlimit(RLIMIT_FSIZE, &limit);
-  const rlimit saved = limit;
-  limit.rlim_cur = 1024;
-  auto previous = std::signal(SIGXFSZ, SIG_IGN);
-  setrlimit(RLIMIT_FSIZE, &limit);
-  EXPECT_FALSE(WriteTags(path, Edit(), &error));
-  setrlimit(RLIMIT_FSIZE, &saved);
-  std::signal(SIGXFSZ, previous);
+  {
+    ScopedFileSizeLimit limit(1024);
+    EXPECT_FALSE(WriteTags(path, Edit(), &error));
+  }
   EXPECT_NE(error.find("can not copy the file"), std::string::npos) << error;
 
   EXPECT_FALSE(WriteTags(folder.File("gone.mp3"), Edit(), &error));
