@@ -5,6 +5,7 @@
 
 #include "skin/SkinDraw.h"
 #include "skin/SkinSurface.h"
+#include "skin/SpecialWheel.h"
 
 namespace {
 

@@ -1,0 +1,12 @@
+#pragma once
+// The decks' records and beat lamps: a hand on a record scratches its deck (relative scratch:
+// each move adds the samples the record turned), and the tick turns every record with its
+// deck's position.
+//
+// Threads: GUI thread.
+
+// Ties every deck's `deck_wheel` to the deck's scratch. Call once the catalogue controls and the
+// decks exist.
+void BindDeckWheels();
+// The tick's step: each record shows its deck's position (seconds of music at 44.1 kHz).
+void TurnDeckWheels();
