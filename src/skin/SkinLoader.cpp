@@ -293,6 +293,10 @@ void SetSkinDialogWindow(int windowIndex, ZQBaseWindow* window) {
   if (windowIndex > kWindowMain && windowIndex < kWindowMax) State().dialogs[windowIndex] = window;
 }
 
+ZQBaseWindow* SkinDialogWindow(int windowIndex) {
+  return windowIndex > kWindowMain && windowIndex < kWindowMax ? State().dialogs[windowIndex] : nullptr;
+}
+
 std::vector<SkinListEntry>& SkinTable() { return State().skins; }
 
 void ListSkins(const std::string& folder, wxComboBox* comboBox, const std::string& selectedName) {

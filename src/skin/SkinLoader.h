@@ -57,6 +57,7 @@ void SetSkinScriptCaller(std::function<void(const std::string& function, int x, 
 
 // A dialog window a skin's "confirm_dialog" or "message_dialog" element configures.
 void SetSkinDialogWindow(int windowIndex, ZQBaseWindow* window);
+ZQBaseWindow* SkinDialogWindow(int windowIndex);
 
 // The skins found by ListSkins, in scan order.
 std::vector<SkinListEntry>& SkinTable();

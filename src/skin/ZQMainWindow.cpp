@@ -1,11 +1,11 @@
 #include "skin/ZQMainWindow.h"
 
 #include <wx/display.h>
-#include <wx/msgdlg.h>
 
 #include "app/Language.h"
 #include "app/base/Trace.h"
 #include "skin/ControlTable.h"
+#include "skin/SkinnedDialogs.h"
 #include "skin/ZQCustomControl.h"
 
 namespace {
@@ -59,8 +59,7 @@ void ZQMainWindow::ToggleFullScreen() {
   int index = wxDisplay::GetFromWindow(this);
   wxSize display = wxDisplay(index == wxNOT_FOUND ? 0u : static_cast<unsigned>(index)).GetGeometry().GetSize();
   if (display != wxSize(SkinWidth(), SkinHeight())) {
-    wxString question = wxString::FromUTF8(LangString(kStrFullScreenConfirm));
-    if (wxMessageBox(question, "Message", wxYES_NO, this) != wxYES) return;
+    if (!AskConfirm(this, LangString(kStrFullScreenConfirm))) return;
   }
   EnterFullScreen();
 }
@@ -82,8 +81,8 @@ void ZQMainWindow::CloseWithoutAsking() {
 void ZQMainWindow::OnClose(wxCloseEvent& event) {
   if (closed_) return;
   if (asking_ && event.CanVeto()) {
-    wxString question = wxString::FromUTF8(LangString(kStrQuitConfirm));
-    if (!question.empty() && wxMessageBox(question, "Message", wxYES_NO, this) != wxYES) {
+    const std::string question = LangString(kStrQuitConfirm);
+    if (!question.empty() && !AskConfirm(this, question)) {
       event.Veto();
       return;
     }

@@ -11,6 +11,7 @@
 #include "skin/ControlTable.h"
 #include "skin/SkinControls.h"
 #include "skin/SkinLoader.h"
+#include "skin/SkinnedDialogs.h"
 #include "skin/ZQCustomGroup.h"
 #include "skin/ZQCustomPanel.h"
 #include "skin/ZQMainWindow.h"
@@ -207,6 +208,31 @@ TEST_F(SkinLoaderTest, ButtonPressesAndLearnMode) {
   if (button->HasCapture()) button->ReleaseMouse();
 }
 
+TEST_F(SkinLoaderTest, TheSkinsConfirmDialogAsksAndItsButtonsAnswer) {
+  // The dialog window comes after the main window in the file.
+  ASSERT_TRUE(LoadSkin(Write("d", "</window><window name='confirm_dialog' width='300' height='100'>"
+                                  "<textarea action='special_dialog_message' posx='10' posy='10' width='280' height='30'/>"
+                                  "<button action='special_dialog_ok' posx='10' posy='60' width='60' height='24'/>"
+                                  "<button action='special_dialog_cancel' posx='200' posy='60' width='60' height='24'/>"),
+                       g_main));
+  auto* message = dynamic_cast<CZQSkinnedControl*>(Control("special_dialog_message"));
+  for (const char* answer : {"special_dialog_ok", "special_dialog_cancel"}) {
+    std::string shown;
+    // The click comes while the dialog runs its own loop, as the user's would.
+    wxTheApp->CallAfter([&, answer] {
+      shown = message->Text();
+      ControlEvent down, up;
+      down.kind = kEventMouseDown, down.button = 1;
+      up.kind = kEventMouseUp, up.button = 1;
+      Control(answer)->SendEvent(down);
+      Control(answer)->SendEvent(up);
+    });
+    const bool yes = AskConfirm(g_main, "Quit now?");
+    EXPECT_EQ(yes, std::string(answer) == "special_dialog_ok") << answer;
+    EXPECT_EQ(shown, "Quit now?");
+  }
+}
+
 int main(int argc, char** argv) {
   ::testing::InitGoogleTest(&argc, argv);
   wxApp::SetInstance(new wxApp());
@@ -217,6 +243,7 @@ int main(int argc, char** argv) {
   wxInitAllImageHandlers();
   g_main = new ZQMainWindow(nullptr);
   CreateCatalogueControls(g_main);
+  CreateSkinDialogWindows(g_main);
   g_frame = new wxFrame(nullptr, wxID_ANY, "framework");
   g_frame->Show();
   int result = RUN_ALL_TESTS();
