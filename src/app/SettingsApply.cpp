@@ -91,6 +91,7 @@ void ApplySettings() {
     deck->setKeyLock(keyLocks[d] != 0);
   }
   if (g_engine.mixer) g_engine.mixer->SetCrossfaderCurve(s.cfcurv);
+  EngineSetLimiter(s.alimit != 0);
 }
 
 void CollectSettings() {
@@ -110,4 +111,5 @@ void CollectSettings() {
     if (g_engine.decks[d]) *keyLocks[d] = g_engine.decks[d]->keyLockOn.load(std::memory_order_relaxed) ? 1 : 0;
   }
   if (g_engine.mixer) s.cfcurv = g_engine.mixer->CrossfaderCurve();
+  if (g_engine.limiter) s.alimit = EngineLimiterOn() ? 1 : 0;
 }
