@@ -38,13 +38,14 @@ float CEffectDynamics::FastLevelDb(float level) noexcept {
 void CEffectDynamics::SelectPreset(int preset) {
   struct Preset {
     int agcMode, lookAhead;
-    float inputGainDb, thresholdDb, ratio, attackMs, releaseMs, agcTargetDb, holdTarget;
+    float inputGainDb, thresholdDb, ratio, attackMs, releaseMs, makeup, agcTargetDb, holdTarget;
   };
   constexpr float kKeep = std::numeric_limits<float>::quiet_NaN();  // "not set by this preset"
   static const Preset kPresets[3] = {
-      {1, 0, 6.0f, -42.0f, kKeep, 5000.0f, 35000.0f, -12.0f, 15.0f},
-      {0, 0, 0.0f, -9.0f, 9.0f, 1.0f, 300.0f, kKeep, kKeep},
-      {0, 1, 0.0f, -1.5f, 500.0f, 0.3f, 100.0f, kKeep, kKeep},
+      {1, 0, 6.0f, -42.0f, kKeep, 5000.0f, 35000.0f, kKeep, -12.0f, 15.0f},
+      {0, 0, 0.0f, -9.0f, 9.0f, 1.0f, 300.0f, 2.5118864f, kKeep, kKeep},  // make-up 10^0.4
+      // The limiter adds no make-up: its ceiling is the threshold itself.
+      {0, 1, 0.0f, -1.5f, 500.0f, 0.3f, 100.0f, 1.0f, kKeep, kKeep},
   };
   const Preset& p = kPresets[preset];
   preset_.store(preset);
@@ -58,7 +59,7 @@ void CEffectDynamics::SelectPreset(int preset) {
   releaseMs_.store(p.releaseMs);
   if (!std::isnan(p.agcTargetDb)) agcTargetDb_.store(p.agcTargetDb);
   if (!std::isnan(p.holdTarget)) holdTarget_.store(p.holdTarget);
-  if (p.agcMode == 0) RecalculateMakeup();
+  if (!std::isnan(p.makeup)) makeup_.store(p.makeup);
 }
 
 void CEffectDynamics::RecalculateMakeup() {
@@ -129,9 +130,12 @@ CEffectDynamics::Settings CEffectDynamics::LoadSettings() const noexcept {
 
 float CEffectDynamics::MeasureLevel(const float* block, int frames, int i, float inputGain, bool lookAhead) noexcept {
   if (lookAhead) {
-    // Frames behind i are scaled already, those ahead not yet; i itself is.
-    const int j = std::min(frames - 1, i + kLookAheadFrames);
-    return inputGain * std::fabs(block[2 * j] + block[2 * j + 1]) * 0.5f;
+    // The loudest frame of the next twelve (up to the block's end), so a peak is met with the
+    // gain it needs however short it is. Frames ahead of i are not scaled yet; i itself is.
+    const int last = std::min(frames - 1, i + kLookAheadFrames);
+    float peak = std::fabs(block[2 * i] + block[2 * i + 1]);
+    for (int j = i + 1; j <= last; ++j) peak = std::max(peak, inputGain * std::fabs(block[2 * j] + block[2 * j + 1]));
+    return peak * 0.5f;
   }
   return level_ * 0.5f + std::fabs(block[2 * i] + block[2 * i + 1]) * 0.25f;
 }

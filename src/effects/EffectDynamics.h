@@ -1,7 +1,7 @@
 #pragma once
 // CEffectDynamics: one gain computer with three presets: 0 slow level control, 1 compressor,
 // 2 look-ahead limiter (the master limiter runs preset 2). Per frame: input gain, a level
-// (smoothed, or with look-ahead taken 12 frames ahead inside the block), a target gain from
+// (smoothed, or with look-ahead the peak of the next 12 frames inside the block), a target gain from
 // that level in dB, and an exponential ramp that reaches the target in the attack or release
 // time; fast attacks snap to the target at zero crossings so the jump is inaudible. Level
 // control returns to unity only after 176 401 frames below its threshold.
