@@ -72,6 +72,9 @@ void CEffectDynamics::RecalculateMakeup() {
 }
 
 void CEffectDynamics::SetParam(int id, int value) {
+  // Presets hold fractional values (-1.5 dB) that GetParam reports rounded: a value equal to
+  // what GetParam says (a chain file restoring it) keeps the exact one and its make-up.
+  if (id != 0 && value == GetParam(id)) return;
   const float v = static_cast<float>(value);
   const bool compressor = agcMode_.load() == 0;
   switch (id) {

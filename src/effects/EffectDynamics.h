@@ -25,7 +25,8 @@ class CEffectDynamics : public CBuiltInEffect {
   CEffectDynamics();
   // 0 preset 0..2; 1 attack ms; 2 release ms; 3 input gain dB; 4 threshold dB; 5 ratio;
   // 6 level-control target dB; 7 hold (kept, not used). Values other than the preset are plain
-  // integers in their unit and may be negative.
+  // integers in their unit and may be negative. GetParam rounds; setting what it reports
+  // changes nothing, so a restored chain keeps a preset's fractional values.
   void SetParam(int id, int value) override;
   int GetParam(int id) override;
   int GetParamCount() override { return 8; }
