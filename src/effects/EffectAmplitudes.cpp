@@ -53,11 +53,18 @@ void CEffectAmplitudes::ProcessCore(float* block, int frames, float bpm) noexcep
     lastRate_ = rate;
     sampleCounter_ = 0;
   }
+  // The cosine is turned by a fixed rotation from frame to frame, started exactly at each block.
   const double step = kRadiansPerSample * tempo / 60.0 * rate;
+  const double angle = sampleCounter_ * step + phase_;
+  double cosine = std::cos(angle), sine = std::sin(angle);
+  const double turnCos = std::cos(step), turnSin = std::sin(step);
   for (int i = 0; i < frames; ++i) {
-    const float c = static_cast<float>((std::cos(sampleCounter_ * step + phase_) + 1.0) * 0.5);
+    const float c = static_cast<float>((cosine + 1.0) * 0.5);
     block[2 * i] *= c;
     block[2 * i + 1] *= mode == 1 ? 1.0f - c : c;
-    ++sampleCounter_;
+    const double nextCos = cosine * turnCos - sine * turnSin;
+    sine = sine * turnCos + cosine * turnSin;
+    cosine = nextCos;
   }
+  sampleCounter_ += frames;
 }

@@ -11,7 +11,19 @@ namespace {
 constexpr float kSilentDb = -318.7f;
 constexpr float kNoGainBelowDb = -318.8f;  // 10^(dB/20) underflows below this
 
-double DbToGain(float dB) { return dB > kNoGainBelowDb ? std::pow(10.0, dB / 20.0) : 0.0; }
+constexpr double kLn10Over20 = 0.11512925464970229;  // ln(10) / 20
+
+// The gain computer may need these on every frame of a loud block, so they are the cheap forms:
+// a float exponential for a gain (a relative error of 1e-7 is far below hearing), and a ramp
+// factor whose tiny per-frame steps come from a short series.
+double DbToGain(float dB) { return dB > kNoGainBelowDb ? std::exp(dB * static_cast<float>(kLn10Over20)) : 0.0; }
+
+// (to / from)^perFrame, for from > 0; perFrame is 1 / the ramp's length in frames.
+double RampFactor(double to, double from, double perFrame) {
+  const double x = std::log(static_cast<float>(to) / static_cast<float>(from)) * perFrame;
+  if (std::fabs(x) < 1e-3) return 1.0 + x * (1.0 + x * (0.5 + x * (1.0 / 6.0)));  // error under 5e-14
+  return std::exp(x);
+}
 
 }  // namespace
 
@@ -145,7 +157,7 @@ float CEffectDynamics::MeasureLevel(const float* block, int frames, int i, float
 
 void CEffectDynamics::UpdateTarget(const Settings& s) noexcept {
   if (s.agcMode) {
-    const double aim = DbToGain(s.agcTargetDb);
+    const double aim = s.agcAim;
     if (levelDb_ > s.thresholdDb) {
       belowCounter_ = 0;
       targetGain_ = aim / level_;
@@ -165,9 +177,10 @@ void CEffectDynamics::UpdateTarget(const Settings& s) noexcept {
 void CEffectDynamics::StepRamp(const Settings& s, float left) noexcept {
   if (targetGain_ != settingGain_) {
     settingGain_ = targetGain_;
-    const double ms = settingGain_ > currentGain_ ? s.releaseMs : s.attackMs;
+    const bool rising = settingGain_ > currentGain_;
+    const double ms = rising ? s.releaseMs : s.attackMs;
     if (currentGain_ > 0.0 && std::isfinite(currentGain_) && ms > 0.0) {
-      rampFactor_ = std::pow(settingGain_ / currentGain_, 1.0 / (ms * 44.1));
+      rampFactor_ = RampFactor(settingGain_, currentGain_, rising ? s.releasePerFrame : s.attackPerFrame);
     } else {
       currentGain_ = settingGain_;  // nothing to ramp from
       rampFactor_ = 1.0;
@@ -187,7 +200,10 @@ void CEffectDynamics::StepRamp(const Settings& s, float left) noexcept {
 void CEffectDynamics::ProcessCore(float* block, int frames, float bpm) noexcept {
   (void)bpm;
   if (!IsEnabled() || frames < 1) return;
-  const Settings s = LoadSettings();
+  Settings s = LoadSettings();
+  s.agcAim = DbToGain(s.agcTargetDb);
+  s.attackPerFrame = 1.0 / (s.attackMs * 44.1);
+  s.releasePerFrame = 1.0 / (s.releaseMs * 44.1);
   const double makeup = s.agcMode ? 1.0 : s.makeup;
   for (int i = 0; i < frames; ++i) {
     float& left = block[2 * i];

@@ -44,6 +44,8 @@ class CEffectDynamics : public CBuiltInEffect {
   struct Settings {
     float inputGain, thresholdDb, ratio, attackMs, releaseMs, makeup, agcTargetDb;
     int agcMode, lookAhead;
+    // Worked out once a block: the level-control target as a gain, 1 / each ramp's frames.
+    double agcAim = 1.0, attackPerFrame = 1.0, releasePerFrame = 1.0;
   };
   void SelectPreset(int preset);
   void RecalculateMakeup();

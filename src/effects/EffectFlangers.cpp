@@ -112,7 +112,7 @@ void CEffectFlangers::ProcessCore(float* block, int frames, float bpm) noexcept 
   ApplyPending(bpm);
   float* lines[2] = {lineLeft_.get(), lineRight_.get()};
   for (int i = 0; i < frames; ++i) {
-    const float frac = static_cast<float>(sweep_ - std::floor(sweep_));
+    const float frac = static_cast<float>(sweep_ - static_cast<int>(sweep_));
     for (int c = 0; c < 2; ++c) {
       float* line = lines[c];
       const float delayed = line[readPosPrev_] * (1.0f - frac) + line[readPos_] * frac;
@@ -121,8 +121,10 @@ void CEffectFlangers::ProcessCore(float* block, int frames, float bpm) noexcept 
       block[2 * i + c] = dry_ * s + wet_ * delayed;
     }
     sweep_ += sweepStep_;
-    writePos_ = (writePos_ + 1) % kLineLength;
-    readPos_ = (writePos_ + static_cast<int>(std::floor(sweep_))) % kLineLength;
+    writePos_ = writePos_ + 1 == kLineLength ? 0 : writePos_ + 1;
+    // The sweep never goes below 0, so truncation is its floor; the sum stays under two lengths.
+    readPos_ = writePos_ + static_cast<int>(sweep_);
+    if (readPos_ >= kLineLength) readPos_ -= kLineLength;
     readPosPrev_ = readPos_ > 0 ? readPos_ - 1 : 0;
     if (sweep_ > sweepHigh_ || sweep_ < sweepLow_) sweepStep_ = -sweepStep_;
   }
