@@ -44,18 +44,6 @@ std::vector<std::vector<float>> Inputs() {
   return {randomIn, Stereo(frames, 0, 0), square, Impulse(frames, 17)};
 }
 
-TEST(BuiltInEffects, EveryNameBuildsAnEffectAndTheDeckPlacesMatchTheirNames) {
-  const std::vector<std::string> names = AllNames();
-  ASSERT_EQ(names.size(), 14u);
-  for (const std::string& name : names) EXPECT_NE(CreateBuiltInByName(name), nullptr) << name;
-  EXPECT_EQ(CreateBuiltInByName("fxNothing"), nullptr);
-  for (int place = 0; place < kBuiltInEffectPlaces; ++place) {
-    if (!BuiltInPlaceName(place).empty()) EXPECT_EQ(BuiltInNamePlace(BuiltInPlaceName(place)), place);
-  }
-  EXPECT_EQ(BuiltInNamePlace("fxFlanger5"), 5);
-  EXPECT_EQ(BuiltInNamePlace("fxLimiter"), -1) << "the dynamics have no deck place";
-}
-
 TEST(BuiltInEffects, FiniteInputGivesFiniteOutputAtEveryBlockSize) {
   FixedTempo tempo(128);
   for (const std::string& name : AllNames()) {

@@ -1,5 +1,5 @@
 // Every built-in effect reached from `lumo render --fx`, as a user would switch it on: each one
-// audibly changes a loud tone, keeps every sample finite, and the echo comes back on its beat.
+// audibly changes a loud tone and keeps every sample finite; a name that is none fails.
 
 #include <gtest/gtest.h>
 
@@ -34,7 +34,7 @@ TEST(LumoRenderFx, EveryBuiltInChangesWhatIsRendered) {
   std::string in = root.path() + "in.wav", out = root.path() + "out.wav";
   std::vector<int16_t> tone(2 * 2 * 44100);
   for (size_t f = 0; f < tone.size() / 2; ++f) {
-    // -0.9 dB at the master: over the limiter's ceiling. A rest from 1.0 s lets the echo show.
+    // -0.9 dB at the master: over the limiter's ceiling. A rest from 1.0 s lets the tails show.
     double t = static_cast<double>(f) / 44100.0;
     tone[2 * f] = tone[2 * f + 1] = t < 1.0 ? static_cast<int16_t>(30000 * std::sin(2 * M_PI * 440 * t)) : 0;
   }
@@ -53,18 +53,6 @@ TEST(LumoRenderFx, EveryBuiltInChangesWhatIsRendered) {
     }
     EXPECT_GT(change, 0.01) << name << " left the tone as it was";
   }
-
-  // An unknown track tempo is held at 60 BPM: param1 200 is half a beat, 0.5 s. After the tone
-  // stops at 1.0 s, the echo of its end sounds until 1.5 s and no longer.
-  std::vector<float> echo = Render(in, out, "--fx fxEcho:1:200:0");
-  ASSERT_FALSE(echo.empty());
-  auto peak = [&](double from, double to) {
-    float p = 0;
-    for (int f = static_cast<int>(from * 44100); f < static_cast<int>(to * 44100); ++f) p = std::max(p, std::fabs(echo[2 * f]));
-    return p;
-  };
-  EXPECT_GT(peak(1.05, 1.45), 0.1);
-  EXPECT_LT(peak(1.55, 1.95), peak(1.05, 1.45) * 0.5) << "the second echo is quieter";
 
   EXPECT_EQ(RunCommand(std::string(LUMO_TOOL) + " render '" + in + "' -o '" + out + "' --fx fxNothing > /dev/null 2>&1") >> 8, 1);
 }
