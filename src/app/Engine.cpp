@@ -13,6 +13,7 @@
 #include "app/net/HttpSimpleServer.h"
 #include "audio/FaderLaw.h"
 #include "audio/MasterBus.h"
+#include "audio/MasterLimiter.h"
 #include "audio/Mixer.h"
 #include "audio/MixerChannel.h"
 #include "audio/devices/OutputLayer.h"
@@ -67,6 +68,8 @@ void EngineSaveLibrary() {
 
 void EngineCreateAudioObjects() {
   const std::string& root = Folders().root;
+  g_engine.limiter = new CMasterLimiter;
+  g_mixRouting.limiter.store(g_engine.limiter, std::memory_order_release);
   for (int d = 0; d < kDeckCount; ++d) g_engine.decks[d] = new CSoundSource(d, root);
   for (int d = 0; d < kDeckCount; ++d) {
     g_engine.deckChannels[d] = new CZQMixerChannel(g_engine.decks[d], d + 1, false);
@@ -87,6 +90,12 @@ void EngineCreateAudioObjects() {
   g_engine.mixer = mixer;
   g_mixRouting.mixer.store(mixer, std::memory_order_release);
 }
+
+void EngineSetLimiter(bool on) {
+  if (g_engine.limiter) g_engine.limiter->SetOn(on);
+}
+
+bool EngineLimiterOn() { return g_engine.limiter && g_engine.limiter->IsOn(); }
 
 int EngineEnumerateDevices() { return EnumerateOutputDevices(); }
 
@@ -154,6 +163,7 @@ void EngineCloseOutputs() { CloseAudioOutputs(1); }
 
 void EngineDeleteAudioObjects() {
   g_mixRouting.mixer.store(nullptr, std::memory_order_release);
+  g_mixRouting.limiter.store(nullptr, std::memory_order_release);
   delete g_engine.mixer;
   g_engine.mixer = nullptr;
   for (auto*& channel : g_engine.deckChannels) {
@@ -172,6 +182,8 @@ void EngineDeleteAudioObjects() {
     delete analysis;
     analysis = nullptr;
   }
+  delete g_engine.limiter;
+  g_engine.limiter = nullptr;
 }
 
 void EngineSetDeckAnalysis(int deck, CDeckAnalysis* analysis) {

@@ -16,6 +16,7 @@ class CDeckAnalysis;
 class CFileWorker;
 class CDeckService;
 class CZQHttpSimpleServer;
+class CMasterLimiter;
 
 constexpr int kDeckCount = 4;
 
@@ -29,6 +30,7 @@ struct EngineObjects {
   CFileWorker* fileWorker = nullptr;
   CDeckService* deckService = nullptr;
   CZQHttpSimpleServer* httpServer = nullptr;  // only when the httpsv setting names a port
+  CMasterLimiter* limiter = nullptr;          // on the master bus; switched by `limiter`/alimit
 };
 extern EngineObjects g_engine;
 
@@ -44,6 +46,10 @@ std::string EngineTakeCrashReport();
 void EngineLoadLibrary();
 // Creates decks, channels and the mixer, and wires the mixer's slots.
 void EngineCreateAudioObjects();
+// The master limiter's switch (the `limiter` button and the alimit setting); off when the
+// limiter does not exist.
+void EngineSetLimiter(bool on);
+bool EngineLimiterOn();
 // Enumerates output devices; returns how many exist (0: the caller shows the "no output
 // device" message and the engine stays on the null back end).
 int EngineEnumerateDevices();

@@ -95,6 +95,7 @@ void ApplySettings() {
   if (g_engine.mixer) g_engine.mixer->SetCrossfaderCurve(s.cfcurv);
   g_cddbServer = s.cddbsv;
   g_cdParanoiaMode = s.cdparn;
+  EngineSetLimiter(s.alimit != 0);
 }
 
 void CollectSettings() {
@@ -114,4 +115,5 @@ void CollectSettings() {
     if (g_engine.decks[d]) *keyLocks[d] = g_engine.decks[d]->keyLockOn.load(std::memory_order_relaxed) ? 1 : 0;
   }
   if (g_engine.mixer) s.cfcurv = g_engine.mixer->CrossfaderCurve();
+  if (g_engine.limiter) s.alimit = EngineLimiterOn() ? 1 : 0;
 }

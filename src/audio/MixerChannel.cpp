@@ -30,7 +30,11 @@ CZQMixerChannel::CZQMixerChannel(CAudioSignalSource* source, int ownerPanel, boo
       if (places_[place] && place != kEqualizerPlace) places_[place]->SetDryWet(0.0f);
     }
     if (CEffect* eq = Place(kEqualizerPlace)) eq->Start();
+    for (auto& effect : places_) {
+      if (effect) effect->tempoSource.store(this, std::memory_order_relaxed);
+    }
   }
+  chain_.SetTempoSource(this);
   Register();
 }
 
@@ -85,7 +89,9 @@ CEffect* CZQMixerChannel::Place(int place) const {
 }
 
 void CZQMixerChannel::SetPlace(int place, std::unique_ptr<CEffect> effect) {
-  if (place >= 0 && place < kEffectPlaces) places_[place] = std::move(effect);
+  if (place < 0 || place >= kEffectPlaces) return;
+  if (effect) effect->tempoSource.store(this, std::memory_order_relaxed);
+  places_[place] = std::move(effect);
 }
 
 int CZQMixerChannel::SetEffectState(int place, int on, int useDryWet) {

@@ -21,7 +21,8 @@
 
 class CEffectEqualizerIIR;
 
-class CZQMixerChannel : public CAudioSignalSource {
+// The channel is also the tempo its beat-locked effects follow: its source's BPM.
+class CZQMixerChannel : public CAudioSignalSource, public CTempoSource {
  public:
   static constexpr int kBands = 3;
   static constexpr float kKillDb = -40.0f;

@@ -6,6 +6,7 @@
 
 #include "app/base/AtomicFile.h"
 #include "app/base/Trace.h"
+#include "effects/BuiltInEffects.h"
 #include "effects/Effect.h"
 #include "effects/EffectChain.h"
 #include "effects/EffectXml.h"
@@ -32,9 +33,21 @@ const ExternalEffectEntry* FindRegistered(std::string_view name, std::string_vie
   return nullptr;
 }
 
+// A built-in in a chain is known by its built-in name alone.
+std::unique_ptr<CEffect> CreateBuiltInChainEffect(void* owner, std::string_view name, int enabled, float dryWet) {
+  std::unique_ptr<CEffect> effect = CreateBuiltInByName(name);
+  if (!effect) return nullptr;
+  effect->owner = owner;
+  effect->name = std::string(name);
+  if (enabled) effect->Start();
+  effect->SetDryWet(dryWet);
+  return effect;
+}
+
 std::unique_ptr<CEffect> CreateChainEffect(void* owner, int type, int index, std::string_view name,
                                            std::string_view filename, int enabled, float dryWet,
                                            int editorVisible, int x, int y) {
+  if (type == CEffect::kBuiltInType) return CreateBuiltInChainEffect(owner, name, enabled, dryWet);
   if (type != CEffect::kChainType || !g_factory) return nullptr;
   const ExternalEffectEntry* entry = index < 0 || !name.empty() ? FindRegistered(name, filename)
                                                                 : GetExternalEffect(index, CEffect::kChainType);

@@ -2,9 +2,10 @@
 // A channel's user chain in a .knf file ("fx_deckA.knf", "fx_sampler.knf", "fx_mic.knf",
 // "fx_master.knf" in the settings folder), and the creation of chain effects from the register.
 //
-// Chain effects are hosted plug-ins (type 110). The host that builds them registers a factory;
-// until one is registered, or when an effect is no longer in the register, a chain entry is
-// dropped quietly with its parameters.
+// Chain effects are hosted plug-ins (type 110) or built-in effects (type 0, named as in
+// BuiltInEffects.h, with an empty file name). The plug-in host registers a factory; until one
+// is registered, or when a plug-in is no longer in the register, its entry is dropped quietly
+// with its parameters, as is a built-in name this program does not know.
 //
 // Threads: main thread only. A loaded chain reaches the audio thread in one swap.
 
@@ -22,8 +23,8 @@ using ChainEffectFactory = std::unique_ptr<CEffect> (*)(const ExternalEffectEntr
 void SetChainEffectFactory(ChainEffectFactory factory);
 
 // Creates a chain effect and appends it. With a negative index or a non-empty name the register
-// is searched by name and file name. Returns 1, or 0 (type not 110, no such entry, the factory
-// failed, the chain is full); `out` may be null.
+// is searched by name and file name; a built-in (type 0) is found by its name. Returns 1, or 0
+// (another type, no such entry, the factory failed, the chain is full); `out` may be null.
 int AddChainEffect(CEffectChain& chain, void* owner, int type, int index, std::string_view name,
                    std::string_view filename, int componentId, int enabled, float dryWet, int editorVisible,
                    int x, int y, CEffect** out);

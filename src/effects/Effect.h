@@ -17,10 +17,19 @@
 
 #include "app/base/Realtime.h"
 
+// What a tempo-locked effect follows: the channel that feeds it answers with its deck's BPM.
+// Called from the main thread (setters) and the audio thread (block start).
+class CTempoSource {
+ public:
+  virtual ~CTempoSource() = default;
+  virtual float GetBpm() = 0;
+};
+
 class CEffect {
  public:
   static constexpr int kMaxFrames = 4410;  // the engine's largest block
   static constexpr int kChainType = 110;   // a hosted plug-in in a user chain
+  static constexpr int kBuiltInType = 0;   // a built-in effect
 
   CEffect();
   virtual ~CEffect();
@@ -65,6 +74,8 @@ class CEffect {
   int context = 0;
   std::atomic<int> enabled{1};
   std::atomic<float> dryWet{1.0f};
+  // The channel's tempo for the beat-locked effects; null outside a deck channel. Set at set-up.
+  std::atomic<CTempoSource*> tempoSource{nullptr};
 
  private:
   std::unique_ptr<float[]> wetBuffer_;  // one block's copy for the mix path

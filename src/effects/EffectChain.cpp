@@ -43,6 +43,10 @@ void CEffectChain::ReplaceAll(std::vector<std::unique_ptr<CEffect>> effects) {
 }
 
 void CEffectChain::Publish(std::vector<std::unique_ptr<CEffect>> removed) {
+  for (const auto& e : owned_) {
+    CTempoSource* none = nullptr;
+    e->tempoSource.compare_exchange_strong(none, tempoSource_);
+  }
   auto next = std::make_unique<Snapshot>();
   for (const auto& e : owned_) next->effects[next->count++] = e.get();
   // Sequentially consistent with the audio thread's hazard handshake (see Process).

@@ -16,6 +16,7 @@
 #include "app/base/Realtime.h"
 
 class CEffect;
+class CTempoSource;
 
 class CEffectChain {
  public:
@@ -35,6 +36,9 @@ class CEffectChain {
   void Clear() { ReplaceAll({}); }
   int Count() const { return static_cast<int>(owned_.size()); }
   CEffect* At(int index) const;
+  // The tempo the chain's beat-locked effects follow; given to every effect appended from now
+  // on that has none (the channel sets it at construction).
+  void SetTempoSource(CTempoSource* source) { tempoSource_ = source; }
   // Frees what the audio thread can no longer reach. Returns how many snapshots remain retired.
   int CollectRetired();
 
@@ -56,4 +60,5 @@ class CEffectChain {
   std::atomic<Snapshot*> hazard_{nullptr};
   std::vector<std::unique_ptr<CEffect>> owned_;  // the main thread's view, in order
   std::vector<Retired> retired_;
+  CTempoSource* tempoSource_ = nullptr;
 };

@@ -124,7 +124,14 @@ bool ApplyRenderMixOptions(const RenderMixOptions& o) {
   }
   if (o.filter) channel->SetCutoffKnob(*o.filter);
   for (const RenderMixOptions::Fx& fx : o.fx) {
-    CEffect* effect = channel->Place(FindBuiltInPlace(fx.name));
+    CEffect* effect = channel->Place(BuiltInNamePlace(fx.name));
+    if (!effect && CreateBuiltInByName(fx.name)) {
+      // The dynamics have no place on a deck: they join the channel's user chain.
+      CEffect* added = nullptr;
+      AddChainEffect(channel->Chain(), channel, CEffect::kBuiltInType, -1, fx.name, "", -1, 1, fx.wet, 0, 0, 0,
+                     &added);
+      effect = added;
+    }
     if (!effect) {
       std::fprintf(stderr, "lumo: there is no effect \"%s\" in this build\n", fx.name.c_str());
       return false;

@@ -6,7 +6,8 @@
 //   --eq LOW,MID,HIGH         band levels in dB
 //   --kill low|mid|high       kills a band (may repeat)
 //   --filter -99..99          the cut-off knob: below 0 low-pass, above 0 high-pass
-//   --fx NAME[:wet[:p1[:p2]]] a fixed effect place by its action name (may repeat)
+//   --fx NAME[:wet[:p1[:p2]]] a fixed effect place by its action name, or a dynamics preset
+//                             in the user chain (may repeat)
 //   --chain FILE.knf          a user chain file
 
 #include <array>

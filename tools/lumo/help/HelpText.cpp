@@ -41,8 +41,10 @@ const std::vector<CommandHelp> kCommands = {
       {"--kill low|mid|high", "Kill a band; may be given more than once."},
       {"--filter -99..99", "The cut-off knob: below 0 low-pass, above 0 high-pass."},
       {"--fx NAME[:WET[:P1[:P2]]]",
-       "Switch on a channel effect by its action name (fxFlanger, fxEcho...), with its mix 0 to 1 "
-       "and two parameters 0 to 1000. May be given more than once."},
+       "Switch on a channel effect by its action name (fxBeatwaw, fxPan, fxFlanger, fxDelay, fxReverb, "
+       "fxEcho, fxPhaser; the other flanger places as fxFlanger2, 3, 5, 6), with its mix 0 to 1 "
+       "and two parameters 0 to 1000; fxLevelControl, fxCompressor and fxLimiter join the user "
+       "chain. May be given more than once."},
       {"--chain FILE.knf", "Load a user effect chain file on the channel."},
       {"--pitch PERCENT", "Deck A's pitch in percent, within --range."},
       {"--range PERCENT", "The pitch fader's range, 1 to 100 (default 100)."},

@@ -1,0 +1,124 @@
+#include "effects/EffectReverbs.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "effects/EffectDsp.h"
+
+namespace {
+
+float Clip(float x) { return x > 1.0f ? 1.0f : x < -1.0f ? -1.0f : x; }
+
+}  // namespace
+
+CEffectReverbs::CEffectReverbs(int subType)
+    : subType_(std::clamp(subType, 0, 1)), lineLeft_(new float[kLineLength]()), lineRight_(new float[kLineLength]()) {
+  ConfigureSubType(subType_.load(), fxdsp::LockedTempo(nullptr));
+}
+
+void CEffectReverbs::SetParam(int id, int value) {
+  if (id == 0 && (value == 0 || value == 1)) {
+    subType_.store(value, std::memory_order_relaxed);
+  } else if (id == 1 || id == 2) {
+    (id == 1 ? param1_ : param2_).store(std::clamp(value, 0, 1000), std::memory_order_relaxed);
+  } else {
+    return;
+  }
+  pending_.store(true, std::memory_order_release);
+}
+
+int CEffectReverbs::GetParam(int id) {
+  if (id == 0) return subType_.load(std::memory_order_relaxed);
+  if (id == 1) return param1_.load(std::memory_order_relaxed);
+  if (id == 2) return param2_.load(std::memory_order_relaxed);
+  return 0;
+}
+
+bool CEffectReverbs::Configure(int directPercent, int crossPercent, int tapOutPercent, int loopGainPercent,
+                               int tapCount, const Tap* taps) noexcept {
+  if (tapCount < 0 || tapCount > kMaxTaps) return false;
+  for (int k = 0; k < tapCount; ++k) {
+    const int ms = std::min(taps[k].delayMs, kMaxDelayMs);
+    tapDelay_[k] = std::max(1, ms * fxdsp::kSampleRate / 1000);
+    tapPos_[k] = kLineLength - tapDelay_[k];
+    tapGain_[k] = taps[k].gainPercent * 0.01f;
+  }
+  tapCount_ = tapCount;
+  std::memset(lineLeft_.get(), 0, sizeof(float) * kLineLength);
+  lowLeft_ = lowRight_ = 0.0f;
+  writePos_ = 0;
+  direct_ = directPercent * 0.01f;
+  cross_ = crossPercent * 0.01f;
+  tapOut_ = tapOutPercent * 0.01f;
+  loopGain_ = loopGainPercent * 0.01f;
+  return true;
+}
+
+int CEffectReverbs::EchoDelayMs(double a, float tempo) noexcept {
+  const double beats = a > 0.666 ? 2.0 : a > 0.333 ? 1.0 : 0.5;
+  return static_cast<int>(std::lround(beats * (60000.0 / tempo)));
+}
+
+void CEffectReverbs::ConfigureSubType(int subType, float tempo) noexcept {
+  const double a = param1_.load(std::memory_order_relaxed) * 0.001;
+  const double b = param2_.load(std::memory_order_relaxed) * 0.001;
+  runningSubType_ = subType;
+  if (subType == 0) {
+    const Tap taps[3] = {{static_cast<int>(a * 120 + 30), 60},
+                         {static_cast<int>(a * 160 + 40), 40},
+                         {static_cast<int>(a * 196 + 50), 20}};
+    Configure(85, 20, 35, static_cast<int>(std::lround(60 * b + 15)), 3, taps);
+  } else {
+    const Tap tap{EchoDelayMs(a, tempo), 70};
+    Configure(85, 20, 60, static_cast<int>(std::lround(b * 60 + 30)), 1, &tap);
+  }
+  echoTempo_ = tempo;
+}
+
+void CEffectReverbs::ApplyPending(float bpm) noexcept {
+  CTempoSource* source = tempoSource.load(std::memory_order_relaxed);
+  const float tempo = source ? (bpm >= 60.0f ? bpm : 60.0f) : fxdsp::LockedTempo(nullptr);
+  if (pending_.exchange(false, std::memory_order_acquire)) {
+    ConfigureSubType(subType_.load(std::memory_order_relaxed), tempo);
+    return;
+  }
+  if (runningSubType_ != 1 || tempo == echoTempo_) return;
+  // The deck changed tempo: the echo tap moves to the new beat, the line keeps what it holds.
+  const int ms = std::min(EchoDelayMs(param1_.load(std::memory_order_relaxed) * 0.001, tempo), kMaxDelayMs);
+  tapDelay_[0] = std::max(1, ms * fxdsp::kSampleRate / 1000);
+  tapPos_[0] = (writePos_ + kLineLength - tapDelay_[0]) % kLineLength;
+  echoTempo_ = tempo;
+}
+
+int CEffectReverbs::FirstTapDelay() const { return tapCount_ > 0 ? tapDelay_[0] : 0; }
+
+void CEffectReverbs::Reset() noexcept {
+  // A faded-out reverb starts again from silence.
+  std::memset(lineLeft_.get(), 0, sizeof(float) * kLineLength);
+  std::memset(lineRight_.get(), 0, sizeof(float) * kLineLength);
+  lowLeft_ = lowRight_ = 0.0f;
+}
+
+float CEffectReverbs::RunChannel(float* line, float& low, float in, float crossIn, bool advanceTaps) noexcept {
+  float sum = 0.0f;
+  for (int k = 0; k < tapCount_; ++k) {
+    sum += line[tapPos_[k]] * tapGain_[k];
+    if (advanceTaps) tapPos_[k] = tapPos_[k] + 1 == kLineLength ? 0 : tapPos_[k] + 1;
+  }
+  low = fxdsp::FlushTiny((low + sum) * 0.5f);
+  line[writePos_] = Clip(cross_ * crossIn + in + low * loopGain_);
+  return Clip(tapOut_ * low + in);
+}
+
+void CEffectReverbs::ProcessCore(float* block, int frames, float bpm) noexcept {
+  if (!IsEnabled()) return;
+  ApplyPending(bpm);
+  if (tapCount_ <= 0) return;
+  for (int i = 0; i < frames; ++i) {
+    const float l = block[2 * i] * direct_, r = block[2 * i + 1] * direct_;
+    block[2 * i] = RunChannel(lineLeft_.get(), lowLeft_, l, r, false);
+    block[2 * i + 1] = RunChannel(lineRight_.get(), lowRight_, r, l, true);
+    writePos_ = writePos_ + 1 == kLineLength ? 0 : writePos_ + 1;
+  }
+}
