@@ -16,6 +16,10 @@ class CDeckAnalysis;
 class CFileWorker;
 class CDeckService;
 class CZQHttpSimpleServer;
+class CZQPreviewPlayer;
+class CSamplerPlayer;
+class CMixRecorder;
+class CDeckBeatClock;
 
 constexpr int kDeckCount = 4;
 
@@ -29,6 +33,13 @@ struct EngineObjects {
   CFileWorker* fileWorker = nullptr;
   CDeckService* deckService = nullptr;
   CZQHttpSimpleServer* httpServer = nullptr;  // only when the httpsv setting names a port
+  // Players and recorder (EnginePlayers.cpp): the preview in slot 4, samplers in slots 5 to 12,
+  // two silent previews on the stopwatch, the recorder on the master bus.
+  CZQPreviewPlayer* preview = nullptr;
+  CZQPreviewPlayer* silentPreviews[2] = {};
+  CSamplerPlayer* samplers[8] = {};
+  CDeckBeatClock* samplerSyncDecks[2] = {};
+  CMixRecorder* recorder = nullptr;
 };
 extern EngineObjects g_engine;
 
@@ -44,6 +55,13 @@ std::string EngineTakeCrashReport();
 void EngineLoadLibrary();
 // Creates decks, channels and the mixer, and wires the mixer's slots.
 void EngineCreateAudioObjects();
+// Creates the preview, the samplers and the recorder in their mixer slots and routing (part
+// of EngineCreateAudioObjects); deleted by EngineDeleteAudioObjects.
+void EngineCreatePlayers();
+void EngineDeletePlayers();
+// The players' share of the main tick: delivers sampler and preview events, and stops a
+// recording whose disk failed. Returns true when it stopped one (the window shows string 52).
+bool EnginePlayersTick();
 // Enumerates output devices; returns how many exist (0: the caller shows the "no output
 // device" message and the engine stays on the null back end).
 int EngineEnumerateDevices();

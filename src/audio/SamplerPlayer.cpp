@@ -5,6 +5,7 @@
 
 #include "app/base/Trace.h"
 #include "audio/BeatClock.h"
+#include "audio/Mixer.h"
 #include "codecs/CodecChain.h"
 
 namespace {
@@ -91,6 +92,7 @@ int CSamplerPlayer::Play(int on) {
   if (autoSync_) {
     // Of decks 0 and 1, the one the crossfader favours if it plays, else the other if it
     // plays, else the favoured one.
+    if (crossfaderSource_) crossfader_ = crossfaderSource_->CrossfaderPosition();
     int favoured = crossfader_ >= 64 ? 1 : 0;
     CBeatClock* first = syncDecks_[favoured];
     CBeatClock* second = syncDecks_[1 - favoured];

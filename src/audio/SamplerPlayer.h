@@ -20,6 +20,7 @@
 #include "audio/RtGate.h"
 
 class CBeatClock;
+class CZQMixer;
 
 class CSamplerPlayer : public CAudioSignalSource {
  public:
@@ -54,6 +55,8 @@ class CSamplerPlayer : public CAudioSignalSource {
   // The two decks auto-sync chooses from, and the crossfader position that decides (0..127).
   void SetSyncDecks(CBeatClock* deck0, CBeatClock* deck1) { syncDecks_[0] = deck0, syncDecks_[1] = deck1; }
   void SetCrossfaderPosition(int position) { crossfader_ = position; }
+  // Or read it from the mixer at each Play.
+  void SetCrossfaderSource(const CZQMixer* mixer) { crossfaderSource_ = mixer; }
   // Takes the deck's tempo (within +-50 %) and lines up with its beat in the block it starts.
   // 0 when the sampler has no tempo (string 158 shown) or the deck is out of reach.
   int SyncTo(CBeatClock* deck);
@@ -105,6 +108,7 @@ class CSamplerPlayer : public CAudioSignalSource {
   bool autoSync_ = false;
   CBeatClock* syncDecks_[2] = {nullptr, nullptr};
   int crossfader_ = 64;
+  const CZQMixer* crossfaderSource_ = nullptr;
   EndCallback callback_ = nullptr;
   void* context_ = nullptr;
 };
