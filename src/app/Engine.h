@@ -20,6 +20,7 @@ class CZQPreviewPlayer;
 class CSamplerPlayer;
 class CMixRecorder;
 class CDeckBeatClock;
+class CLiveInputSource;
 
 constexpr int kDeckCount = 4;
 
@@ -40,6 +41,10 @@ struct EngineObjects {
   CSamplerPlayer* samplers[8] = {};
   CDeckBeatClock* samplerSyncDecks[2] = {};
   CMixRecorder* recorder = nullptr;
+  // Live input: the microphone (on the microphone channel) and each deck's line input, which
+  // the deck's channel plays instead of the deck when switched to it.
+  CLiveInputSource* micInput = nullptr;
+  CLiveInputSource* deckInputs[kDeckCount] = {};
 };
 extern EngineObjects g_engine;
 

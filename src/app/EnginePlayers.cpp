@@ -4,9 +4,12 @@
 #include "app/Engine.h"
 #include "app/base/Trace.h"
 #include "audio/FaderLaw.h"
+#include "audio/InputAudioBlock.h"
+#include "audio/LiveInputSource.h"
 #include "audio/MasterBus.h"
 #include "audio/MixRecorder.h"
 #include "audio/Mixer.h"
+#include "audio/MixerChannel.h"
 #include "audio/PreviewPlayer.h"
 #include "audio/SamplerPlayer.h"
 #include "deck/DeckBeatClock.h"
@@ -44,9 +47,22 @@ void EngineCreatePlayers() {
   }
   g_engine.recorder = new CMixRecorder;
   g_mixRouting.recorder.store(g_engine.recorder, std::memory_order_release);
+
+  g_engine.micInput = new CLiveInputSource(nullptr);
+  if (g_engine.micChannel) g_engine.micChannel->SetSource(g_engine.micInput);
+  for (int d = 0; d < kDeckCount; ++d) g_engine.deckInputs[d] = new CLiveInputSource(g_engine.decks[d]);
+  SetLiveInputs(g_engine.micInput, g_engine.deckInputs);
 }
 
 void EngineDeletePlayers() {
+  SetLiveInputs(nullptr, nullptr);
+  if (g_engine.micChannel) g_engine.micChannel->SetSource(nullptr);
+  delete g_engine.micInput;
+  g_engine.micInput = nullptr;
+  for (auto*& input : g_engine.deckInputs) {
+    delete input;
+    input = nullptr;
+  }
   g_mixRouting.recorder.store(nullptr, std::memory_order_release);
   delete g_engine.recorder;  // stops and completes a running recording
   g_engine.recorder = nullptr;
