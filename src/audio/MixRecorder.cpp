@@ -79,7 +79,8 @@ int CMixRecorder::Tap(const float* master, int frames) noexcept {
   if (recording_.load(std::memory_order_acquire) && master && frames > 0 && frames <= kMaxBlockFrames) {
     short* pcm = tapBuffer_.get();
     for (int i = 0; i < 2 * frames; ++i) {
-      float scaled = std::clamp(master[i] * kScale, -32768.0f, 32767.0f);
+      // In double, rounded to nearest with ties to even like the output stage.
+      double scaled = std::clamp(static_cast<double>(master[i]) * kScale, -32768.0, 32767.0);
       pcm[i] = static_cast<short>(std::lrint(scaled));
     }
     if (ring_.Write(pcm, static_cast<size_t>(frames) * kFrameBytes)) {

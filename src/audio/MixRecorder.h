@@ -30,7 +30,7 @@ class CPeriodicThread;
 class CMixRecorder : public CMasterBusRecorder {
  public:
   static constexpr int kRingBytes = 176400;  // one second of 16-bit stereo
-  static constexpr float kScale = 30000.0f;
+  static constexpr double kScale = 30000.0;
   static constexpr int kWriterPeriodMs = 250;
 
   CMixRecorder();

@@ -98,7 +98,7 @@ TEST_F(RecorderTest, FileHoldsTheMasterTimes30000RoundedAndClampedWithNothingLos
   ASSERT_EQ(file.size(), copy.seen.size()) << "every frame of the master reaches the file";
   int clamped = 0;
   for (size_t i = 0; i < file.size(); ++i) {
-    double expected = std::clamp(std::round(static_cast<double>(copy.seen[i]) * 30000.0), -32768.0, 32767.0);
+    double expected = std::clamp(std::nearbyint(static_cast<double>(copy.seen[i]) * 30000.0), -32768.0, 32767.0);
     clamped += std::fabs(expected) >= 32767.0;
     ASSERT_EQ(file[i], static_cast<short>(expected)) << "sample " << i;
   }
