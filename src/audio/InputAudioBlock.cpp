@@ -25,6 +25,7 @@ LiveInputs g_inputs;
 // Device side to mix side, one writer and one reader, both audio threads (often the same one).
 CRingBuffer g_captureQueue(kQueueFrames * kFrameBytes, false);
 std::atomic<unsigned long> g_overruns{0};
+std::atomic<int> g_captureSource{kCaptureFromJack};
 
 // Capture thread's own state: the conversion to 44100 Hz by linear interpolation between the
 // previous device frame and the current one.
@@ -66,7 +67,11 @@ void InputAudioBlock(const float* in, int frames, int channels) noexcept {
   }
 }
 
-void CaptureInputFrames(const float* const* ports, int portCount, int frames, int deviceRate) noexcept {
+void SetCaptureSource(CaptureSource source) { g_captureSource.store(source, std::memory_order_release); }
+
+void CaptureInputFrames(CaptureSource from, const float* const* ports, int portCount, int frames,
+                        int deviceRate) noexcept {
+  if (from != g_captureSource.load(std::memory_order_acquire)) return;
   if (!ports || frames <= 0 || deviceRate <= 0) return;
   portCount = std::clamp(portCount, 0, kCaptureChannels);
   const double step = static_cast<double>(deviceRate) / kEngineRate;  // device frames per output frame
@@ -101,7 +106,8 @@ void PullCapturedInput(int frames) noexcept {
   InputAudioBlock(g_block, frames, kCaptureChannels);
 }
 
-void ResetCapturedInput() {
+void ResetCapturedInput(CaptureSource from) {
+  if (from != g_captureSource.load(std::memory_order_acquire)) return;
   g_captureQueue.Reset();
   g_capture = CaptureState{};
   g_overruns.store(0, std::memory_order_relaxed);

@@ -14,6 +14,11 @@ class CLiveInputSource;
 
 constexpr int kCaptureChannels = 4;
 
+// Who feeds the capture queue: one writer at a time. The JACK client does unless a system
+// capture stream is open.
+enum CaptureSource : int { kCaptureFromJack = 1, kCaptureFromSystem = 2 };
+void SetCaptureSource(CaptureSource source);
+
 // Main thread, at set-up: the microphone and the four deck inputs (all five, or none: null
 // for any makes InputAudioBlock do nothing).
 void SetLiveInputs(CLiveInputSource* microphone, CLiveInputSource* const deckInputs[4]);
@@ -22,10 +27,13 @@ void SetLiveInputs(CLiveInputSource* microphone, CLiveInputSource* const deckInp
 LUMO_RT void InputAudioBlock(const float* in, int frames, int channels) noexcept;
 // ports[c] holds `frames` samples of capture channel c at deviceRate; portCount may be below
 // kCaptureChannels (missing channels are silent).
-LUMO_RT void CaptureInputFrames(const float* const* ports, int portCount, int frames, int deviceRate) noexcept;
+// Frames from any source other than the current one are ignored.
+LUMO_RT void CaptureInputFrames(CaptureSource from, const float* const* ports, int portCount, int frames,
+                                int deviceRate) noexcept;
 LUMO_RT void PullCapturedInput(int frames) noexcept;
 
-// Main thread, while no capture runs: forgets what was queued (a device opens or closes).
-void ResetCapturedInput();
+// Main thread, while `from` does not capture: forgets what was queued (it opens or closes).
+// Nothing happens when `from` is not the current source.
+void ResetCapturedInput(CaptureSource from);
 // Frames the capture queue has dropped (full) since the last reset.
 unsigned long CapturedInputOverruns();

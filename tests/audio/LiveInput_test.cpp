@@ -21,6 +21,7 @@
 #include "audio/Mixer.h"
 #include "audio/MixerChannel.h"
 #include "audio/devices/OutputLayer.h"
+#include "audio/devices/SystemCapture.h"
 #include "codecs/DecoderWAV.h"
 #include "support/TestFiles.h"
 #include "support/WaitFor.h"
@@ -37,7 +38,7 @@ struct Inputs {
   Inputs() {
     CLiveInputSource* d[4] = {&decks[0], &decks[1], &decks[2], &decks[3]};
     SetLiveInputs(&mic, d);
-    ResetCapturedInput();
+    ResetCapturedInput(kCaptureFromJack);
   }
   ~Inputs() { SetLiveInputs(nullptr, nullptr); }
   static std::vector<float> Play(CLiveInputSource& source, int frames) {
@@ -77,7 +78,7 @@ TEST(InputAudioBlock, CaptureQueueConvertsTheRateAndFillsGapsWithSilence) {
   std::vector<float> ramp(480);
   for (size_t i = 0; i < ramp.size(); ++i) ramp[i] = static_cast<float>(i);
   const float* ports[1] = {ramp.data()};
-  CaptureInputFrames(ports, 1, 480, 48000);
+  CaptureInputFrames(kCaptureFromJack, ports, 1, 480, 48000);
   PullCapturedInput(400);
   std::vector<float> got = Inputs::Play(inputs.mic, 400);
   for (int i = 2; i < 400; ++i) {
@@ -233,6 +234,42 @@ TEST_F(JackLoopback, ToneOnTheCapturePortsReachesTheDeckChannelAndTheRecording) 
   ASSERT_GT(crossings, 100);
   EXPECT_NEAR((last - first) / (crossings - 1), kPeriodFrames, 0.5);
   EXPECT_NEAR(std::sqrt(squares / 44100), 0.5 / std::sqrt(2.0) * 30000, 0.15 * 10600);
+}
+
+}  // namespace
+
+namespace {
+
+// The same tone through a system capture stream (RtAudio's JACK API: the one capture device a
+// machine without sound cards has), with the mix running on the null back end.
+TEST_F(JackLoopback, ToneThroughASystemCaptureStreamReachesTheMicrophone) {
+  Inputs inputs;
+  CZQMixer mixer(22050);
+  CZQMixerChannel micChannel(&inputs.mic, 5, false);
+  mixer.SetMicChannel(&micChannel);
+  mixer.SetMicOn(1);
+  g_mixRouting.mixer.store(&mixer);
+  struct Unroute {
+    ~Unroute() {
+      CloseSystemCapture();
+      CloseAudioOutputs(1);
+      g_mixRouting.mixer.store(nullptr);
+    }
+  } unroute;
+  g_outputSelection = OutputSelection{};
+  g_outputSelection.primary = -1;  // the null back end: a real-time clock, no device
+  OpenAudioOutputs(0, 0);
+  ASSERT_TRUE(OpenSystemCapture("", true));
+  EXPECT_TRUE(SystemCaptureOpen());
+  const char** inputsOfCapture = jack_get_ports(source_, "Zorvik Lumo input", nullptr, JackPortIsInput);
+  ASSERT_NE(inputsOfCapture, nullptr);
+  for (int c = 0; c < 2 && inputsOfCapture[c]; ++c) {
+    ASSERT_EQ(jack_connect(source_, jack_port_name(ports_[c]), inputsOfCapture[c]), 0) << inputsOfCapture[c];
+  }
+  jack_free(inputsOfCapture);
+  mixer.ReadMicLevel();
+  // The meter's mean square settles on the tone's 0.125 once input flows.
+  ASSERT_TRUE(WaitFor([&] { return std::fabs(mixer.ReadMicLevel().left - 0.125) < 0.03; }));
 }
 
 }  // namespace

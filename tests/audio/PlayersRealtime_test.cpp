@@ -64,7 +64,7 @@ TEST(PlayersRealtime, EightSamplersPreviewAndRecordingAllocateNothingOnTheAudioT
   for (int block = 0; block < 3 * 44100 / 512; ++block) {
     {
       rt::AudioThreadScope audio;
-      CaptureInputFrames(ports, 2, 512, 48000);
+      CaptureInputFrames(kCaptureFromJack, ports, 2, 512, 48000);
     }
     offline.PullBlock(out.data());
     EnginePlayersTick();

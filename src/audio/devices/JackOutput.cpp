@@ -155,7 +155,7 @@ bool CJackOutput::RegisterCapture() {
     }
     capturePorts_.push_back(port);
   }
-  ResetCapturedInput();
+  ResetCapturedInput(kCaptureFromJack);
   return true;
 }
 
@@ -201,7 +201,7 @@ int CJackOutput::Process(jack_nframes_t frames, void* self) noexcept {
   for (int c = 0; c < kCaptureChannels; ++c)
     out->captureBuffers_[c] =
         static_cast<const float*>(jack_port_get_buffer(out->capturePorts_[static_cast<size_t>(c)], frames));
-  CaptureInputFrames(out->captureBuffers_, kCaptureChannels, total, out->rate_);
+  CaptureInputFrames(kCaptureFromJack, out->captureBuffers_, kCaptureChannels, total, out->rate_);
   for (int done = 0; done < total;) {
     const int n = std::min(total - done, out->chunkFrames_);
     const float* mix = out->interleaved_.get();
