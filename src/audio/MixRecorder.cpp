@@ -17,6 +17,11 @@ constexpr int kRingFrames = CMixRecorder::kRingBytes / kFrameBytes;
 
 bool IsMp3Path(const std::string& path) { return EndsWith(ToLowerAscii(path), ".mp3"); }
 
+std::string WithRecordingExtension(const std::string& path, bool mp3) {
+  if (IsMp3Path(path) || EndsWith(ToLowerAscii(path), ".wav")) return path;
+  return path + (mp3 ? ".mp3" : ".wav");
+}
+
 CMixRecorder::CMixRecorder()
     : tapBuffer_(new short[2 * kMaxBlockFrames]), writerBuffer_(new short[2 * kRingFrames]) {
   lame_.bitRate = 128;

@@ -86,3 +86,5 @@ class CMixRecorder : public CMasterBusRecorder {
 
 // True when the path ends in ".mp3" (any case).
 bool IsMp3Path(const std::string& path);
+// The path with ".mp3" or ".wav" added when it has neither (the save dialog's chosen type).
+std::string WithRecordingExtension(const std::string& path, bool mp3);

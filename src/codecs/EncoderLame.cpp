@@ -4,6 +4,7 @@
 #include <lame/lame.h>
 
 #include <algorithm>
+#include <cstdio>
 
 #include <mutex>
 
@@ -66,6 +67,13 @@ const LameLibrary* LoadLame() {
     if (!loaded) {
       TraceLine("lame: can not load library (%s lacks an entry point)", kLibraryName);
       dlclose(handle);
+      return;
+    }
+    // The tag frame and the interleaved encoder arrived in 3.98.
+    int major = 0, minor = 0;
+    if (std::sscanf(l.version(), "%d.%d", &major, &minor) != 2 || major != 3 || minor < 98) {
+      TraceLine("lame: %s v%d.%d is not compatible", kLibraryName, major, minor);
+      loaded = false;
     }
   });
   return loaded ? &library : nullptr;

@@ -20,6 +20,7 @@
 #include "audio/MixRecorder.h"
 #include "audio/Mixer.h"
 #include "audio/OfflineOutput.h"
+#include "audio/OutputOptions.h"
 #include "audio/Threads.h"
 #include "codecs/CodecChain.h"
 #include "codecs/DecoderWAV.h"
@@ -103,6 +104,28 @@ TEST_F(RecorderTest, FileHoldsTheMasterTimes30000RoundedAndClampedWithNothingLos
     ASSERT_EQ(file[i], static_cast<short>(expected)) << "sample " << i;
   }
   EXPECT_GT(clamped, 1000) << "the 1.2 sine must reach the clamp, or the test proves less";
+}
+
+TEST_F(RecorderTest, MutedOutputStillRecordsTheMix) {
+  std::string path = folder_.File("muted.wav");
+  g_outputOptions.muteOutput = 1;
+  ASSERT_EQ(recorder_.Start(path), 1);
+  std::vector<float> heard = Pull(4410, 441);
+  g_outputOptions.muteOutput = 0;
+  ASSERT_EQ(recorder_.Stop(), 1);
+  for (float v : heard) ASSERT_EQ(v, 0.0f) << "the device hears nothing";
+  std::vector<short> file = ReadWav(path);
+  ASSERT_EQ(file.size(), 2u * 4410);
+  EXPECT_EQ(*std::max_element(file.begin(), file.end()), 32767) << "the recording has the mix";
+}
+
+TEST(RecordingPath, AddsTheChosenExtensionOnlyWhenMissing) {
+  EXPECT_EQ(WithRecordingExtension("/m/set", false), "/m/set.wav");
+  EXPECT_EQ(WithRecordingExtension("/m/set", true), "/m/set.mp3");
+  EXPECT_EQ(WithRecordingExtension("/m/set.MP3", false), "/m/set.MP3");
+  EXPECT_EQ(WithRecordingExtension("/m/set.wav", true), "/m/set.wav");
+  EXPECT_TRUE(IsMp3Path("a.Mp3"));
+  EXPECT_FALSE(IsMp3Path("mp3"));
 }
 
 TEST_F(RecorderTest, StopWhileIdleDoesNothing) {
