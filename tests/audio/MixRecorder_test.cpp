@@ -119,15 +119,6 @@ TEST_F(RecorderTest, MutedOutputStillRecordsTheMix) {
   EXPECT_EQ(*std::max_element(file.begin(), file.end()), 32767) << "the recording has the mix";
 }
 
-TEST(RecordingPath, AddsTheChosenExtensionOnlyWhenMissing) {
-  EXPECT_EQ(WithRecordingExtension("/m/set", false), "/m/set.wav");
-  EXPECT_EQ(WithRecordingExtension("/m/set", true), "/m/set.mp3");
-  EXPECT_EQ(WithRecordingExtension("/m/set.MP3", false), "/m/set.MP3");
-  EXPECT_EQ(WithRecordingExtension("/m/set.wav", true), "/m/set.wav");
-  EXPECT_TRUE(IsMp3Path("a.Mp3"));
-  EXPECT_FALSE(IsMp3Path("mp3"));
-}
-
 TEST_F(RecorderTest, StopWhileIdleDoesNothing) {
   EXPECT_FALSE(recorder_.IsRecording());
   EXPECT_EQ(recorder_.Stop(), 1);
