@@ -85,7 +85,8 @@ int CZQPreviewPlayer::OpenFileName(const std::string& path) {
 }
 
 void CZQPreviewPlayer::SetDuration(double seconds) {
-  if (!(seconds > 0)) return;
+  // A streaming player's length is its file's: the audio and reader threads read it.
+  if (!silent_ || !(seconds > 0)) return;
   secondsPerRound_ = seconds;
   length_ = static_cast<int>(seconds * kEngineRate);
 }
