@@ -88,6 +88,7 @@ void EngineCreateAudioObjects() {
     mixer->SetChannelMonitorLevel(d, FaderLawGain(kDeckMonitorPosition, kSliderSteps));
   }
   g_engine.mixer = mixer;
+  EngineCreatePlayers();
   g_mixRouting.mixer.store(mixer, std::memory_order_release);
 }
 
@@ -164,6 +165,7 @@ void EngineCloseOutputs() { CloseAudioOutputs(1); }
 void EngineDeleteAudioObjects() {
   g_mixRouting.mixer.store(nullptr, std::memory_order_release);
   g_mixRouting.limiter.store(nullptr, std::memory_order_release);
+  EngineDeletePlayers();
   delete g_engine.mixer;
   g_engine.mixer = nullptr;
   for (auto*& channel : g_engine.deckChannels) {

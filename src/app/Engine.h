@@ -17,6 +17,11 @@ class CFileWorker;
 class CDeckService;
 class CZQHttpSimpleServer;
 class CMasterLimiter;
+class CZQPreviewPlayer;
+class CSamplerPlayer;
+class CMixRecorder;
+class CDeckBeatClock;
+class CLiveInputSource;
 
 constexpr int kDeckCount = 4;
 
@@ -31,6 +36,17 @@ struct EngineObjects {
   CDeckService* deckService = nullptr;
   CZQHttpSimpleServer* httpServer = nullptr;  // only when the httpsv setting names a port
   CMasterLimiter* limiter = nullptr;          // on the master bus; switched by `limiter`/alimit
+  // Players and recorder (EnginePlayers.cpp): the preview in slot 4, samplers in slots 5 to 12,
+  // two silent previews on the stopwatch, the recorder on the master bus.
+  CZQPreviewPlayer* preview = nullptr;
+  CZQPreviewPlayer* silentPreviews[2] = {};
+  CSamplerPlayer* samplers[8] = {};
+  CDeckBeatClock* samplerSyncDecks[2] = {};
+  CMixRecorder* recorder = nullptr;
+  // Live input: the microphone (on the microphone channel) and each deck's line input, which
+  // the deck's channel plays instead of the deck when switched to it.
+  CLiveInputSource* micInput = nullptr;
+  CLiveInputSource* deckInputs[kDeckCount] = {};
 };
 extern EngineObjects g_engine;
 
@@ -50,6 +66,13 @@ void EngineCreateAudioObjects();
 // limiter does not exist.
 void EngineSetLimiter(bool on);
 bool EngineLimiterOn();
+// Creates the preview, the samplers and the recorder in their mixer slots and routing (part
+// of EngineCreateAudioObjects); deleted by EngineDeleteAudioObjects.
+void EngineCreatePlayers();
+void EngineDeletePlayers();
+// The players' share of the main tick: delivers sampler and preview events, and stops a
+// recording whose disk failed. Returns true when it stopped one (the window shows string 52).
+bool EnginePlayersTick();
 // Enumerates output devices; returns how many exist (0: the caller shows the "no output
 // device" message and the engine stays on the null back end).
 int EngineEnumerateDevices();

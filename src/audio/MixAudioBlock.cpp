@@ -5,6 +5,7 @@
 
 #include "audio/AudioSignalSource.h"
 #include "audio/ChannelMap.h"
+#include "audio/InputAudioBlock.h"
 #include "audio/MasterBus.h"
 #include "audio/MixCallback.h"
 #include "audio/Mixer.h"
@@ -69,6 +70,8 @@ int MixAudioBlock(float* out, int frames, int channels) noexcept {
   CZQMixer* mixer = g_mixRouting.mixer.load(std::memory_order_acquire);
   if (!mixer) return 0;
   frames = std::min(frames, mixer->Capacity());
+  // Live input first, so the microphone and line inputs hold this block's sound.
+  PullCapturedInput(frames);
 
   if (g_outputOptions.externalMixer.load(std::memory_order_relaxed)) {
     MixExternal(*mixer, out, frames, channels, mode);

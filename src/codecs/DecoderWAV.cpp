@@ -131,20 +131,27 @@ double CDecoderWAV::durationSeconds() {
   return static_cast<double>(format_.frames) / format_.sampleRate;
 }
 
+int CDecoderWAV::flushHeader() {
+  if (!file_ || !writing_) return 0;
+  // The data goes out before the lengths that count it, so a header never claims more than
+  // the file holds.
+  if (std::fflush(file_) != 0) return 0;
+  unsigned char field[4];
+  long end = std::ftell(file_);
+  PutLittleEndian32(field, static_cast<uint32_t>(dataBytesWritten_ + 36));
+  bool ok = std::fseek(file_, 4, SEEK_SET) == 0 && std::fwrite(field, 1, 4, file_) == 4;
+  PutLittleEndian32(field, static_cast<uint32_t>(dataBytesWritten_));
+  ok = ok && std::fseek(file_, 40, SEEK_SET) == 0 && std::fwrite(field, 1, 4, file_) == 4;
+  ok = ok && std::fflush(file_) == 0 && end >= 0 && std::fseek(file_, end, SEEK_SET) == 0;
+  return ok ? 1 : 0;
+}
+
 void CDecoderWAV::close() {
   if (!file_) {
     isOpen = 0;
     return;
   }
-  if (writing_) {
-    unsigned char field[4];
-    PutLittleEndian32(field, static_cast<uint32_t>(dataBytesWritten_ + 36));
-    std::fseek(file_, 4, SEEK_SET);
-    std::fwrite(field, 1, 4, file_);
-    PutLittleEndian32(field, static_cast<uint32_t>(dataBytesWritten_));
-    std::fseek(file_, 40, SEEK_SET);
-    std::fwrite(field, 1, 4, file_);
-  }
+  if (writing_) flushHeader();
   std::fclose(file_);
   file_ = nullptr;
   isOpen = 0;

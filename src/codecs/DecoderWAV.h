@@ -18,6 +18,9 @@ class CDecoderWAV : public CBaseCodec {
   double durationSeconds() override;
   void close() override;
   const char* codecName() override { return "wav"; }
+  // Writing: flushes what was written and puts the current lengths in the header, so the file
+  // is complete up to here even if the program never gets to close it. 0 on a write error.
+  int flushHeader();
 
  private:
   int openForReading(const std::string& path, AudioFormat* format);

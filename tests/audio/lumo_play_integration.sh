@@ -65,9 +65,13 @@ kill "$jack_pid"
 wait "$jack_pid" 2>/dev/null || true
 jack_pid=""
 
-# 2. No server: the null back end keeps the mix running at real time.
-output=$(JACK_DEFAULT_SERVER="$server-absent" "$lumo" play "$wav" --device null --seconds 30 2>&1) ||
-  fail "lumo play --device null failed: $output"
+# 2. No server: the null back end keeps the mix running at real time, and the recorder takes
+# the whole mix, which sox must read back as about two seconds of the tone.
+output=$(JACK_DEFAULT_SERVER="$server-absent" "$lumo" play "$wav" --device null --seconds 30 \
+  --record "$work/played.wav" 2>&1) || fail "lumo play --device null failed: $output"
 check_played "$output" null
+length=$(sox "$work/played.wav" -n stat 2>&1 | awk '/^Length/ {print $3}')
+[[ -n "$length" ]] || fail "sox can not read the recording"
+awk -v l="$length" 'BEGIN { exit !(l >= 1.9 && l <= 3.0) }' || fail "recording of $length s, expected about 2"
 
 echo "PASS"

@@ -15,4 +15,7 @@ int RunServeCommand(int argc, char** argv);
 
 // Plays a file on deck 0 through the chosen device until it ends or `seconds` have passed
 // (0: no limit). Shared by play and demo.
-int PlayFile(const std::string& path, const std::string& device, double seconds);
+class RecordSamplerOptions;
+// players: the recorder and sampler options, or null.
+int PlayFile(const std::string& path, const std::string& device, double seconds,
+             RecordSamplerOptions* players = nullptr);

@@ -8,6 +8,7 @@
 
 #include "Commands.h"
 #include "LumoSession.h"
+#include "RecordSamplerOptions.h"
 #include "app/DataFolders.h"
 #include "app/Engine.h"
 #include "app/base/NumberText.h"
@@ -44,7 +45,8 @@ int ChooseDevice(const std::string& wanted, int count) {
 
 }  // namespace
 
-int PlayFile(const std::string& path, const std::string& device, double seconds) {
+int PlayFile(const std::string& path, const std::string& device, double seconds,
+             RecordSamplerOptions* players) {
   LumoSession session(false);
   int count = OutputDeviceCount(true);
   g_outputSelection.primary = ChooseDevice(device, count);
@@ -59,6 +61,10 @@ int PlayFile(const std::string& path, const std::string& device, double seconds)
     SetTraceQuiet(false);
     return 1;
   }
+  if (players && !players->Begin()) {
+    SetTraceQuiet(false);
+    return 1;
+  }
   CSoundSource& deck = session.deck(0);
   double length = deck.GetLength() / 44100.0;
   auto start = std::chrono::steady_clock::now();
@@ -69,6 +75,7 @@ int PlayFile(const std::string& path, const std::string& device, double seconds)
     DrainRealtimeTrace();
     if (std::string notice = TakeOutputNotice(); !notice.empty()) std::fprintf(stderr, "\nlumo: %s\n", notice.c_str());
     double elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    if (players) players->Step(deck.Position() / 44100.0);
     ShowProgress(deck.Position() / 44100.0, length, status.primaryName);
     if (DeckReachedEnd(deck)) {
       ended = true;
@@ -81,17 +88,20 @@ int PlayFile(const std::string& path, const std::string& device, double seconds)
   // Let the stop fade reach the device before it closes.
   deck.setPlaying(0);
   std::this_thread::sleep_for(std::chrono::milliseconds(30));
+  bool recorded = !players || players->Finish();
   std::printf("played: deck ended=%d device=%s frames=%llu\n", ended ? 1 : 0,
               status.primaryName.c_str(), static_cast<unsigned long long>(PrimaryFramesDelivered()));
-  return 0;
+  return recorded ? 0 : 1;
 }
 
 int RunPlayCommand(int argc, char** argv) {
   ParsedArgs args = ParseArgs(argc, argv, {});
   double seconds = 0;
-  if (args.positional.size() != 1 || !ParseSeconds(args.Get("seconds"), seconds)) {
-    std::fprintf(stderr, "usage: lumo play FILE [--device N|NAME|jack|null] [--seconds S]\n");
+  RecordSamplerOptions players;
+  if (!players.Parse(args) || args.positional.size() != 1 || !ParseSeconds(args.Get("seconds"), seconds)) {
+    std::fprintf(stderr, "usage: lumo play FILE [--device N|NAME|jack|null] [--seconds S] %s\n",
+                 RecordSamplerOptions::Usage());
     return 2;
   }
-  return PlayFile(args.positional[0], args.Get("device").value_or(""), seconds);
+  return PlayFile(args.positional[0], args.Get("device").value_or(""), seconds, &players);
 }

@@ -11,6 +11,7 @@
 
 #include "Commands.h"
 #include "LumoSession.h"
+#include "RecordSamplerOptions.h"
 #include "RenderMixOptions.h"
 #include "RenderDeckOptions.h"
 #include "app/base/NumberText.h"
@@ -72,13 +73,15 @@ int RunRenderCommand(int argc, char** argv) {
   auto output = args.Get("o") ? args.Get("o") : args.Get("output");
   double startAt = -1, jump = -1;
   RenderDeckOptions deckOptions;
-  if (args.positional.size() != 1 || !output || !ParseSeconds(args.Get("seconds"), seconds) ||
+  RecordSamplerOptions players;
+  bool parsed = players.Parse(args);
+  if (!parsed || args.positional.size() != 1 || (!output && !players.Recording()) || !ParseSeconds(args.Get("seconds"), seconds) ||
       !ParsePosition(args, "start", startAt) || !ParsePosition(args, "seek", jump) ||
       (args.Has("block") && (!ParseInt(*args.Get("block"), block) || block < 1 || block > 4410)) ||
       !ParseRenderMixOptions(args, mixOptions) || !deckOptions.Parse(args)) {
     std::fprintf(stderr,
-                 "usage: lumo render FILE -o OUT.wav [--seconds S] [--block 1..4410] [--float] [--start S] [--seek S]%s %s\n",
-                 RenderMixUsage(), RenderDeckOptions::Usage());
+                 "usage: lumo render FILE -o OUT.wav [--seconds S] [--block 1..4410] [--float] [--start S] [--seek S]%s %s %s\n",
+                 RenderMixUsage(), RenderDeckOptions::Usage(), RecordSamplerOptions::Usage());
     return 2;
   }
   bool asFloat = args.Has("float");
@@ -93,10 +96,11 @@ int RunRenderCommand(int argc, char** argv) {
 
   CDecoderWAV writer(100);
   AudioFormat format{44100, 2, asFloat ? 32 : 16, asFloat ? 32 : 16, 0, 0};
-  if (!writer.open(*output, &format, 1)) {
+  if (output && !writer.open(*output, &format, 1)) {
     std::fprintf(stderr, "lumo: can not write %s\n", output->c_str());
     return 1;
   }
+  if (!players.Begin()) return 1;
   COfflineOutput offline(static_cast<int>(block));
   std::vector<float> mix(2 * static_cast<size_t>(block));
   std::vector<short> pcm(2 * static_cast<size_t>(block));
@@ -108,8 +112,10 @@ int RunRenderCommand(int argc, char** argv) {
       if (!JumpTo(deck, jump, false)) return 1;
       jump = -1;
     }
+    players.Step(rendered / 44100.0);
     offline.PullBlock(mix.data());
-    if (asFloat) {
+    if (!output) {
+    } else if (asFloat) {
       writer.write(mix.data(), static_cast<int>(block));
     } else {
       DeviceInt16FromFloat(mix.data(), pcm.data(), static_cast<int>(2 * block));  // the 16-bit output stage
@@ -123,10 +129,11 @@ int RunRenderCommand(int argc, char** argv) {
     if (rendered % (44100 * 10) < block) ShowProgress(rendered / 44100.0, limit / 44100.0, "rendering");
   }
   writer.close();
+  bool recorded = players.Finish();
   double wall = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   EndProgress();
   double audio = rendered / 44100.0;
   std::printf("rendered %s of audio in %.3f s (%.0fx real time) to %s\n", FormatClock(audio).c_str(), wall,
-              wall > 0 ? audio / wall : 0.0, output->c_str());
-  return 0;
+              wall > 0 ? audio / wall : 0.0, output ? output->c_str() : players.RecordPath()->c_str());
+  return recorded ? 0 : 1;
 }

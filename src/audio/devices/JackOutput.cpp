@@ -1,6 +1,7 @@
 // The pro back end: a JACK client. It registers one output port per channel (master L/R and
 // monitor L/R by default), connects them to the first physical playback ports, and runs the
-// mix inside JACK's process callback. The engine stays at 44100 Hz; when the server runs at
+// mix inside JACK's process callback. Four capture ports (in_1 to in_4, joined to the first
+// physical capture ports) feed the live inputs before each mix. The engine stays at 44100 Hz; when the server runs at
 // another rate, COutputFeed resamples. The server is never started from here.
 
 #include <jack/jack.h>
@@ -14,6 +15,7 @@
 
 #include "app/base/Realtime.h"
 #include "app/base/Trace.h"
+#include "audio/InputAudioBlock.h"
 #include "audio/OutputOptions.h"
 #include "audio/devices/OutputBackend.h"
 
@@ -70,10 +72,14 @@ class CJackOutput final : public COutputBackend {
   // A new rate needs a new resampler, which allocates: the layer reopens the client.
   static int SampleRate(jack_nframes_t rate, void* self) noexcept;
   void ConnectToPlayback();
+  bool RegisterCapture();
+  void ConnectCapture();
 
   jack_client_t* client_ = nullptr;
   std::vector<jack_port_t*> ports_;
   std::vector<float*> portBuffers_;
+  std::vector<jack_port_t*> capturePorts_;
+  const float* captureBuffers_[kCaptureChannels] = {};
   std::unique_ptr<float[]> interleaved_;
   int chunkFrames_ = 0;
   int channels_ = 0;
@@ -109,6 +115,10 @@ bool CJackOutput::Open(const OutputBackendConfig& config) {
     }
     ports_.push_back(port);
   }
+  if (!RegisterCapture()) {
+    Close();
+    return false;
+  }
   portBuffers_.assign(static_cast<size_t>(channels_), nullptr);
   chunkFrames_ = std::max(period, kMinChunkFrames);
   interleaved_ = std::make_unique<float[]>(static_cast<size_t>(chunkFrames_) * channels_);
@@ -130,7 +140,33 @@ bool CJackOutput::Open(const OutputBackendConfig& config) {
   TraceLine("jack: %d ports at %d Hz, %d frames per period%s", channels_, rate_, period,
             feed_.resampling() ? ", resampled from 44100 Hz" : "");
   ConnectToPlayback();
+  ConnectCapture();
   return true;
+}
+
+bool CJackOutput::RegisterCapture() {
+  for (int c = 0; c < kCaptureChannels; ++c) {
+    const std::string name = "in_" + std::to_string(c + 1);
+    jack_port_t* port = jack_port_register(client_, name.c_str(), JACK_DEFAULT_AUDIO_TYPE,
+                                           JackPortIsInput | JackPortIsTerminal, 0);
+    if (!port) {
+      TraceLine("jack: cannot register port %s", name.c_str());
+      return false;
+    }
+    capturePorts_.push_back(port);
+  }
+  ResetCapturedInput(kCaptureFromJack);
+  return true;
+}
+
+void CJackOutput::ConnectCapture() {
+  const char** capture = jack_get_ports(client_, nullptr, JACK_DEFAULT_AUDIO_TYPE,
+                                        JackPortIsPhysical | JackPortIsOutput);
+  if (!capture) return;
+  for (int c = 0; c < kCaptureChannels && capture[c]; ++c)
+    if (jack_connect(client_, capture[c], jack_port_name(capturePorts_[static_cast<size_t>(c)])) != 0)
+      TraceLine("jack: cannot connect %s", capture[c]);
+  jack_free(capture);
 }
 
 void CJackOutput::ConnectToPlayback() {
@@ -150,6 +186,7 @@ void CJackOutput::Close() {
   jack_client_close(client_);
   client_ = nullptr;
   ports_.clear();
+  capturePorts_.clear();
   serverGone_.store(false);
 }
 
@@ -161,6 +198,10 @@ int CJackOutput::Process(jack_nframes_t frames, void* self) noexcept {
     out->portBuffers_[static_cast<size_t>(c)] =
         static_cast<float*>(jack_port_get_buffer(out->ports_[static_cast<size_t>(c)], frames));
   const int total = static_cast<int>(frames);
+  for (int c = 0; c < kCaptureChannels; ++c)
+    out->captureBuffers_[c] =
+        static_cast<const float*>(jack_port_get_buffer(out->capturePorts_[static_cast<size_t>(c)], frames));
+  CaptureInputFrames(kCaptureFromJack, out->captureBuffers_, kCaptureChannels, total, out->rate_);
   for (int done = 0; done < total;) {
     const int n = std::min(total - done, out->chunkFrames_);
     const float* mix = out->interleaved_.get();

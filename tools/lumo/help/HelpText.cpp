@@ -13,19 +13,30 @@ const char* const kDeviceText =
     "Output device: its number in `lumo devices`, its name, \"jack\" for the JACK server, or "
     "\"null\" for the silent real-time output.";
 
+const OptionHelp kRecordHelp{
+    "--record OUT.wav|OUT.mp3",
+    "Record the master bus through the program's recorder: 16-bit WAV, or 128 kbps MP3 when LAME "
+    "(libmp3lame.so.0) is installed. With --record, render needs no -o."};
+const OptionHelp kSamplerHelp{
+    "--sampler N:FILE[:AT_S]",
+    "Load FILE on sampler N (1 to 8) and fire it AT_S seconds in (default 0); may be given "
+    "more than once."};
+
 const std::vector<CommandHelp> kCommands = {
     {"devices", "lumo devices", "List the output devices, numbered.",
      "System devices (ALSA, and PulseAudio or PipeWire where a server runs) come first, then "
      "the JACK server if one runs. The numbers are the ones --device takes.",
      {}},
-    {"play", "lumo play FILE [--device DEVICE] [--seconds S]",
+    {"play",
+     "lumo play FILE [--device DEVICE] [--seconds S] [--record OUT.wav|OUT.mp3] [--sampler N:FILE[:AT_S]]",
      "Play a file on deck A through a sound device.",
      "Loads FILE on deck A, plays it from its first sound with a one-line progress display and "
      "exits when the track ends, printing \"played: deck ended=1 device=NAME frames=N\".",
-     {{"--device DEVICE", kDeviceText}, {"--seconds S", "Stop after S seconds."}}},
+     {{"--device DEVICE", kDeviceText}, {"--seconds S", "Stop after S seconds."}, kRecordHelp,
+      kSamplerHelp}},
     {"render",
      "lumo render FILE -o OUT.wav [--seconds S] [--block FRAMES] [--float] [--start S] [--seek S] "
-     "[MIXER AND DECK OPTIONS]",
+     "[--record OUT.wav|OUT.mp3] [--sampler N:FILE[:AT_S]] [MIXER AND DECK OPTIONS]",
      "Render a file through the engine into a WAV file, faster than real time.",
      "Pulls the real engine through the offline output as fast as the machine allows and "
      "writes what the master bus carried: 16-bit by default.",
@@ -55,7 +66,8 @@ const std::vector<CommandHelp> kCommands = {
       {"--loop START_S:BEATS",
        "A beat loop from START_S seconds, BEATS a power of two from 1/16 to 32."},
       {"--reverse AT_S", "Play in reverse from AT_S seconds of the render."},
-      {"--brake AT_S", "Brake to a standstill from AT_S seconds of the render."}}},
+      {"--brake AT_S", "Brake to a standstill from AT_S seconds of the render."},
+      kRecordHelp, kSamplerHelp}},
     {"analyse", "lumo analyse [--json] [--jobs N] [--force] [--range R] PATH...",
      "Analyse files and folders: tempo, beat grid, gain and key, into the library.",
      "Takes files and folders (recursively), shows files done and time left, stores each result "
@@ -106,7 +118,8 @@ const std::vector<CommandHelp> kCommands = {
      "Play a short generated demo track.",
      "Writes an 8-second generated track and plays it through JACK when a server runs, "
      "otherwise the first sound device, otherwise the null output.",
-     {{"--device DEVICE", kDeviceText}, {"--seconds S", "Stop after S seconds."}}},
+     {{"--device DEVICE", kDeviceText}, {"--seconds S", "Stop after S seconds."}, kRecordHelp,
+      kSamplerHelp}},
 };
 
 // "-o, --output OUT.wav" -> names {"-o", "--output"}, takes a value.
