@@ -75,7 +75,7 @@ void CAutoMix::StartTowards(bool toRight) {
   Notify(Event::kFadeStarted, toRight ? kLeftDeck : kRightDeck, incoming, decks_[incoming]->FilePath());
 }
 
-int CAutoMix::LoadNextTrack(int deck) {
+int CAutoMix::LoadNextTrack(int deck, int autoPlay) {
   if (deck < 0 || deck > 1 || !decks_[deck] || playlist_.empty()) return 0;
   size_t index = 0;
   if (g_settings.random) {
@@ -86,16 +86,17 @@ int CAutoMix::LoadNextTrack(int deck) {
   }
   std::string path = playlist_[index];
   playlist_.erase(playlist_.begin() + static_cast<long>(index));
-  if (!decks_[deck]->load(path, 0, nullptr, 1)) {
+  if (!decks_[deck]->load(path, autoPlay, nullptr, 1)) {
     playlist_.push_front(path);  // a load still running: try again on a later tick
     return 0;
   }
   loading_[deck] = path;
+  loadingAutoPlay_[deck] = autoPlay;
   return 1;
 }
 
 // A song that could not be loaded (missing, undecodable, empty) is passed over for the next.
-void CAutoMix::CheckPendingLoads() {
+void CAutoMix::SettleLoads() {
   for (int d = kLeftDeck; d <= kRightDeck; ++d) {
     if (loading_[d].empty() || !decks_[d] || decks_[d]->loadPending.load()) continue;
     std::string path;
@@ -106,7 +107,7 @@ void CAutoMix::CheckPendingLoads() {
     }
     TraceLine("automix: skipped %s: it could not be loaded", path.c_str());
     Notify(Event::kSkipped, -1, d, path);
-    LoadNextTrack(d);
+    LoadNextTrack(d, loadingAutoPlay_[d]);
   }
 }
 
@@ -125,7 +126,7 @@ void CAutoMix::CheckTrigger(int deck) {
 }
 
 void CAutoMix::Tick(int counter, int beatDifference) {
-  CheckPendingLoads();
+  SettleLoads();
   if (g_settings.mixaut && !fading_) {
     CheckTrigger(kLeftDeck);
     if (!fading_) CheckTrigger(kRightDeck);
@@ -165,8 +166,8 @@ void CAutoMix::FinishFade() {
   // The incoming deck glides back to its own tempo.
   if (g_settings.slowrt) slowReset_[incoming] = true;
   fading_ = false;
-  Notify(Event::kFadeEnded, outgoing, incoming, decks_[incoming] ? decks_[incoming]->FilePath() : "");
   LoadNextTrack(outgoing);
+  Notify(Event::kFadeEnded, outgoing, incoming, decks_[incoming] ? decks_[incoming]->FilePath() : "");
 }
 
 void CAutoMix::SetSlowReset(int deck, bool on) {

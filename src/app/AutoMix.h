@@ -44,8 +44,13 @@ class CAutoMix {
   // only at 124 or below.
   void StartLeft();
   void StartRight();
-  // Loads the next playlist song on a deck, parked at its first sound. 0 when the list is empty.
-  int LoadNextTrack(int deck);
+  // Loads the next playlist song on a deck, parked at its first sound (or playing from there
+  // with autoPlay). 0 when the list is empty.
+  int LoadNextTrack(int deck, int autoPlay = 0);
+  // Looks at the songs asked for: a load that failed is logged and the next song tried. The
+  // tick does this; a caller that steps the loaders itself may too.
+  void SettleLoads();
+  bool loadsPending() const { return !loading_[0].empty() || !loading_[1].empty(); }
 
   // One engine tick. counter is the tick counter (0..9) before this tick; beatDifference is the
   // pair's difference in hundredths of a beat, fresh on odd counts.
@@ -65,7 +70,6 @@ class CAutoMix {
   void CheckTrigger(int deck);
   void FadeStep(int beatDifference);
   void FinishFade();
-  void CheckPendingLoads();
   void SlowResetStep();
   void StartTowards(bool toRight);
   void Notify(Event event, int from, int to, const std::string& path);
@@ -76,6 +80,7 @@ class CAutoMix {
   Listener listener_;
   std::deque<std::string> playlist_;
   std::string loading_[2];  // a song asked for on deck 0 or 1, until the load has settled
+  int loadingAutoPlay_[2] = {};
 
   bool fading_ = false;
   bool toRight_ = false;
