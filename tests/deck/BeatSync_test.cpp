@@ -9,94 +9,21 @@
 #include <memory>
 #include <vector>
 
-#include "analysis/StripeMarks.h"
-#include "app/base/Realtime.h"
-#include "audio/Threads.h"
+#include "TwoDeckFixture.h"
 #include "deck/BeatSync.h"
-#include "deck/SoundSource.h"
 #include "support/AllocationCounter.h"
-#include "support/TestFiles.h"
 
 namespace {
 
+using BeatSync = TwoDeckTest;
+
 constexpr int kSecond = 44100;
-constexpr int kTrackFrames = 60 * kSecond;
 constexpr double kOneMs = 44.1;
-
-class BeatSyncTest : public ::testing::Test {
- protected:
-  BeatSyncTest() {
-    SetThreadsManual(true);
-    for (int d = 0; d < 2; ++d) deck[d] = std::make_unique<CSoundSource>(d, folder.path());
-  }
-  ~BeatSyncTest() override {
-    for (auto& d : deck) d.reset();
-    SetThreadsManual(false);
-  }
-
-  // Loads a quiet minute on deck d with beats every 2646000 / bpm frames from `firstBeat`, each
-  // marked in the stripe entry holding it. Returns the beat frames as the stripe places them.
-  std::vector<double> LoadWithBeats(int d, float bpm, double firstBeat) {
-    std::string path = folder.File("beats" + std::to_string(d) + ".wav");
-    WriteStereo16(path, std::vector<int16_t>(2 * static_cast<size_t>(kTrackFrames), 200));
-    CSoundSource& s = *deck[d];
-    EXPECT_TRUE(s.load(path, 0, nullptr, 1));
-    while (s.loadPending.load()) s.loaderPass();
-    std::vector<double> beats;
-    if (bpm > 0) {
-      std::lock_guard lock(s.dataLock);
-      for (double f = firstBeat; f < kTrackFrames - 100; f += 2646000.0 / bpm) {
-        size_t entry = static_cast<size_t>(f / 100);
-        s.stripes[0][entry] += kBeatMark;
-        beats.push_back(entry * 100.0);
-      }
-    }
-    s.bpm.store(bpm);
-    s.analysed.store(bpm > 0);
-    Render(100);  // the load's park at the first sound
-    return beats;
-  }
-
-  void PlayFrom(int d, double frame) {
-    deck[d]->position = frame;
-    deck[d]->setPlaying(1);
-  }
-
-  // Blocks as the mixer runs them: both decks' phases, then their sync steps, then the audio.
-  void Render(int frames, int block = 256) {
-    std::vector<float> out(2 * static_cast<size_t>(block));
-    rt::AudioThreadScope audio;
-    for (int done = 0; done < frames; done += block) {
-      for (int phase = 0; phase < 3; ++phase) {
-        for (auto& d : deck) d->PrepareBlock(phase);
-      }
-      for (auto& d : deck) d->GetSamples(out.data(), std::min(block, frames - done));
-    }
-  }
-
-  // How far past its last beat a play head stands, as a fraction of that beat.
-  static double PhaseOnGrid(const std::vector<double>& beats, double pos) {
-    for (size_t k = 1; k < beats.size(); ++k) {
-      if (beats[k] > pos) return (pos - beats[k - 1]) / (beats[k] - beats[k - 1]);
-    }
-    return 0.0;
-  }
-  // Deck 1's lag behind deck 0 in output frames, the short way round the beat.
-  double LagFrames(const std::vector<double>& beats0, const std::vector<double>& beats1) {
-    double d = PhaseOnGrid(beats0, deck[0]->Position()) - PhaseOnGrid(beats1, deck[1]->Position());
-    if (d > 0.5) d -= 1.0;
-    if (d < -0.5) d += 1.0;
-    return d * 2646000.0 / (deck[0]->GetBpm() * (1.0 + deck[0]->getPitch() * 0.0001));
-  }
-
-  TempFolder folder;
-  std::unique_ptr<CSoundSource> deck[2];
-};
 
 // 126 BPM: a beat is exactly 210 stripe entries, so the injected marks carry the beat frames
 // exactly. (At 120 BPM every other mark sits up to 50 frames early inside its entry, which a
 // sync inherits: about 1.1 ms, the stripe's resolution.)
-TEST_F(BeatSyncTest, TwoDecksAtOneTempoEndOnTheSameBeat) {
+TEST_F(BeatSync, TwoDecksAtOneTempoEndOnTheSameBeat) {
   auto beats0 = LoadWithBeats(0, 126.0f, 1000);
   auto beats1 = LoadWithBeats(1, 126.0f, 3000);
   PlayFrom(0, 10 * kSecond + 137);
@@ -115,7 +42,7 @@ TEST_F(BeatSyncTest, TwoDecksAtOneTempoEndOnTheSameBeat) {
   EXPECT_EQ(AudioThreadAllocations(), 0u) << "the phase scan and the nudge allocate nothing";
 }
 
-TEST_F(BeatSyncTest, AFasterTrackIsPitchedDownAndStaysOnTheBeat) {
+TEST_F(BeatSync, AFasterTrackIsPitchedDownAndStaysOnTheBeat) {
   auto beats0 = LoadWithBeats(0, 120.0f, 500);
   auto beats1 = LoadWithBeats(1, 125.0f, 2500);
   PlayFrom(0, 5 * kSecond);
@@ -134,7 +61,7 @@ TEST_F(BeatSyncTest, AFasterTrackIsPitchedDownAndStaysOnTheBeat) {
   EXPECT_LT(worst, 5 * kOneMs);
 }
 
-TEST_F(BeatSyncTest, ImpossibleMatchesAreRefusedAndChangeNothing) {
+TEST_F(BeatSync, ImpossibleMatchesAreRefusedAndChangeNothing) {
   LoadWithBeats(0, 130.0f, 0);
   LoadWithBeats(1, 60.0f, 0);
   PlayFrom(0, kSecond);
@@ -154,7 +81,7 @@ TEST_F(BeatSyncTest, ImpossibleMatchesAreRefusedAndChangeNothing) {
   EXPECT_GE(info.beatIndex, 0);
 }
 
-TEST_F(BeatSyncTest, SyncStartsAStoppedDeckAndAlignsIt) {
+TEST_F(BeatSync, SyncStartsAStoppedDeckAndAlignsIt) {
   auto beats0 = LoadWithBeats(0, 128.0f, 700);
   auto beats1 = LoadWithBeats(1, 128.0f, 1900);
   PlayFrom(0, 20 * kSecond);
@@ -167,7 +94,7 @@ TEST_F(BeatSyncTest, SyncStartsAStoppedDeckAndAlignsIt) {
   EXPECT_LT(std::fabs(LagFrames(beats0, beats1)), kOneMs);
 }
 
-TEST_F(BeatSyncTest, APassageWithoutMarksIsRepairedAsItPlays) {
+TEST_F(BeatSync, APassageWithoutMarksIsRepairedAsItPlays) {
   // Beats every 22050 frames from 0; the beat at 220500 lost its mark.
   LoadWithBeats(0, 120.0f, 0);
   const size_t lost = 2205;
@@ -183,7 +110,7 @@ TEST_F(BeatSyncTest, APassageWithoutMarksIsRepairedAsItPlays) {
   EXPECT_TRUE(IsMarked(deck[0]->stripes[0][lost])) << "and is marked again";
 }
 
-TEST_F(BeatSyncTest, ANudgeThatWouldLeaveALoopJumpsABeatTheOtherWay) {
+TEST_F(BeatSync, ANudgeThatWouldLeaveALoopJumpsABeatTheOtherWay) {
   LoadWithBeats(0, 120.0f, 0);
   PlayFrom(0, 10 * 22050 + 1000);
   Render(256);
