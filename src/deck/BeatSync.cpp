@@ -34,6 +34,11 @@ int BeatDifference(const CSoundSource& a, const CSoundSource& b) {
   return -static_cast<int>(std::lround(d * 100.0f));
 }
 
+bool OnBeat(const CSoundSource& deck) {
+  const float phase = deck.beatPhase.load(std::memory_order_relaxed);
+  return deck.IsPlaying() && (phase < 0.25f || phase > 0.9f);
+}
+
 void CSoundSource::PrepareBlock(int phase) noexcept {
   if (phase == 0) UpdateBeatPhase();
   if (phase == 1) ApplyPendingSync();

@@ -12,5 +12,8 @@ float ShortPhaseDifference(float own, float other);
 // and neither is scratched; otherwise 0.
 int BeatDifference(const CSoundSource& a, const CSoundSource& b);
 
+// The "onbeat" lamp of a playing deck: lit near a beat (phase below 0.25 or above 0.9).
+bool OnBeat(const CSoundSource& deck);
+
 // The deck a sync button matches against: 0 with 1, 2 with 3.
 inline int SyncPartner(int deck) { return deck ^ 1; }
