@@ -1,13 +1,23 @@
 #include "app/EngineTick.h"
 
+#include "app/AutoMix.h"
+#include "app/Engine.h"
 #include "app/base/Trace.h"
+#include "deck/BeatSync.h"
 #include "deck/SoundSource.h"
+
+CEngineTick::CEngineTick() : autoMix_(&g_autoMix) {}
 
 void CEngineTick::Run(CSoundSource* const* decks, int count, DeckTickReport* reports) {
   for (int d = 0; d < count; ++d) {
     DeckTickReport report;
     if (decks[d]) RunDeck(*decks[d], d, report);
     if (reports) reports[d] = report;
+  }
+  if ((counter_ & 1) && count >= 2 && decks[0] && decks[1]) beatDifference_ = BeatDifference(*decks[0], *decks[1]);
+  if (autoMix_) {
+    autoMix_->Attach(decks, count, g_engine.mixer);
+    autoMix_->Tick(counter_, beatDifference_);
   }
   if (++counter_ >= kCycle) counter_ = 0;
   DrainRealtimeTrace();  // what the audio thread had to say ("dsp thread wake now")

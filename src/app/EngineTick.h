@@ -5,9 +5,11 @@
 //
 // Per deck: fire a transport event the audio thread queued, return a finished track to its
 // cue, run the pitch bend, the accelerating search and the hot-cue hold counters, and collect
-// the status the display needs.
+// the status the display needs. Then, on odd counts, the beat difference of decks 0 and 1, and
+// Auto-Mix (AutoMix.h) over those decks and the engine's mixer.
 
 class CSoundSource;
+class CAutoMix;
 
 struct DeckTickReport {
   int status = 0;            // the deck's status code, taken (0: nothing new)
@@ -20,12 +22,20 @@ class CEngineTick {
   static constexpr int kCycle = 10;  // ticks per cycle, about 380 ms
   static constexpr int kEndFrames = 44;  // a track this near its end has finished
 
+  CEngineTick();
+
   // One tick over `count` decks (null entries are skipped); reports[d] is filled when given.
   void Run(CSoundSource* const* decks, int count, DeckTickReport* reports);
   int counter() const { return counter_; }
+  // Decks 0 and 1 in hundredths of a beat (BeatDifference), refreshed every second tick.
+  int beatDifference() const { return beatDifference_; }
+  // The Auto-Mix the tick drives; g_autoMix unless set (null: none).
+  void SetAutoMix(CAutoMix* autoMix) { autoMix_ = autoMix; }
 
  private:
   void RunDeck(CSoundSource& deck, int index, DeckTickReport& report);
 
   int counter_ = 0;
+  int beatDifference_ = 0;
+  CAutoMix* autoMix_;
 };

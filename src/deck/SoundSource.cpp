@@ -91,6 +91,7 @@ float CSoundSource::GetBpm() {
 
 int CSoundSource::load(const std::string& path, int autoPlay, TSongRecord* record, int) {
   if (loadPending.load(std::memory_order_acquire)) return 0;
+  syncPending.store(0, std::memory_order_release);  // a nudge meant for the old track
   setPlaying(0);
   ready.store(0, std::memory_order_release);
   statusCode.store(kStatusLoading, std::memory_order_release);

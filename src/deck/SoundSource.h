@@ -142,6 +142,23 @@ class CSoundSource : public CAudioSignalSource {
   void BendTick();          // main tick
   void JogBend(int dir);    // a wheel turned on a playing deck: a short fixed bend
 
+  // --- beat matching (BeatSync.cpp), main thread; 1 done, 0 refused ---
+  // Moves the pitch so this deck's tempo as heard equals the other's (refused beyond 50 %).
+  int matchTempo(CSoundSource& other);
+  // matchTempo, starting a stopped deck, then one nudge onto the other's beat once the new
+  // speed has settled (the audio thread does it in PrepareBlock).
+  int beatSync(CSoundSource& other);
+  // Moves the play position by `frames`; inside a loop a move that would leave it jumps a beat
+  // the other way instead. Any thread; the audio thread uses it for the sync nudge.
+  LUMO_RT int nudge(double frames) noexcept;
+  struct BeatInfo {
+    int beatPos = 0;         // the frame of this reading
+    int beatFrames2 = 22050; // frames per beat at the song's tempo
+    float beatPhase = 0.0f;  // 0..1, towards 1 as the next beat comes near
+    int beatIndex = -1;      // 0..3 in the bar, -1 unknown
+  };
+  BeatInfo getBeatInfo() const;
+
   // --- scratch, brake (DeckScratch.cpp): main thread and the deck service thread ---
   int scratchStart(int mouse, int relative);
   void scratchMove(int mouse);
@@ -237,6 +254,14 @@ class CSoundSource : public CAudioSignalSource {
   std::atomic<int> jogIdleTicks{0};
   std::atomic<int> jogLastDirection{-1};
 
+  // Beat phase, written by the audio thread every block (BeatSync.cpp); the sync request.
+  std::atomic<int> beatPos{0};
+  std::atomic<int> beatFrames2{22050};
+  std::atomic<float> beatPhase{0.0f};
+  std::atomic<int> beatIndex{-1};
+  std::atomic<CSoundSource*> syncOther{nullptr};
+  std::atomic<int> syncPending{0};  // set after syncOther; the audio thread clears it
+
   // Requests to the loader thread.
   std::atomic<int> loadPending{0};
   std::atomic<int> seekPending{0};
@@ -244,6 +269,12 @@ class CSoundSource : public CAudioSignalSource {
   std::atomic<int> quit{0};
 
  private:
+  // Beat phase and the sync nudge, audio thread (BeatSync.cpp).
+  LUMO_RT void UpdateBeatPhase() noexcept;
+  LUMO_RT void ApplyPendingSync() noexcept;
+  LUMO_RT int ScanForBeatMark(std::vector<float>& marks, int at, int perBeat, int total) noexcept;
+  int MatchTempoTo(CSoundSource& other, float ownBpm);
+
   // Render steps (SoundSourceRender.cpp).
   LUMO_RT bool SpanPresent(double pos, double spd, int frames) const noexcept;
   LUMO_RT void HandleStopAtCue() noexcept;

@@ -326,4 +326,3 @@ void CSoundSource::NextHeldFrame(float& left, float& right) noexcept {
   if (holdCount_ > 0 && --holdCount_ == 0) heldLeft_ = heldRight_ = 0.0f;
 }
 
-void CSoundSource::PrepareBlock(int) noexcept {}

@@ -12,6 +12,12 @@ int RunListCommand(int argc, char** argv);
 int RunSearchCommand(int argc, char** argv);
 int RunCdCommand(int argc, char** argv);
 int RunServeCommand(int argc, char** argv);
+int RunAutoMixCommand(int argc, char** argv);
+
+// --device: an index, a device name, "jack" (the JACK server) or "null" (no device). Empty:
+// the settings' device (audio0), else the desktop's default. Returns -1 for the null back end.
+// `count` is the number of devices enumerated.
+int ChooseDevice(const std::string& wanted, int count);
 
 // Plays a file on deck 0 through the chosen device until it ends or `seconds` have passed
 // (0: no limit). Shared by play and demo.

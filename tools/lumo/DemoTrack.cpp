@@ -10,7 +10,6 @@
 namespace {
 
 constexpr double kRate = 44100.0;
-constexpr double kBpm = 124.0;
 constexpr double kPi = 3.14159265358979323846;
 
 double Kick(double t) {
@@ -35,9 +34,9 @@ double Pad(double t) {
 
 }  // namespace
 
-bool WriteDemoTrack(const std::string& path, double seconds) {
+bool WriteDemoTrack(const std::string& path, double seconds, double bpm) {
   int frames = static_cast<int>(seconds * kRate);
-  double beat = 60.0 / kBpm;
+  double beat = 60.0 / bpm;
   std::vector<short> pcm(2 * static_cast<size_t>(frames));
   uint32_t noise = 12345;
   for (int i = 0; i < frames; ++i) {

@@ -4,4 +4,4 @@
 
 #include <string>
 
-bool WriteDemoTrack(const std::string& path, double seconds);
+bool WriteDemoTrack(const std::string& path, double seconds, double bpm = 124.0);

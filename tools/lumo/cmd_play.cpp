@@ -23,8 +23,8 @@ std::string Lower(std::string text) {
   return text;
 }
 
-// --device: an index, a device name, "jack" (the JACK server) or "null" (no device). Empty:
-// the settings' device (audio0), else the desktop's default. Returns -1 for the null back end.
+}  // namespace
+
 int ChooseDevice(const std::string& wanted, int count) {
   if (wanted.empty()) return count > 0 ? g_outputSelection.primary : -1;
   std::string lower = Lower(wanted);
@@ -42,8 +42,6 @@ int ChooseDevice(const std::string& wanted, int count) {
   std::fprintf(stderr, "lumo: no device \"%s\"; playing silently on the null back end\n", wanted.c_str());
   return -1;
 }
-
-}  // namespace
 
 int PlayFile(const std::string& path, const std::string& device, double seconds,
              RecordSamplerOptions* players) {

@@ -114,6 +114,23 @@ const std::vector<CommandHelp> kCommands = {
      {{"--port N", "The port (default: the httpsv setting, else 8080)."},
       {"--address A", "The address to listen on (default: the httpad setting, else 127.0.0.1)."},
       {"--seconds S", "Stop after S seconds."}}},
+    {"automix",
+     "lumo automix LIST.m3u|LIST.knl|FOLDER -o MIX.wav|MIX.mp3 [--realtime] [--device DEVICE] [--mixtime S] "
+     "[--shuffle] [--json] [--demo]",
+     "Mix a whole playlist unattended, with beat-matched transitions, into a file.",
+     "Analyses the songs that have no tempo yet, then plays the list on decks A and B with Auto-Mix: "
+     "each fade starts the fade time before the outgoing song's last sound, the incoming song is "
+     "beat-matched in the first third of the fade and glides back to its own tempo afterwards. "
+     "Prints one line per transition (time, songs, tempi, pitch, how far apart the beats were when "
+     "the fade started and ended). Songs that are missing, undecodable or empty are skipped. "
+     "Offline by default: as fast as the machine goes, and the same list gives the same file.",
+     {{"-o, --output MIX.wav", "The file the mix is written to (MP3 needs the recorder)."},
+      {"--realtime", "Play the set through a sound device in real time instead."},
+      {"--device DEVICE", kDeviceText},
+      {"--mixtime S", "The fade time in seconds, 0.1 to 600 (default: the mixtim setting, 10 s)."},
+      {"--shuffle", "Take the songs in random order."},
+      {"--json", "One JSON object per transition and per skipped song."},
+      {"--demo", "Mix a generated demo set of three short tracks at 118, 124 and 130 BPM instead of LIST."}}},
     {"demo", "lumo demo [--device DEVICE] [--seconds S]",
      "Play a short generated demo track.",
      "Writes an 8-second generated track and plays it through JACK when a server runs, "
