@@ -7,6 +7,7 @@
 #include "app/base/Trace.h"
 #include "controllers/HardwareControllers.h"
 #include "controllers/PortNames.h"
+#include "skin/model/NotifierTable.h"
 
 namespace {
 
@@ -167,5 +168,24 @@ void ControllerSet::WatchHid(const std::vector<HidDeviceInfo>& devices) {
     for (const CZQHardwareController& c : slots_) isOpen = isOpen || (c.open && c.hidPath == hid_[i].path);
     int slot = -1;
     if (claimed && !isOpen) OpenController(-1, static_cast<int>(i), &slot);
+  }
+}
+
+void ControllerSet::NotifyChanges(const std::function<void(const char* name, int deck, int value)>& builtIn) {
+  NotifierSlot* table = NotifierTable();
+  for (int i = 0; i < kNotifierSlotCount; ++i) {
+    NotifierSlot& row = table[i];
+    if (row.intValue == row.previousInt && row.floatValue == row.previousFloat && row.text == row.previousText) {
+      continue;
+    }
+    if (builtIn) builtIn(row.name, row.deck, row.intValue);
+    for (CZQHardwareController& c : slots_) {
+      if (!c.open || c.scriptIndex < 0 || !host_) continue;
+      host_->CallVoid(c.scriptIndex, "notificationReceived",
+                      {c.selfId, row.name, row.deck, row.intValue, row.floatValue, row.text.c_str()});
+    }
+    row.previousInt = row.intValue;
+    row.previousFloat = row.floatValue;
+    row.previousText = row.text;
   }
 }

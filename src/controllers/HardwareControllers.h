@@ -91,6 +91,10 @@ class ControllerSet : public ScriptDevices {
   int DrainQueue();
   // Each tick: notices devices that came or went (once a second).
   void WatchDevices();
+  // End of each tick: every notifier row whose value changed goes first to `builtIn` (the
+  // consoles' play and cue lamps), then to notificationReceived of each tied script; then the
+  // current values become the previous ones.
+  void NotifyChanges(const std::function<void(const char* name, int deck, int value)>& builtIn = nullptr);
 
   const CZQHardwareController& Slot(int slot) const { return slots_[slot]; }
 
