@@ -1,6 +1,7 @@
 // MIDI through RtMidi: the ALSA sequencer on a desktop, JACK MIDI where there is no sequencer
 // (or when asked). RtMidi reports errors by exception; none leaves this file.
 #include <RtMidi.h>
+#include <jack/jack.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -10,10 +11,28 @@
 
 namespace {
 
+bool HaveSequencer() { return access("/dev/snd/seq", R_OK | W_OK) == 0; }
+
+void Silent(const char*) {}
+void JackToTrace(const char* text) { TraceTextRT("jack: ", text); }
+
+// RtMidi over JACK without a server prints pages of complaints and then lists nothing; ask
+// first, quietly. libjack's messages go to the trace afterwards, as the audio back end has them.
+bool JackServerRuns() {
+  jack_set_error_function(&Silent);
+  jack_set_info_function(&Silent);
+  jack_client_t* probe = jack_client_open("zorvik-lumo-midi-probe", JackNoStartServer, nullptr);
+  if (probe) jack_client_close(probe);
+  jack_set_error_function(&JackToTrace);
+  return probe != nullptr;
+}
+
+// LINUX_ALSA or UNIX_JACK; RtMidi::UNSPECIFIED when the asked-for system is not there.
 RtMidi::Api ChooseApi(const std::string& api) {
-  if (api == "alsa") return RtMidi::LINUX_ALSA;
-  if (api == "jack") return RtMidi::UNIX_JACK;
-  return access("/dev/snd/seq", R_OK | W_OK) == 0 ? RtMidi::LINUX_ALSA : RtMidi::UNIX_JACK;
+  if (api == "alsa") return HaveSequencer() ? RtMidi::LINUX_ALSA : RtMidi::UNSPECIFIED;
+  if (api == "jack") return JackServerRuns() ? RtMidi::UNIX_JACK : RtMidi::UNSPECIFIED;
+  if (HaveSequencer()) return RtMidi::LINUX_ALSA;
+  return JackServerRuns() ? RtMidi::UNIX_JACK : RtMidi::UNSPECIFIED;
 }
 
 void Quiet(RtMidiError::Type, const std::string& text, void*) { TraceLine("MIDI: %s", text.c_str()); }
@@ -131,8 +150,15 @@ class RtMidiSystem : public MidiSystem {
 }  // namespace
 
 std::unique_ptr<MidiSystem> MakeRtMidiSystem(const std::string& api, const std::string& clientName) {
+  const RtMidi::Api chosen = ChooseApi(api);
+  if (chosen == RtMidi::UNSPECIFIED) {
+    TraceLine("MIDI: %s", api == "alsa"   ? "no ALSA sequencer (/dev/snd/seq)"
+                          : api == "jack" ? "no JACK server runs"
+                                          : "no ALSA sequencer and no JACK server");
+    return nullptr;
+  }
   try {
-    return std::make_unique<RtMidiSystem>(ChooseApi(api), clientName);
+    return std::make_unique<RtMidiSystem>(chosen, clientName);
   } catch (const RtMidiError& error) {
     TraceLine("MIDI could not start: %s", error.getMessage().c_str());
     return nullptr;

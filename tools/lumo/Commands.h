@@ -12,6 +12,8 @@ int RunListCommand(int argc, char** argv);
 int RunSearchCommand(int argc, char** argv);
 int RunCdCommand(int argc, char** argv);
 int RunServeCommand(int argc, char** argv);
+int RunControllersCommand(int argc, char** argv);
+int RunMidiMonitorCommand(int argc, char** argv);
 
 // Plays a file on deck 0 through the chosen device until it ends or `seconds` have passed
 // (0: no limit). Shared by play and demo.

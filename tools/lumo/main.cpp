@@ -23,6 +23,7 @@ const Runner kRunners[] = {
     {"analyse", RunAnalyseCommand}, {"demo", RunDemoCommand},       {"probe", RunProbeCommand},
     {"list", RunListCommand},       {"search", RunSearchCommand},
     {"cd", RunCdCommand},           {"serve", RunServeCommand},
+    {"controllers", RunControllersCommand}, {"midi-monitor", RunMidiMonitorCommand},
 };
 
 bool IsHelpWord(const char* word) { return !std::strcmp(word, "--help") || !std::strcmp(word, "-h"); }
