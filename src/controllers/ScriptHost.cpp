@@ -284,7 +284,8 @@ bool ScriptHost::EvaluateSkinScript(const std::string& text) {
   const bool evaluated = skin_ && Evaluate(cx, *skin_, "skin.js", text, budget_, &error);
   activeHost_ = previousHost;
   if (!evaluated) {
-    TraceLine("error - skin script was not evaluated ok = '%s'", error.c_str());
+    // The skin loader logs the failure with the skin's path; this is the engine's reason.
+    TraceLine("js error in skin.js: %s", error.c_str());
     skin_.reset();
     return false;
   }

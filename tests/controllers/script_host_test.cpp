@@ -167,7 +167,7 @@ TEST_F(ScriptHostTest, TheSkinScriptHasItsOwnRealmAndFunctions) {
   EXPECT_TRUE(trace.Saw("js debug '-1 -1 -1 4 12 -1 undefined'"));
   ASSERT_EQ(runner.calls.size(), 1u);
   EXPECT_FALSE(host.EvaluateSkinScript("function ("));
-  EXPECT_TRUE(trace.Saw("error - skin script was not evaluated ok = '"));
+  EXPECT_TRUE(trace.Saw("js error in skin.js: skin.js:1: SyntaxError"));
   host.CallSkinFunction("btn_onmousedown", -1, -1, -1);
   EXPECT_EQ(runner.calls.size(), 1u) << "the old skin script went with the new load";
 }
