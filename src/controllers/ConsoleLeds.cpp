@@ -32,7 +32,36 @@ constexpr NameTest kNameTests[] = {
     {kConsoleSteel, "DJ Control Steel"},  {kConsoleRmx, "DJ Console Rmx"},
 };
 
+struct BuiltInTest {
+  int bit;
+  const char* name;
+  const char* tests[4];
+  bool hasOutput;
+};
+constexpr BuiltInTest kBuiltInTests[] = {
+    {0x1, "Behringer BCD2000", {"BCD-2000", "BCD2000"}, true},
+    {0x2, "Behringer BCD3000", {"BCD-3000", "BCD3000"}, true},
+    {0x8000, "M-Audio Xponent", {"Xponent"}, false},
+    {0x10000, "Reloop Digital Jockey 2 Interface Edition", {"Reloop", "Digital Jockey - IE2"}, false},
+    {0x100000, "Vestax VCI-100", {"Vestax", "VCI-100", "VCI100", "VCI 100"}, false},
+    {kConsoleMp3e2, "Tarvo DJ Control MP3 e2", {"DJ Control MP3 e2"}, true},
+    {kConsoleMp3, "Tarvo DJ Control MP3", {"DJ Control MP3"}, true},
+    {kConsoleMk2, "Tarvo DJ Console Mk2", {"DJ Console Mk2"}, true},
+    {kConsoleSteel, "Tarvo DJ Control Steel", {"DJ Control Steel"}, true},
+    {kConsoleRmx, "Tarvo DJ Console RMX", {"DJ Console Rmx"}, true},
+};
+
 }  // namespace
+
+BuiltInConsole BuiltInConsoleFromPortName(const std::string& portName, bool outputs) {
+  for (const BuiltInTest& test : kBuiltInTests) {
+    if (outputs && !test.hasOutput) continue;
+    for (const char* text : test.tests) {
+      if (text && portName.find(text) != std::string::npos) return {test.bit, test.name};
+    }
+  }
+  return {0, ""};
+}
 
 int ConsoleFamilyFromPortName(const std::string& name) {
   for (const NameTest& test : kNameTests) {

@@ -22,6 +22,15 @@ enum ConsoleFamily : int {
 
 // The family a MIDI port name belongs to, 0 for none (substring tests, case sensitive).
 int ConsoleFamilyFromPortName(const std::string& name);
+
+// The built-in consoles (mapped by the program, not by a script) that a port name stands for,
+// tested in the order start-up tests them: a bit of the controller type, and the name the log
+// gives. `outputs` selects the shorter order used for output ports. 0 and "" for none.
+struct BuiltInConsole {
+  int bit;
+  const char* name;
+};
+BuiltInConsole BuiltInConsoleFromPortName(const std::string& portName, bool outputs);
 // What the status line shows for a found console; "" for none.
 const char* ConsoleName(int family);
 

@@ -35,6 +35,7 @@ ControllerSet::ControllerSet(MidiSystem* midi, HidSystem* hid, ScriptHost* host)
 
 ControllerSet::~ControllerSet() {
   CloseAll();
+  leds_.SetOutput(nullptr, 0);
   if (host_) host_->SetDevices(nullptr);
 }
 
@@ -57,7 +58,32 @@ void ControllerSet::DetectControllers(const std::string& scriptFolder) {
   CloseAll();
   if (host_) host_->LoadControllerScripts(scriptFolder);
   WatchHid(hid_);
+  DetectBuiltInConsoles();
   lastWatch_ = Now();
+}
+
+// The consoles the program maps itself: the first input and the first output whose names pass
+// a test set the controller type; the output drives the console's lamps.
+void ControllerSet::DetectBuiltInConsoles() {
+  hardwareControllerType_ = 0;
+  leds_.SetOutput(nullptr, 0);
+  consoleOutput_.reset();
+  for (const std::string& name : inputs_) {
+    const BuiltInConsole console = BuiltInConsoleFromPortName(name, false);
+    if (!console.bit) continue;
+    hardwareControllerType_ |= console.bit;
+    TraceLine("yes, we found a '%s' controller (in)", console.name);
+    break;
+  }
+  for (size_t i = 0; i < outputs_.size() && midi_; ++i) {
+    const BuiltInConsole console = BuiltInConsoleFromPortName(outputs_[i], true);
+    if (!console.bit) continue;
+    consoleOutput_ = midi_->OpenOutput(static_cast<int>(i));
+    TraceLine("yes, we found a '%s' controller (out)", console.name);
+    if (consoleOutput_) leds_.SetOutput(consoleOutput_.get(), console.bit);
+    break;
+  }
+  TraceLine("controllerType = %d", hardwareControllerType_);
 }
 
 bool ControllerSet::OpenController(int midiInIndex, int hidIndex, int* slot) {

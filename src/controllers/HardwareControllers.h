@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "controllers/ConsoleLeds.h"
 #include "controllers/ControllerTransport.h"
 #include "controllers/HidData.h"
 #include "controllers/MidiQueue.h"
@@ -98,6 +99,11 @@ class ControllerSet : public ScriptDevices {
 
   const CZQHardwareController& Slot(int slot) const { return slots_[slot]; }
 
+  // The built-in consoles found at start-up (a bit set) and the lamps of the one whose output
+  // was opened.
+  int HardwareControllerType() const { return hardwareControllerType_; }
+  ConsoleLeds& Leds() { return leds_; }
+
   // ScriptDevices
   bool SendMidiShort(int uniqueId, int status, int data1, int data2) override;
   HidStores* HidStoresOf(int uniqueId) override;
@@ -116,6 +122,7 @@ class ControllerSet : public ScriptDevices {
   bool OpenHid(CZQHardwareController& controller, int hidIndex);
   void WatchMidi(const std::vector<std::string>& inputs, const std::vector<std::string>& outputs);
   void WatchHid(const std::vector<HidDeviceInfo>& devices);
+  void DetectBuiltInConsoles();
   double Now() const { return clock_(); }
 
   MidiSystem* midi_;
@@ -129,4 +136,7 @@ class ControllerSet : public ScriptDevices {
   std::function<double()> clock_;
   UnmatchedHandler unmatched_;
   double lastWatch_ = 0;
+  int hardwareControllerType_ = 0;
+  std::unique_ptr<MidiOutput> consoleOutput_;
+  ConsoleLeds leds_;
 };

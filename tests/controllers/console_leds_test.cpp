@@ -55,6 +55,23 @@ TEST(ConsoleLeds, PortNamesPickTheFamily) {
   EXPECT_EQ(ConsoleFamilyFromPortName("dj console rmx"), 0) << "the test is case sensitive";
 }
 
+TEST(ConsoleLeds, StartUpFindsABuiltInConsoleAndItsLampsGoToItsOutput) {
+  TraceCapture trace;
+  FakeMidiSystem midi;
+  midi.inputs = {"Keys:Keys MIDI 1 20:0", "DJ Console Mk2:DJ Console Mk2 MIDI 1 24:0"};
+  midi.outputs = {"Keys:Keys MIDI 1 20:0", "DJ Console Mk2:DJ Console Mk2 MIDI 1 24:0"};
+  ScriptHost host;
+  ControllerSet set(&midi, nullptr, &host);
+  set.DetectControllers("/nonexistent");
+  EXPECT_EQ(set.HardwareControllerType(), kConsoleMk2);
+  EXPECT_TRUE(trace.Saw("yes, we found a 'Tarvo DJ Console Mk2' controller (in)"));
+  EXPECT_TRUE(trace.Saw("yes, we found a 'Tarvo DJ Console Mk2' controller (out)"));
+  EXPECT_TRUE(trace.Saw("controllerType = 128"));
+  set.Leds().ConsoleSetLed(539, 1, 1);
+  EXPECT_EQ(midi.sent[1], (std::vector<std::vector<unsigned char>>{{0xB0, 2, 127}, {0xB1, 2, 127}}));
+  EXPECT_TRUE(midi.sent[0].empty());
+}
+
 TEST(ControllerNotifications, AChangedRowReachesTheLampsThenEachTiedScriptOnce) {
   RecordingRunner runner;
   TraceCapture trace;
