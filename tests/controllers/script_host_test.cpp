@@ -156,6 +156,18 @@ TEST_F(ScriptHostTest, ARunawayScriptIsStoppedAndDisabledAndOtherScriptsRunOn) {
   EXPECT_EQ(host.LoadControllerScriptText("loop-on-load.js", "for (;;) {}"), false);
 }
 
+TEST_F(ScriptHostTest, AScriptThatEatsMemoryFailsAloneAndTheOthersKeepWorking) {
+  const int hungry = Load(
+      "var hoard = [];\n"
+      "function messageReceived() { for (;;) hoard.push(new Array(1 << 20).fill(1.5)); }\n", "hungry.js");
+  const int healthy = Load("function messageReceived(id) { call('deckPlayPause', id); }\n", "healthy.js");
+  EXPECT_FALSE(host.CallVoid(hungry, "messageReceived", {0, 144, 0, 1, 127}));
+  EXPECT_TRUE(trace.Saw("'hungry.js'")) << "the log names the script";
+  EXPECT_TRUE(host.CallVoid(healthy, "messageReceived", {2, 144, 0, 1, 127}));
+  ASSERT_EQ(runner.calls.size(), 1u);
+  EXPECT_EQ(runner.calls[0].deck, 2);
+}
+
 TEST_F(ScriptHostTest, TheSkinScriptHasItsOwnRealmAndFunctions) {
   host.SetSkinNameLookups([](const char* name) { return std::string(name) == "deck1" ? 4 : -1; },
                           [](const char* name) { return std::string(name) == "btn" ? 12 : -1; });
