@@ -20,6 +20,7 @@
 #include "audio/Threads.h"
 #include "controllers/HardwareControllers.h"
 #include "deck/SoundSource.h"
+#include "app/base/AtomicFile.h"
 #include "support/TestFiles.h"
 #include "support/TraceCapture.h"
 #include "support/WaitFor.h"
@@ -178,6 +179,65 @@ TEST_F(JackMidi, ANoteFromTheControllerPlaysDeckAAndLightsItsLamp) {
   set.CloseAll();
   deck.reset();
   SetThreadsManual(false);
+}
+
+// Runs lumo with `args`, its output into `out`; returns its process id.
+pid_t StartLumo(const std::vector<std::string>& args, const std::string& out) {
+  std::vector<char*> argv{const_cast<char*>(LUMO_BINARY)};
+  for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
+  argv.push_back(nullptr);
+  posix_spawn_file_actions_t files;
+  posix_spawn_file_actions_init(&files);
+  posix_spawn_file_actions_addopen(&files, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  posix_spawn_file_actions_addopen(&files, 2, "/dev/null", O_WRONLY, 0);
+  pid_t pid = -1;
+  posix_spawn(&pid, LUMO_BINARY, &files, nullptr, argv.data(), environ);
+  posix_spawn_file_actions_destroy(&files);
+  return pid;
+}
+
+std::string ReadText(const std::string& path) {
+  std::string text;
+  ReadWholeFile(path, text);
+  return text;
+}
+
+int Wait(pid_t pid) {
+  int status = 0;
+  waitpid(pid, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST_F(JackMidi, TheMonitorPrintsTheNoteAndControllersNamesTheScriptAndWhy) {
+  TempFolder folder;
+  const std::string monitorOut = folder.File("monitor.txt");
+  const pid_t monitor = StartLumo({"midi-monitor", "--api", "jack", "--port", "lumo-test-ctl", "--seconds", "20"},
+                                  monitorOut);
+  ASSERT_GT(monitor, 0);
+  struct Stop {  // on an early return: stop and reap the monitor
+    pid_t pid;
+    ~Stop() {
+      if (pid > 0) kill(pid, SIGTERM), waitpid(pid, nullptr, 0);
+    }
+  } stop{monitor};
+  ASSERT_TRUE(WaitFor([&] { return ReadText(monitorOut).find("listening: lumo-test-ctl:midi_out") != std::string::npos; }));
+  // The monitor's port is connected once it prints; give the note until it shows.
+  ASSERT_TRUE(WaitFor([&] {
+    controller_.sendNote = true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    return ReadText(monitorOut).find("note-on    ch  1   16 127   (90 10 7F)") != std::string::npos;
+  })) << ReadText(monitorOut);
+  kill(monitor, SIGTERM);
+  stop.pid = -1;
+  EXPECT_EQ(Wait(monitor), 0);
+  EXPECT_NE(ReadText(monitorOut).find("monitored: messages="), std::string::npos);
+
+  const std::string listOut = folder.File("controllers.txt");
+  const pid_t list = StartLumo({"controllers", "--api", "jack"}, listOut);
+  EXPECT_EQ(Wait(list), 0);
+  const std::string text = ReadText(listOut);
+  EXPECT_NE(text.find("lumo-test-ctl:midi_out  output: lumo-test-ctl:midi_in  script: "), std::string::npos) << text;
+  EXPECT_NE(text.find("lumo-test-controller.js  by: device name"), std::string::npos) << text;
 }
 
 }  // namespace
