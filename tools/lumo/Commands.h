@@ -18,6 +18,8 @@ int RunAutoMixCommand(int argc, char** argv);
 // the settings' device (audio0), else the desktop's default. Returns -1 for the null back end.
 // `count` is the number of devices enumerated.
 int ChooseDevice(const std::string& wanted, int count);
+int RunControllersCommand(int argc, char** argv);
+int RunMidiMonitorCommand(int argc, char** argv);
 
 // Plays a file on deck 0 through the chosen device until it ends or `seconds` have passed
 // (0: no limit). Shared by play and demo.

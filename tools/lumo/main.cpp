@@ -24,6 +24,7 @@ const Runner kRunners[] = {
     {"list", RunListCommand},       {"search", RunSearchCommand},
     {"cd", RunCdCommand},           {"serve", RunServeCommand},
     {"automix", RunAutoMixCommand},
+    {"controllers", RunControllersCommand}, {"midi-monitor", RunMidiMonitorCommand},
 };
 
 bool IsHelpWord(const char* word) { return !std::strcmp(word, "--help") || !std::strcmp(word, "-h"); }

@@ -131,6 +131,23 @@ const std::vector<CommandHelp> kCommands = {
       {"--shuffle", "Take the songs in random order."},
       {"--json", "One JSON object per transition and per skipped song."},
       {"--demo", "Mix a generated demo set of three short tracks at 118, 124 and 130 BPM instead of LIST."}}},
+    {"controllers", "lumo controllers [--scripts DIR] [--api alsa|jack]",
+     "List MIDI and HID controllers and the script each one matched, and why.",
+     "Loads the controller scripts, opens every MIDI input, sends each the MIDI identity request "
+     "and waits a second and a half: a device is tied to a script by its identity reply (\"sysex "
+     "id\"), else by its port name (\"device name\"); a HID device by its USB vendor and product "
+     "ids (\"VID/PID\"). A MIDI device without a script goes to the learn map. Exits 1 when MIDI "
+     "cannot start.",
+     {{"--scripts DIR", "Read the controller scripts from DIR (default: the shipped controllers folder)."},
+      {"--api alsa|jack", "The MIDI system (default: ALSA when the sequencer exists, else JACK)."}}},
+    {"midi-monitor", "lumo midi-monitor [--port NAME] [--api alsa|jack] [--seconds S]",
+     "Print the messages arriving on the MIDI inputs.",
+     "One line per message: time, port, kind, channel (1 to 16) and the data bytes, in decimal and "
+     "in hexadecimal. Clock and active sensing are left out. Runs until Ctrl-C or --seconds; exits "
+     "1, naming the problem, when MIDI cannot start or no input can be opened.",
+     {{"--port NAME", "Listen only to inputs whose name contains NAME."},
+      {"--api alsa|jack", "The MIDI system (default: ALSA when the sequencer exists, else JACK)."},
+      {"--seconds S", "Stop after S seconds."}}},
     {"demo", "lumo demo [--device DEVICE] [--seconds S]",
      "Play a short generated demo track.",
      "Writes an 8-second generated track and plays it through JACK when a server runs, "

@@ -1,0 +1,2 @@
+function getLanguageVersion() { return 1; }
+function getSupportedMidiSysExIdString(i) { return "0020290100"; }

@@ -1,0 +1,112 @@
+// Console lamps over MIDI and the tick's notifications: a lamp is sent once per change, only
+// for decks A and B, as notes on the MP3 e2 and as controllers elsewhere; a changed notifier
+// row reaches the lamps first and then every tied script.
+#include <gtest/gtest.h>
+
+#include "FakeTransport.h"
+#include "RecordingRunner.h"
+#include "controllers/ConsoleLeds.h"
+#include "controllers/HardwareControllers.h"
+#include "skin/model/NotifierTable.h"
+#include "support/TraceCapture.h"
+
+namespace {
+
+struct SentLog : MidiOutput {
+  std::vector<std::vector<int>> sent;
+  bool Send(const unsigned char* b, size_t n) override {
+    sent.push_back(std::vector<int>(b, b + n));
+    return true;
+  }
+};
+
+TEST(ConsoleLeds, EachChangeIsSentOnceOnBothChannelsWithAPauseAfterEachSend) {
+  int pauses = 0;
+  SentLog out;
+  ConsoleLeds leds([&] { ++pauses; });
+  leds.SetOutput(&out, kConsoleMk2);
+  leds.ConsoleSetLed(538, 0, 1);
+  leds.ConsoleSetLed(538, 0, 5);  // still lit, but a different value: sent again, lit
+  leds.ConsoleSetLed(538, 0, 5);
+  leds.ConsoleSetLed(538, 2, 1);
+  leds.ConsoleSetLed(538, 3, 1);
+  EXPECT_EQ(out.sent, (std::vector<std::vector<int>>{{0xB0, 9, 127}, {0xB1, 9, 127}, {0xB0, 9, 127}, {0xB1, 9, 127}}));
+  EXPECT_EQ(pauses, 4);
+
+  out.sent.clear();
+  leds.SetOutput(&out, kConsoleMp3e2);
+  leds.ConsoleSetLedBothDecks(554, 1);
+  EXPECT_EQ(out.sent, (std::vector<std::vector<int>>{{0x90, 16, 127}, {0x91, 16, 127}, {0x90, 36, 127}, {0x91, 36, 127}}));
+
+  out.sent.clear();
+  leds.SetOutput(&out, kConsoleMp3);
+  leds.ConsoleSetLed(554, 1, 1);
+  leds.ConsoleSetLed(540, 0, 1);  // no such lamp on deck A of this family
+  EXPECT_EQ(out.sent, (std::vector<std::vector<int>>{{0xB0, 125, 127}, {0xB1, 125, 127}}));
+  out.sent.clear();
+  leds.SetOutput(&out, 0x20);  // a console family without lamps
+  leds.ConsoleSetLed(538, 0, 1);
+  EXPECT_TRUE(out.sent.empty());
+}
+
+TEST(ConsoleLeds, PortNamesPickTheFamily) {
+  EXPECT_EQ(ConsoleFamilyFromPortName("DJ Control MP3 e2:DJ Control MP3 e2 MIDI 1 24:0"), kConsoleMp3e2);
+  EXPECT_EQ(ConsoleFamilyFromPortName("DJ Control MP3 24:0"), kConsoleMp3);
+  EXPECT_EQ(ConsoleFamilyFromPortName("dj console rmx"), 0) << "the test is case sensitive";
+}
+
+TEST(ConsoleLeds, StartUpFindsABuiltInConsoleAndItsLampsGoToItsOutput) {
+  TraceCapture trace;
+  FakeMidiSystem midi;
+  midi.inputs = {"Keys:Keys MIDI 1 20:0", "DJ Console Mk2:DJ Console Mk2 MIDI 1 24:0"};
+  midi.outputs = {"Keys:Keys MIDI 1 20:0", "DJ Console Mk2:DJ Console Mk2 MIDI 1 24:0"};
+  ScriptHost host;
+  ControllerSet set(&midi, nullptr, &host);
+  set.DetectControllers("/nonexistent");
+  EXPECT_EQ(set.HardwareControllerType(), kConsoleMk2);
+  EXPECT_TRUE(trace.Saw("yes, we found a 'Tarvo DJ Console Mk2' controller (in)"));
+  EXPECT_TRUE(trace.Saw("yes, we found a 'Tarvo DJ Console Mk2' controller (out)"));
+  EXPECT_TRUE(trace.Saw("controllerType = 128"));
+  set.Leds().ConsoleSetLed(539, 1, 1);
+  EXPECT_EQ(midi.sent[1], (std::vector<std::vector<unsigned char>>{{0xB0, 2, 127}, {0xB1, 2, 127}}));
+  EXPECT_TRUE(midi.sent[0].empty());
+}
+
+TEST(ControllerNotifications, AChangedRowReachesTheLampsThenEachTiedScriptOnce) {
+  RecordingRunner runner;
+  TraceCapture trace;
+  FakeMidiSystem midi;
+  midi.inputs = {"Pad 20:0"};
+  midi.outputs = {"Pad 20:0"};
+  ScriptHost host;
+  host.LoadControllerScriptText("pad.js",
+                                "function getLanguageVersion() { return 1; }\n"
+                                "function getSupportedMidiDeviceNameForInput(i) { return 'Pad'; }\n"
+                                "function notificationReceived(id, name, deck, i, f, s) {\n"
+                                "  debug([id, name, deck, i, f, s].join('|')); }\n");
+  ControllerSet set(&midi, nullptr, &host);
+  double now = 0;
+  set.SetClock([&] { return now; });
+  set.ListDevices();
+  set.ApplyMidiSelection({"Pad"});
+  now = 2;
+  set.PollControllers();
+  ASSERT_EQ(set.Slot(0).scriptIndex, 0);
+  set.NotifyChanges();  // whatever earlier tests left becomes the previous state
+
+  std::vector<std::string> lamps;
+  SetStateOfNotifier("play", 1, 1, 1.0, "");
+  SetStateOfNotifier("title", 1, 0, 0.0, "Song");
+  set.NotifyChanges([&](const char* name, int deck, int value) {
+    lamps.push_back(std::string(name) + std::to_string(deck) + "=" + std::to_string(value));
+  });
+  EXPECT_EQ(lamps, (std::vector<std::string>{"play1=1", "title1=0"}));
+  EXPECT_TRUE(trace.Saw("js debug '0|play|1|1|1|'"));
+  EXPECT_TRUE(trace.Saw("js debug '0|title|1|0|0|Song'"));
+  lamps.clear();
+  set.NotifyChanges([&](const char* name, int, int) { lamps.push_back(name); });
+  EXPECT_TRUE(lamps.empty()) << "nothing changed since";
+  EXPECT_EQ(trace.Count("|play|1|"), 1);
+}
+
+}  // namespace

@@ -1,0 +1,243 @@
+// The whole road with the real transport: a JACK MIDI client in the test plays a note into the
+// program's input on a private dummy server; the shipped test controller script turns it into
+// deckPlayPause on deck A, the deck plays, and the lamp message the script sends comes back to
+// the test client's input.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <jack/jack.h>
+#include <jack/midiport.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cmath>
+#include <memory>
+
+#include "RecordingRunner.h"
+#include "app/base/Realtime.h"
+#include "audio/Threads.h"
+#include "controllers/HardwareControllers.h"
+#include "deck/SoundSource.h"
+#include "app/base/AtomicFile.h"
+#include "support/TestFiles.h"
+#include "support/TraceCapture.h"
+#include "support/WaitFor.h"
+
+extern char** environ;
+
+namespace {
+
+// The test's controller: sends one note when asked and keeps the first bytes of each message
+// that reaches its input. Only the process thread writes `received`; `count` publishes them.
+struct VirtualController {
+  jack_port_t* out = nullptr;
+  jack_port_t* in = nullptr;
+  std::atomic<bool> sendNote{false};
+  static constexpr int kMax = 64;
+  unsigned char received[kMax][6] = {};
+  std::atomic<int> count{0};
+
+  static int Process(jack_nframes_t frames, void* self) {
+    auto* v = static_cast<VirtualController*>(self);
+    void* outBuffer = jack_port_get_buffer(v->out, frames);
+    jack_midi_clear_buffer(outBuffer);
+    if (v->sendNote.exchange(false)) {
+      const unsigned char note[] = {0x90, 16, 127};
+      jack_midi_event_write(outBuffer, 0, note, sizeof note);
+    }
+    void* inBuffer = jack_port_get_buffer(v->in, frames);
+    const uint32_t events = jack_midi_get_event_count(inBuffer);
+    for (uint32_t i = 0; i < events; ++i) {
+      jack_midi_event_t event;
+      const int at = v->count.load(std::memory_order_relaxed);
+      if (jack_midi_event_get(&event, inBuffer, i) != 0 || at == kMax) continue;
+      for (size_t b = 0; b < 6 && b < event.size; ++b) v->received[at][b] = event.buffer[b];
+      v->count.store(at + 1, std::memory_order_release);
+    }
+    return 0;
+  }
+  // Whether a message starting with these bytes arrived.
+  bool Got(std::initializer_list<unsigned char> bytes) const {
+    const int n = count.load(std::memory_order_acquire);
+    for (int i = 0; i < n; ++i) {
+      if (std::equal(bytes.begin(), bytes.end(), received[i])) return true;
+    }
+    return false;
+  }
+};
+
+// deckPlayPause and the play flag on a real deck.
+class DeckRunner : public RecordingRunner {
+ public:
+  explicit DeckRunner(CSoundSource* deck) : deck_(deck) {}
+  void RunAction(int row, int value, int aux, int deck) override {
+    RecordingRunner::RunAction(row, value, aux, deck);
+    if (calls.back().name == "deckPlayPause" && deck == 0) deck_->setPlaying(-1);
+  }
+  ControlValue GetValue(const char* name, int deck) override {
+    if (std::string(name) == "play" && deck == 0) return ControlValue::Int(deck_->IsPlaying() ? 1 : 0);
+    return RecordingRunner::GetValue(name, deck);
+  }
+
+ private:
+  CSoundSource* deck_;
+};
+
+class JackMidi : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (access("/usr/bin/jackd", X_OK) != 0) GTEST_SKIP() << "jackd is not installed";
+    jack_set_error_function([](const char*) {});
+    const std::string name = "lumo-midi-" + std::to_string(getpid());
+    const char* argv[] = {"jackd", "-n", name.c_str(), "-d", "dummy", "-r", "44100", "-p", "256", nullptr};
+    posix_spawn_file_actions_t quiet;
+    posix_spawn_file_actions_init(&quiet);
+    posix_spawn_file_actions_addopen(&quiet, 1, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addopen(&quiet, 2, "/dev/null", O_WRONLY, 0);
+    ASSERT_EQ(posix_spawn(&server_, "/usr/bin/jackd", &quiet, nullptr, const_cast<char**>(argv), environ), 0);
+    posix_spawn_file_actions_destroy(&quiet);
+    setenv("JACK_DEFAULT_SERVER", name.c_str(), 1);
+    ASSERT_TRUE(WaitFor([&] { return (client_ = jack_client_open("lumo-test-ctl", JackNoStartServer, nullptr)); },
+                        std::chrono::seconds(15)))
+        << "jackd did not come up";
+    controller_.out = jack_port_register(client_, "midi_out", JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
+    controller_.in = jack_port_register(client_, "midi_in", JACK_DEFAULT_MIDI_TYPE, JackPortIsInput, 0);
+    jack_set_process_callback(client_, &VirtualController::Process, &controller_);
+    ASSERT_EQ(jack_activate(client_), 0);
+  }
+  void TearDown() override {
+    if (client_) jack_client_close(client_);
+    if (server_ > 0) kill(server_, SIGTERM), waitpid(server_, nullptr, 0);
+    unsetenv("JACK_DEFAULT_SERVER");
+  }
+  pid_t server_ = -1;
+  jack_client_t* client_ = nullptr;
+  VirtualController controller_;
+};
+
+TEST_F(JackMidi, ANoteFromTheControllerPlaysDeckAAndLightsItsLamp) {
+  SetThreadsManual(true);
+  TempFolder folder;
+  auto deck = std::make_unique<CSoundSource>(0, folder.path());
+  std::vector<int16_t> tone(2 * 44100);
+  for (size_t i = 0; i < tone.size(); ++i) tone[i] = static_cast<int16_t>(8000 * std::sin(i / 2 * 0.0628));
+  WriteStereo16(folder.File("tone.wav"), tone);
+  ASSERT_TRUE(deck->load(folder.File("tone.wav"), 0, nullptr, 1));
+  while (deck->loadPending.load()) deck->loaderPass();
+  ASSERT_TRUE(deck->fileOpen.load());
+  ASSERT_FALSE(deck->IsPlaying());
+  std::vector<float> out(2 * 441);
+  auto render = [&] {
+    rt::AudioThreadScope audio;
+    deck->GetSamples(out.data(), 441);
+  };
+  render();  // the audio thread's first block parks the stopped deck at its cue
+
+  DeckRunner runner(deck.get());
+  TraceCapture trace;
+  ScriptHost host;
+  ASSERT_TRUE(host.LoadControllerScript(LUMO_SOURCE_DIR "/data/controllers/lumo-test-controller.js"));
+  std::unique_ptr<MidiSystem> midi = MakeRtMidiSystem("jack", "zorvik-lumo-test");
+  ASSERT_NE(midi, nullptr);
+  ControllerSet set(midi.get(), nullptr, &host);
+  set.ListDevices();
+  std::string input;
+  for (const std::string& name : set.InputNames()) {
+    if (name == "lumo-test-ctl:midi_out") input = name;
+  }
+  ASSERT_FALSE(input.empty()) << "the test client's output is listed as an input";
+  set.ApplyMidiSelection({input});
+  ASSERT_TRUE(set.Slot(0).open);
+  EXPECT_EQ(set.Slot(0).outputName, "lumo-test-ctl:midi_in") << "paired by the normalised name";
+
+  auto tick = [&] {
+    set.DrainQueue();
+    set.PollControllers();
+  };
+  ASSERT_TRUE(WaitFor([&] { tick(); return set.Slot(0).scriptIndex == 0; })) << "matched by name after a second";
+  EXPECT_TRUE(WaitFor([&] { return controller_.Got({0xF0, 0x7E, 0x7F, 0x06, 0x01, 0xF7}); }))
+      << "the identity request reached the device";
+  ASSERT_TRUE(WaitFor([&] { return controller_.Got({0x90, 16, 0}); })) << "controllerInit shows the lamp off";
+
+  controller_.sendNote = true;
+  ASSERT_TRUE(WaitFor([&] { tick(); return deck->IsPlaying(); })) << "the note reached deckPlayPause";
+  ASSERT_EQ(runner.calls.size(), 1u);
+  EXPECT_EQ(runner.calls[0].deck, 0);
+  EXPECT_TRUE(WaitFor([&] { return controller_.Got({0x90, 16, 127}); })) << "the lamp came back lit";
+
+  // Playing: the position moves and, once the loader has fetched the blocks, the tone sounds.
+  double energy = 0;
+  for (int pass = 0; pass < 100 && energy == 0; ++pass) {
+    render();
+    for (float s : out) energy += s * s;
+    deck->loaderPass();
+  }
+  EXPECT_GT(deck->Position(), 0);
+  EXPECT_GT(std::sqrt(energy / out.size()), 0.05) << "deck A sounds";
+  set.CloseAll();
+  deck.reset();
+  SetThreadsManual(false);
+}
+
+// Runs lumo with `args`, its output into `out`; returns its process id.
+pid_t StartLumo(const std::vector<std::string>& args, const std::string& out) {
+  std::vector<char*> argv{const_cast<char*>(LUMO_BINARY)};
+  for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
+  argv.push_back(nullptr);
+  posix_spawn_file_actions_t files;
+  posix_spawn_file_actions_init(&files);
+  posix_spawn_file_actions_addopen(&files, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  posix_spawn_file_actions_addopen(&files, 2, "/dev/null", O_WRONLY, 0);
+  pid_t pid = -1;
+  posix_spawn(&pid, LUMO_BINARY, &files, nullptr, argv.data(), environ);
+  posix_spawn_file_actions_destroy(&files);
+  return pid;
+}
+
+std::string ReadText(const std::string& path) {
+  std::string text;
+  ReadWholeFile(path, text);
+  return text;
+}
+
+int Wait(pid_t pid) {
+  int status = 0;
+  waitpid(pid, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST_F(JackMidi, TheMonitorPrintsTheNoteAndControllersNamesTheScriptAndWhy) {
+  TempFolder folder;
+  const std::string monitorOut = folder.File("monitor.txt");
+  const pid_t monitor = StartLumo({"midi-monitor", "--api", "jack", "--port", "lumo-test-ctl", "--seconds", "20"},
+                                  monitorOut);
+  ASSERT_GT(monitor, 0);
+  struct Stop {  // on an early return: stop and reap the monitor
+    pid_t pid;
+    ~Stop() {
+      if (pid > 0) kill(pid, SIGTERM), waitpid(pid, nullptr, 0);
+    }
+  } stop{monitor};
+  ASSERT_TRUE(WaitFor([&] { return ReadText(monitorOut).find("listening: lumo-test-ctl:midi_out") != std::string::npos; }));
+  // The monitor's port is connected once it prints; give the note until it shows.
+  ASSERT_TRUE(WaitFor([&] {
+    controller_.sendNote = true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    return ReadText(monitorOut).find("note-on    ch  1   16 127   (90 10 7F)") != std::string::npos;
+  })) << ReadText(monitorOut);
+  kill(monitor, SIGTERM);
+  stop.pid = -1;
+  EXPECT_EQ(Wait(monitor), 0);
+  EXPECT_NE(ReadText(monitorOut).find("monitored: messages="), std::string::npos);
+
+  const std::string listOut = folder.File("controllers.txt");
+  const pid_t list = StartLumo({"controllers", "--api", "jack"}, listOut);
+  EXPECT_EQ(Wait(list), 0);
+  const std::string text = ReadText(listOut);
+  EXPECT_NE(text.find("lumo-test-ctl:midi_out  output: lumo-test-ctl:midi_in  script: "), std::string::npos) << text;
+  EXPECT_NE(text.find("lumo-test-controller.js  by: device name"), std::string::npos) << text;
+}
+
+}  // namespace
