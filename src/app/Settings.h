@@ -28,6 +28,7 @@ struct Settings {
   int httpsv = 0;      // port of the remote-control HTTP server; 0: not started
   int jckprt = 0;      // JACK ports (2 to 12) for the output layout; 0: 4, or 8 with an external mixer
   std::string httpad = "127.0.0.1";  // address it listens on
+  std::string bpmrng = "auto";  // preferred tempo range: "auto", "60-120" ... "100-200"
   std::vector<std::string> midiInputs;  // names of the enabled MIDI inputs, at most 16
 };
 extern Settings g_settings;

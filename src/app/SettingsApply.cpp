@@ -5,6 +5,7 @@
 #include <climits>
 #include <sys/stat.h>
 
+#include "analysis/TempoRange.h"
 #include "app/DataFolders.h"
 #include "app/Engine.h"
 #include "app/Settings.h"
@@ -91,6 +92,13 @@ void ApplySettings() {
     deck->setKeyLock(keyLocks[d] != 0);
   }
   if (g_engine.mixer) g_engine.mixer->SetCrossfaderCurve(s.cfcurv);
+
+  TempoRange range = TempoRange::kAuto;
+  if (!ParseTempoRange(s.bpmrng, range)) {
+    TraceLine("settings: bpmrng \"%s\" is not a tempo range; auto is used", s.bpmrng.c_str());
+    s.bpmrng = "auto";
+  }
+  SetPreferredTempoRange(range);
 }
 
 void CollectSettings() {

@@ -79,6 +79,7 @@ const std::vector<SettingRow>& SettingsTable() {
         Number("httpsv", &S::httpsv, 0, 65535),
         Text("httpad", &S::httpad),
         Number("jckprt", &S::jckprt, 0, 12),
+        Text("bpmrng", &S::bpmrng),
     };
     // The renderer choice is written but never read back: every start uses the default.
     for (SettingRow& row : rows)
