@@ -157,8 +157,13 @@ ZQTempoEstimator::Subdivision ZQTempoEstimator::Subdivide(const std::vector<floa
   for (int from = 0; from < frames_; from += kGridChunk) {
     const int to = frames_ - (from + kGridChunk) < kGridChunk / 2 ? frames_ : from + kGridChunk;
     std::fill(fold_.begin(), fold_.begin() + bins, 0.0);
+    // Where each frame falls in the beat, stepped rather than divided out frame by frame.
+    const double binsPerFrame = bins / period;
+    double position = 0.0;
     for (int t = from; t < to; ++t) {
-      fold_[static_cast<size_t>(static_cast<int>(std::fmod(t - from, period) / period * bins) % bins)] += curve[t];
+      fold_[static_cast<size_t>(std::min(static_cast<int>(position), bins - 1))] += curve[t];
+      position += binsPerFrame;
+      if (position >= bins) position -= bins;
     }
     auto smoothed = [&](int b) {
       return fold_[static_cast<size_t>((b + bins - 1) % bins)] + fold_[static_cast<size_t>(b % bins)] +
