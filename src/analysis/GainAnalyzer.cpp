@@ -17,13 +17,14 @@ constexpr double kDenormalGuard = 1e-10;
 }  // namespace
 
 double ZQGainAnalyzer::ChannelFilter::Step(double x, const double* yule, const double* butter) {
+  static_assert(sizeof yuleIn == 2 * kYuleOrder * sizeof(double), "each of the ten is stored twice");
+  const double* in = yuleIn + yuleHead;
+  const double* out = yuleOut + yuleHead;
   double y = kDenormalGuard + x * yule[0];
-  for (int k = 0; k < kYuleOrder; ++k) y += yuleIn[k] * yule[2 * k + 2] - yuleOut[k] * yule[2 * k + 1];
-  std::memmove(yuleIn + 1, yuleIn, sizeof(double) * (kYuleOrder - 1));
-  std::memmove(yuleOut + 1, yuleOut, sizeof(double) * (kYuleOrder - 1));
-  yuleIn[0] = x;
-  yuleOut[0] = y;
-
+  for (int k = 0; k < kYuleOrder; ++k) y += in[k] * yule[2 * k + 2] - out[k] * yule[2 * k + 1];
+  yuleHead = (yuleHead + kYuleOrder - 1) % kYuleOrder;
+  yuleIn[yuleHead] = yuleIn[yuleHead + kYuleOrder] = x;
+  yuleOut[yuleHead] = yuleOut[yuleHead + kYuleOrder] = y;
   double z = y * butter[0] - butterOut[0] * butter[1] + butterIn[0] * butter[2] -
              butterOut[1] * butter[3] + butterIn[1] * butter[4];
   butterIn[1] = butterIn[0], butterIn[0] = y;

@@ -26,7 +26,10 @@ class ZQGainAnalyzer {
 
  private:
   struct ChannelFilter {
-    double yuleIn[10] = {}, yuleOut[10] = {};    // newest first
+    // The last ten inputs and outputs, newest first from yuleHead; each is stored twice, at i
+    // and i + 10, so the ten read from any head without wrapping and a step moves no memory.
+    double yuleIn[20] = {}, yuleOut[20] = {};
+    int yuleHead = 0;
     double butterIn[2] = {}, butterOut[2] = {};
     double Step(double x, const double* yule, const double* butter);
   };

@@ -18,8 +18,20 @@ constexpr double kStepBpm = 0.5;
 // A band whose mean flux is below this has no onsets to speak of, only the shimmer of steady
 // tones: it is not scaled up to weigh like a band with drums in it.
 constexpr double kFluxFloor = 0.02;
-// Half-beats weaker than this share of the beats mark the level a DJ counts.
-constexpr double kOffBeatLimit = 0.6, kOffBeatLimitFast = 0.95;
+// A band whose mean flux is below this has nothing in it at all (a sine, a pad without highs):
+// its curve is not asked which level is the beat.
+constexpr double kBandSilent = 0.001;
+// Music with a beat has attacks: drums put a band mean of 0.07 or more in the kick band alone,
+// while a pad of steady partials stays near 0.01 over all three bands together.
+constexpr double kFaintestAttacks = 0.03;
+// The level choice. No DJ counts a beat slower than kLowestBeat. Kicks this strong on a level's
+// half-beats or thirds repeat faster than the level; hats this strong on the half-beats divide
+// it; hats this weak there have settled on the level as their beat. Hats settle on a beat only
+// up to kHighestHatBeat: faster, they are eighths over a slower beat.
+constexpr double kLowestBeat = 55.0;
+constexpr double kRepeats = 0.8, kRepeatsOnThirds = 0.45;  // two onsets a beat must both land: a lower bar
+constexpr double kSubdivided = 0.55, kSettled = 0.3;
+constexpr double kHighestHatBeat = 210.0;
 // Sharpness to confidence: below the floor nothing repeats, a span above it is certain.
 constexpr double kSharpnessFloor = 0.1, kSharpnessSpan = 0.3;
 
@@ -41,11 +53,14 @@ ZQTempoEstimator::ZQTempoEstimator()
     : acf_(kMaxLag + 2),
       beatPeaks_(kMaxBeatsPerChunk),
       halfPeaks_(kMaxBeatsPerChunk),
+      thirdPeaks_(kMaxBeatsPerChunk),
       fold_(static_cast<size_t>(LagOf(kSlowest)) + 2) {}
 
 void ZQTempoEstimator::Start(int seconds) {
   envelope_.Start(seconds);
-  onsets_.assign(static_cast<size_t>(std::max(seconds, 0)) * ZQOnsetEnvelope::kFramesPerSecond, 0.0f);
+  const size_t frames = static_cast<size_t>(std::max(seconds, 0)) * ZQOnsetEnvelope::kFramesPerSecond;
+  onsets_.assign(frames, 0.0f);
+  for (auto& curve : bandCurves_) curve.assign(frames, 0.0f);
   frames_ = 0;
 }
 
@@ -57,6 +72,7 @@ void ZQTempoEstimator::BuildOnsetCurve(const float* weights, std::vector<float>&
     const float* band = envelope_.band(b);
     double sum = 0.0;
     for (int t = 0; t < frames_; ++t) sum += band[t];
+    if (weights[b] > 0.0f) bandMean_[b] = sum / std::max(frames_, 1);
     if (sum <= 0.0) continue;
     const float scale = static_cast<float>(weights[b] / std::max(sum / frames_, kFluxFloor));
     for (int t = 0; t < frames_; ++t) curve[t] += band[t] * scale;
@@ -115,21 +131,22 @@ double ZQTempoEstimator::RefinePeak(double bpm) const {
   return best;
 }
 
-// Onsets half-way between the beats of a grid at bpm against onsets on them. Each 20 s is
-// folded onto one beat (so slow drift does not smear it) to find the beat's phase; then the
-// typical beat and the typical half-beat are the medians of the strongest onset near each, so
-// the accent of a chord at the top of every bar does not make its beat look like the only one.
-// Near 1: the half-beats are as strong as the beats, so the level is too slow; near 0: the
-// level's beats stand alone.
-double ZQTempoEstimator::OffBeatRatio(double bpm) {
+// Onsets half-way and a third of the way between the beats of a grid at bpm, against onsets on
+// them. Each 20 s is folded onto one beat (so slow drift does not smear it) to find the beat's
+// phase; then the typical beat, half-beat and third are the medians of the strongest onset near
+// each, so the accent of a chord at the top of every bar does not make its beat look like the
+// only one. A half near 1: the half-beats are as busy as the beats, so the level is too slow;
+// near 0: the level's beats stand alone.
+ZQTempoEstimator::Subdivision ZQTempoEstimator::Subdivide(const std::vector<float>& curve, double bpm) {
+  Subdivision result;
   const double period = LagOf(bpm);
   const int bins = std::min(static_cast<int>(std::lround(period)), static_cast<int>(fold_.size()));
-  if (bins < 4) return 0.0;
-  double on = 0.0, off = 0.0;
+  if (bins < 4) return Subdivision{0.0, 0.0};
+  double on = 0.0, half = 0.0, third = 0.0;
   auto peakNear = [&](double t, int from, int to) {
     const int c = static_cast<int>(std::lround(t));
     float peak = 0.0f;
-    for (int i = std::max(c - 2, from); i <= std::min(c + 2, to - 1); ++i) peak = std::max(peak, onsets_[i]);
+    for (int i = std::max(c - 2, from); i <= std::min(c + 2, to - 1); ++i) peak = std::max(peak, curve[i]);
     return peak;
   };
   auto median = [](std::vector<float>& values, int count) {
@@ -140,8 +157,13 @@ double ZQTempoEstimator::OffBeatRatio(double bpm) {
   for (int from = 0; from < frames_; from += kGridChunk) {
     const int to = frames_ - (from + kGridChunk) < kGridChunk / 2 ? frames_ : from + kGridChunk;
     std::fill(fold_.begin(), fold_.begin() + bins, 0.0);
+    // Where each frame falls in the beat, stepped rather than divided out frame by frame.
+    const double binsPerFrame = bins / period;
+    double position = 0.0;
     for (int t = from; t < to; ++t) {
-      fold_[static_cast<size_t>(static_cast<int>(std::fmod(t - from, period) / period * bins) % bins)] += onsets_[t];
+      fold_[static_cast<size_t>(std::min(static_cast<int>(position), bins - 1))] += curve[t];
+      position += binsPerFrame;
+      if (position >= bins) position -= bins;
     }
     auto smoothed = [&](int b) {
       return fold_[static_cast<size_t>((b + bins - 1) % bins)] + fold_[static_cast<size_t>(b % bins)] +
@@ -152,25 +174,69 @@ double ZQTempoEstimator::OffBeatRatio(double bpm) {
       if (smoothed(b) > smoothed(phase)) phase = b;
     }
     int beats = 0;
-    for (double t = from + phase * period / bins; t + period / 2 < to && beats < kMaxBeatsPerChunk; t += period) {
-      beatPeaks_[static_cast<size_t>(beats)] = peakNear(t, from, to);
-      halfPeaks_[static_cast<size_t>(beats)] = peakNear(t + period / 2, from, to);
-      ++beats;
+    for (double t = from + phase * period / bins; t + period < to && beats < kMaxBeatsPerChunk; t += period) {
+      const size_t k = static_cast<size_t>(beats++);
+      beatPeaks_[k] = peakNear(t, from, to);
+      halfPeaks_[k] = peakNear(t + period / 2, from, to);
+      // Both thirds must sound: one alone is a shuffle's swung off-beat, not a triplet pulse.
+      thirdPeaks_[k] = std::min(peakNear(t + period / 3, from, to), peakNear(t + 2 * period / 3, from, to));
     }
     if (beats == 0) continue;
     const double weight = to - from;
     on += weight * median(beatPeaks_, beats);
-    off += weight * median(halfPeaks_, beats);
+    half += weight * median(halfPeaks_, beats);
+    third += weight * median(thirdPeaks_, beats);
     if (to == frames_) break;
   }
   // No beat found at all: no evidence for this level.
-  return on > 0.0 ? off / on : 1.0;
+  if (on <= 0.0) return result;
+  result.half = half / on;
+  result.third = third / on;
+  return result;
+}
+
+// The beat a DJ counts among the levels related to the strongest period, from the slowest up:
+//  - kicks as strong on a level's thirds as on its beats mean the level is a third of the beat;
+//  - where the hats sit on every beat and also on every half-beat one level slower, the hats
+//    mark the beat (half-time drums: the kick and snare move at half the hats' pace);
+//  - a level is too slow when the kicks repeat on its half-beats, or when the hats divide its
+//    beats in two and no further (dense sixteenth hats are texture, not the beat).
+// Where nothing decides, the DJ prior chooses.
+double ZQTempoEstimator::ChooseLevel(double peakBpm) {
+  double level = peakBpm;
+  while (level / 2.0 >= kLowestBeat) level /= 2.0;
+  while (level < kLowestBeat) level *= 2.0;
+  const bool hats = bandMean_[kHat] >= kBandSilent;
+  auto hatHalf = [&](double bpm) { return hats ? Subdivide(bandCurves_[kHat], bpm).half : 0.0; };
+  double fallback = 0.0, fallbackPrior = -1.0;
+  bool tripled = false;
+  for (; level <= kFastest; level *= 2.0) {
+    const double bpm = RefinePeak(level);
+    if (DjPrior(bpm) > fallbackPrior) fallbackPrior = DjPrior(bpm), fallback = bpm;
+    const Subdivision kick = Subdivide(bandCurves_[kKick], bpm);
+    if (!tripled && kick.third >= kRepeatsOnThirds && 3.0 * bpm <= kFastest) {
+      tripled = true;
+      level = 1.5 * bpm;  // doubled by the loop: the next level tried is three times this one
+      fallback = 0.0, fallbackPrior = -1.0;
+      continue;
+    }
+    const double hat = hatHalf(bpm);
+    if (hats && bpm <= kHighestHatBeat && hat < kSettled && hatHalf(bpm / 2.0) >= kSubdivided) return bpm;
+    const bool hatsDivideOnce = hat >= kSubdivided && hatHalf(2.0 * bpm) < kSubdivided;
+    if (kick.half < kRepeats && !hatsDivideOnce) return bpm;
+  }
+  return fallback;
 }
 
 TempoEstimate ZQTempoEstimator::Estimate(TempoRange range) {
   TempoEstimate result;
   frames_ = envelope_.frames();
   BuildOnsetCurve(kBandWeights, onsets_);
+  for (int b = 0; b < ZQOnsetEnvelope::kBands; ++b) {
+    float alone[ZQOnsetEnvelope::kBands] = {};
+    alone[b] = 1.0f;
+    BuildOnsetCurve(alone, bandCurves_[b]);
+  }
 
   if (frames_ < kMinFrames) return result;
   Autocorrelate();
@@ -182,22 +248,11 @@ TempoEstimate ZQTempoEstimator::Estimate(TempoRange range) {
   if (peakBpm <= 0.0) return result;
   peakBpm = RefinePeak(peakBpm);
 
-  // The beat is the slowest level of the peak's octave family whose half-beats are clearly
-  // weaker than its beats: slower levels have beats on their half-beats, faster ones are
-  // subdivisions. Where no level stands out, the DJ prior chooses.
-  double level = peakBpm;
-  while (level / 2.0 >= kSlowest) level /= 2.0;
-  result.bpm = 0.0;
-  double fallback = 0.0, fallbackPrior = -1.0;
-  for (; level <= kFastest; level *= 2.0) {
-    const double bpm = RefinePeak(level);
-    if (DjPrior(bpm) > fallbackPrior) fallbackPrior = DjPrior(bpm), fallback = bpm;
-    // Doubling past the top of DJ tempi takes half-beats nearly as strong as the beats.
-    const double limit = 2.0 * bpm > kPriorHigh ? kOffBeatLimitFast : kOffBeatLimit;
-    if (result.bpm == 0.0 && OffBeatRatio(bpm) < limit) result.bpm = bpm;
-  }
-  if (result.bpm == 0.0) result.bpm = fallback;
+  result.bpm = ChooseLevel(peakBpm);
   result.confidence = std::clamp((Sharpness(result.bpm) - kSharpnessFloor) / kSharpnessSpan, 0.0, 1.0);
+  // Steady tones repeat sharply too (two partials in one band beat at an exact rate), but they
+  // never attack: without attacks anywhere there is no beat, however regular the shimmer.
+  if (bandMean_[0] + bandMean_[1] + bandMean_[2] < kFaintestAttacks) result.confidence = 0.0;
   result.bpm = FoldIntoTempoRange(result.bpm, range);
   return result;
 }

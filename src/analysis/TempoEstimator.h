@@ -35,18 +35,27 @@ class ZQTempoEstimator {
   TempoEstimate Estimate(TempoRange range);
 
  private:
+  struct Subdivision {
+    double half = 1.0;   // onsets half-way between the beats against those on them
+    double third = 0.0;  // onsets a third of the way, the same
+  };
+  enum { kKick, kMid, kHat };  // band curves
+
   void BuildOnsetCurve(const float* weights, std::vector<float>& curve);
+  double ChooseLevel(double peakBpm);
   void Autocorrelate();
   double AcfAt(double lag) const;        // interpolated between whole lags
   double Periodicity(double bpm) const;  // 0..1 of the zero-lag energy
   double Sharpness(double bpm) const;
   double RefinePeak(double bpm) const;
-  double OffBeatRatio(double bpm);       // half-beat onsets against beat onsets, 0..1+
+  Subdivision Subdivide(const std::vector<float>& curve, double bpm);
 
   ZQOnsetEnvelope envelope_;
   std::vector<float> onsets_;
+  std::vector<float> bandCurves_[ZQOnsetEnvelope::kBands];
+  double bandMean_[ZQOnsetEnvelope::kBands] = {};  // each band's mean flux: how much attacks at all
   std::vector<double> acf_;
-  std::vector<float> beatPeaks_, halfPeaks_;  // one 20 s stretch's beats
+  std::vector<float> beatPeaks_, halfPeaks_, thirdPeaks_;  // one 20 s stretch's beats
   std::vector<double> fold_;
   int frames_ = 0;
 };

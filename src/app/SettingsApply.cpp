@@ -5,6 +5,7 @@
 #include <climits>
 #include <sys/stat.h>
 
+#include "analysis/TempoRange.h"
 #include "app/DataFolders.h"
 #include "app/Engine.h"
 #include "app/Settings.h"
@@ -96,6 +97,13 @@ void ApplySettings() {
   g_cddbServer = s.cddbsv;
   g_cdParanoiaMode = s.cdparn;
   EngineSetLimiter(s.alimit != 0);
+
+  TempoRange range = TempoRange::kAuto;
+  if (!ParseTempoRange(s.bpmrng, range)) {
+    TraceLine("settings: bpmrng \"%s\" is not a tempo range; auto is used", s.bpmrng.c_str());
+    s.bpmrng = "auto";
+  }
+  SetPreferredTempoRange(range);
 }
 
 void CollectSettings() {

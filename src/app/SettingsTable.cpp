@@ -81,6 +81,7 @@ const std::vector<SettingRow>& SettingsTable() {
         Number("jckprt", &S::jckprt, 0, 12),
         Text("cddbsv", &S::cddbsv),
         Number("cdparn", &S::cdparn, 0, 2),
+        Text("bpmrng", &S::bpmrng),
     };
     // The renderer choice is written but never read back: every start uses the default.
     for (SettingRow& row : rows)

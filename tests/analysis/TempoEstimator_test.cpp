@@ -62,6 +62,19 @@ TEST_F(TempoTest, FastTempoReadsAsPlayedAndFoldsIntoAPreferredRange) {
 TEST_F(TempoTest, ATwelveEightShuffleReadsItsBeatNotItsTriplets) {
   const auto track = MakeSyntheticTrack(Recipe(96.0, 40.0, DrumFeel::kShuffle));
   EXPECT_NEAR(Analyse(track.stereo, "shuffle.wav").bpm, 96.0, 0.2);
+  // Fast, the triplet grid's strongest period is two thirds of the beat, an octave family that
+  // holds 60 but not 180: the kicks on every third of 60 send it up.
+  const auto fast = MakeSyntheticTrack(Recipe(180.0, 40.0, DrumFeel::kShuffle));
+  EXPECT_NEAR(Analyse(fast.stereo, "fast shuffle.wav").bpm, 180.0, 0.3);
+}
+
+// Kick on one, snare on three, hats on every beat: the groove moves at half the tempo a DJ
+// counts. Read at half it was, for every such track; at the tempo of dubstep and of a slow one.
+TEST_F(TempoTest, HalfTimeDrumsReadTheTempoTheHatsKeep) {
+  for (double bpm : {140.0, 84.0}) {
+    const auto track = MakeSyntheticTrack(Recipe(bpm, 40.0, DrumFeel::kHalfTime));
+    EXPECT_NEAR(Analyse(track.stereo, "half-time.wav").bpm, bpm, 0.3);
+  }
 }
 
 // The landed detector gave 30 to 38 s tracks a tempo near 150 whatever they played; a steady
@@ -73,9 +86,10 @@ TEST_F(TempoTest, ThirtySecondsReadRightOrNotAtAllAndAMinuteReadsToAHundredth) {
 }
 
 TEST_F(TempoTest, MusicWithoutABeatGetsNoTempoAndNoGrid) {
-  const char* const names[] = {"silence", "pink noise", "sine", "", "random hits"};
-  for (int kind : {0, 1, 2, 4}) {
-    const double seconds = kind == 4 ? 15.0 : 40.0;
+  const char* const names[] = {"silence", "pink noise", "sine", "pad of steady partials", "random hits"};
+  for (int kind : {0, 1, 2, 3, 4}) {
+    // The pad's partials beat against each other at an exact rate for a whole minute.
+    const double seconds = kind == 4 ? 15.0 : kind == 3 ? 60.0 : 40.0;
     const TrackAnalysis result = Analyse(MakeBeatless(kind, seconds, 3), "beatless.wav");
     EXPECT_EQ(result.bpm, 0.0f) << names[kind];
     EXPECT_EQ(Marks(), 0) << names[kind];

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "analysis/TempoRange.h"
 #include "app/Settings.h"
 #include "app/base/AtomicFile.h"
 #include "app/base/Trace.h"
@@ -222,6 +223,23 @@ TEST_F(SettingsFile, ApplyHandsTheEngineWhatTheFileSays) {
   g_outputSelection = OutputSelection{};
   g_cddbServer.clear();
   g_cdParanoiaMode = 1;
+}
+
+TEST_F(SettingsFile, TheTempoRangeReachesTheAnalysisAndABadOneFallsBackToAuto) {
+  ASSERT_TRUE(WriteFileAtomically(path_,
+      "<settings version=\"100\">\n<setting name=\"bpmrng\" value=\"90-180\" type=\"1\"/>\n</settings>\n"));
+  ReadConfig(path_);
+  ApplySettings();
+  EXPECT_EQ(PreferredTempoRange(), TempoRange::k90to180);
+  ASSERT_TRUE(WriteConfig(path_));
+  EXPECT_NE(Read(path_).find("name=\"bpmrng\" value=\"90-180\""), std::string::npos);
+
+  LogWatch log;
+  g_settings.bpmrng = "fast";
+  ApplySettings();
+  EXPECT_EQ(PreferredTempoRange(), TempoRange::kAuto);
+  EXPECT_EQ(g_settings.bpmrng, "auto");
+  EXPECT_TRUE(log.Saw("bpmrng \"fast\" is not a tempo range"));
 }
 
 }  // namespace
