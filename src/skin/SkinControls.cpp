@@ -143,7 +143,7 @@ void CZQButton::HandleEvent(const ControlEvent& event) {
 CZQStaticText::CZQStaticText(wxWindow* parent, int logicalId, int deck)
     : CZQSkinnedControl(parent, logicalId, deck, kTextArea), own_(logicalId, deck) {
   ObserveModel(own_);
-  own_.onChanged = [this] { CZQSkinnedControl::SetText(own_.Text()); };
+  own_.onChanged = [this] { ModelChanged(); };
 }
 
 CZQStaticText::~CZQStaticText() { Unhook(model_, &own_); }
@@ -154,11 +154,41 @@ void CZQStaticText::AttachModel(ControlModel* model) {
   Unhook(model_, &own_);
   model_ = text;
   ObserveModel(*model_);
-  model_->onChanged = [this] { CZQSkinnedControl::SetText(model_->Text()); };
-  CZQSkinnedControl::SetText(model_->Text());
+  model_->onChanged = [this] { ModelChanged(); };
+  ModelChanged();
 }
 
 void CZQStaticText::HandleEvent(const ControlEvent& event) { model_->HandleEvent(event); }
+
+void CZQStaticText::ModelChanged() {
+  if (model_->Text() == text_) {
+    Repaint();
+    return;
+  }
+  if (model_->Scroller().Enabled()) {
+    wxMemoryDC& dc = Offscreen();
+    dc.SetFont(font_);
+    model_->SetWidths(dc.GetTextExtent(wxString::FromUTF8(model_->Text())).GetWidth(), ControlWidth() - 4);
+  }
+  CZQSkinnedControl::SetText(model_->Text());
+}
+
+void CZQStaticText::PaintControl() {
+  const TextScroller& scroller = model_->Scroller();
+  if (!scroller.Scrolling() && scroller.Offset() == 0) {
+    CZQSkinnedControl::PaintControl();
+    return;
+  }
+  PaintBackground(upx_, upy_, backColour_, borderVisible_ ? borderColour_ : backColour_);
+  wxMemoryDC& dc = Offscreen();
+  dc.SetFont(font_);
+  dc.SetTextForeground(fontColour_);
+  dc.SetClippingRegion(2, 0, ControlWidth() - 4, ControlHeight());
+  wxString text = wxString::FromUTF8(text_);
+  int textHeight = dc.GetTextExtent(text).GetHeight();
+  dc.DrawText(text, 2 + scroller.Offset(), (ControlHeight() - textHeight) / 2);
+  dc.DestroyClippingRegion();
+}
 
 ZQCustomControl* CreateSkinControl(int type, wxWindow* parent, int logicalId, int deck) {
   switch (type) {

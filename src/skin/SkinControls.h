@@ -104,9 +104,13 @@ class CZQStaticText : public CZQSkinnedControl {
   ~CZQStaticText() override;
   void AttachModel(ControlModel* model) override;
   void HandleEvent(const ControlEvent& event) override;
+  void PaintControl() override;
   void SetText(const std::string& text) override { model_->SetText(text); }
 
  private:
+  // The model changed: a new text is measured for the scroller; a scroll step repaints.
+  void ModelChanged();
+
   TextModel own_;
   TextModel* model_ = &own_;
 };

@@ -107,6 +107,10 @@ void BindControlsToEngine() {
   }
   for (const ButtonBinding& row : ButtonBindings()) BindButton(row);
   for (const SliderBinding& row : SliderBindings()) BindSlider(row);
+  // A long title scrolls in the deck's name display.
+  for (int deck = 0; deck < kDeckRows; ++deck) {
+    if (TextModel* name = TextModelNamed("deck_songname", deck)) name->Scroller().Enable(true);
+  }
 }
 
 namespace {

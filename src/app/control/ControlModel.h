@@ -8,6 +8,7 @@
 #include <string>
 
 #include "app/control/ControlEvent.h"
+#include "app/control/TextScroller.h"
 
 class ControlModel {
  public:
@@ -52,7 +53,13 @@ class TextModel : public ControlModel {
   void HandleEvent(const ControlEvent& event) override;
   void SetText(const std::string& text);
   const std::string& Text() const { return text_; }
+  // The view measures: a new text or size restarts the scroller.
+  void SetWidths(int textWidth, int controlWidth);
+  TextScroller& Scroller() { return scroller_; }
+  // One main tick of the scroller; repaints when it moved.
+  void Tick();
 
  private:
   std::string text_;
+  TextScroller scroller_;
 };

@@ -43,6 +43,7 @@ std::string CGuiTick::Run() {
     if (busy || (counter() & 1) == (d & 1) || reports[d].status) RefreshDeck(*deck, d, reports[d]);
     RefreshLamps(*deck, d);
     NotifyDeck(*deck, d);
+    if (TextModel* name = TextModelNamed("deck_songname", d)) name->Tick();
   }
   if (counter() == kClockCount) RefreshClock();
   return TakeOutputNotice();

@@ -2,11 +2,13 @@
 // the button's six looks and the lamps the engine owns.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "app/control/ButtonModel.h"
 #include "app/control/DisplayFormats.h"
 #include "app/control/SliderModel.h"
+#include "app/control/TextScroller.h"
 
 namespace {
 
@@ -170,4 +172,33 @@ TEST(DisplayFormats, TextsOfTheValueDisplays) {
   EXPECT_EQ(FormatHz(2540), "2.5 KHz");
   EXPECT_EQ(FormatDeckTime(44100LL * 61 + 22050, false), "01:01.5");
   EXPECT_EQ(FormatDeckTime(-5, true), "-00:00.0");
+}
+
+TEST(TextScroller, RunsToTheEndRestsComesBackAndStopsAfterTwoPasses) {
+  TextScroller scroller;
+  scroller.Enable(true, 1, 3);
+  scroller.Restart(100, 60);  // 40 px of text do not fit
+  ASSERT_TRUE(scroller.Scrolling());
+  int moves = 0, ticks = 0, leftmost = 0, restsAtEnd = 0;
+  bool wasPausing = false;
+  while (scroller.Scrolling() && ticks < 1000) {
+    moves += scroller.Tick();
+    ++ticks;
+    leftmost = std::min(leftmost, scroller.Offset());
+    EXPECT_LE(scroller.Offset(), 0);
+    if (scroller.Pausing() && !wasPausing && scroller.Offset() == -40) ++restsAtEnd;
+    wasPausing = scroller.Pausing();
+  }
+  EXPECT_FALSE(scroller.Scrolling());
+  EXPECT_EQ(leftmost, -40) << "it stops on the text's last pixel, not past it";
+  EXPECT_EQ(restsAtEnd, TextScroller::kPasses);
+  EXPECT_EQ(moves, 4 * 40) << "two passes out and back";
+  EXPECT_EQ(scroller.Offset(), 0) << "it rests showing the start";
+  EXPECT_FALSE(scroller.Tick());
+  // A press on the stopped text runs it again; a text that fits never moves.
+  scroller.Press();
+  EXPECT_TRUE(scroller.Scrolling());
+  scroller.Restart(50, 60);
+  EXPECT_FALSE(scroller.Scrolling());
+  EXPECT_FALSE(scroller.Tick());
 }
