@@ -1,9 +1,11 @@
 #include "app/control/DisplayFormats.h"
 
 #include <cmath>
-#include <cstdio>
 #include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
+
+#include "app/base/NumberText.h"
 
 namespace {
 std::string Printf(const char* format, ...) __attribute__((format(printf, 1, 2)));
@@ -32,7 +34,8 @@ std::string FormatKeyShift(int cents, const std::string& keyName, bool labels) {
 
 std::string FormatBpm(double bpm, bool labels) {
   if (!(bpm > 0)) return "---.-";
-  return Printf(labels ? "BPM  %.2f" : "%.2f", bpm);
+  // In the C locale's form whatever the toolkit set: "128.00", never "128,00".
+  return (labels ? "BPM  " : "") + FormatFixed(bpm, 2);
 }
 
 std::string FormatTenthsDb(int tenths, bool bottom) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <clocale>
 #include <vector>
 
 #include "app/control/ButtonModel.h"
@@ -165,6 +166,12 @@ TEST(DisplayFormats, TextsOfTheValueDisplays) {
   EXPECT_EQ(FormatPitch(-1205, false), "-12.05");
   EXPECT_EQ(FormatKeyShift(-150, "Am", true), "KEY -1.50 (Am)");
   EXPECT_EQ(FormatBpm(128, true), "BPM  128.00");
+  {
+    // The toolkit sets the user's LC_NUMERIC; a German desktop must still read "127.50".
+    const char* german = std::setlocale(LC_NUMERIC, "de_DE.UTF-8");
+    EXPECT_EQ(FormatBpm(127.5, false), "127.50");
+    if (german) std::setlocale(LC_NUMERIC, "C");
+  }
   EXPECT_EQ(FormatBpm(0, false), "---.-");
   EXPECT_EQ(FormatTenthsDb(-35, false), "-3.5 dB");
   EXPECT_EQ(FormatTenthsDb(-120, true), "- oo");
