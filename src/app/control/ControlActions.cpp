@@ -98,7 +98,11 @@ ControlValue ControlActionRunner::GetValue(const char* name, int deck) {
   for (const Global& g : kGlobals) {
     if (Is(name, g.value)) return ControlValue::Int(SelectedOf(g.control, -1));
   }
-  if (Is(name, "artist") || Is(name, "title")) return ControlValue::Text("");
+  if (Is(name, "artist")) return ControlValue::Text("");  // tags reach the deck with the library's record
+  if (Is(name, "title")) {
+    TextModel* shown = deck >= 0 ? TextModelNamed("deck_songname", deck) : nullptr;
+    return ControlValue::Text(shown ? shown->Text() : std::string());
+  }
   return DeckValue(name, deck);
 }
 

@@ -149,7 +149,6 @@ const std::vector<UnboundControl>& UnboundControls() {
       {"deck_in_master", "master routing switch not in the mixer"},
       {"deck_edit_bpm", "BPM dialog not built"}, {"deck_slow_bpm", "BPM dialog not built"},
       {"deck_load", "the browser's selected track (browser work)"},
-      {"deck_reset_pitch", "slow pitch reset not built"},
       {"deck_loop_song", "song loop has no deck call yet"},
       {"deck_analogin", "live input not built"}, {"deck_timecodein", "timecode not built"},
       {"deck_timecode_relative", "timecode not built"},

@@ -6,6 +6,7 @@
 #include "app/Language.h"
 #include "app/control/ControlModels.h"
 #include "app/control/DisplayFormats.h"
+#include "app/control/GuiTick.h"
 #include "effects/CutoffFilter.h"
 #include "skin/model/NotifierTable.h"
 
@@ -59,7 +60,7 @@ void BindButton(const ButtonBinding& row) {
     button->SetIsSwitch(row.isSwitch);
     auto press = [row](int selected, int, int d) {
       Run(row.press, d, row.pressValue == kValueOfControl ? selected : row.pressValue, row.arg);
-      if (row.notify) SetStateOfNotifier(row.notify, d, selected, selected, "");
+      if (row.notify) SetStateOfNotifier(row.notify, d, selected, selected, std::to_string(selected).c_str());
     };
     button->onPress = press;
     button->onRelease = [row](int selected, int, int d) {
@@ -107,6 +108,10 @@ void BindControlsToEngine() {
   }
   for (const ButtonBinding& row : ButtonBindings()) BindButton(row);
   for (const SliderBinding& row : SliderBindings()) BindSlider(row);
+  ForEachDeckOf("deck_reset_pitch", [](int id, int deck) {
+    if (ButtonModel* button = ButtonModelAt(id, deck))
+      button->onPress = [](int, int, int d) { RequestSlowPitchReset(d); };
+  });
   // A long title scrolls in the deck's name display.
   for (int deck = 0; deck < kDeckRows; ++deck) {
     if (TextModel* name = TextModelNamed("deck_songname", deck)) name->Scroller().Enable(true);
@@ -146,6 +151,8 @@ std::vector<std::string> BindingReport() {
     } else if (const SliderBinding* s = FindRow(SliderBindings(), name)) {
       line += EngineCommandText(s->command);
       line += " range " + std::to_string(s->min) + ".." + std::to_string(s->max);
+    } else if (std::strcmp(name, "deck_reset_pitch") == 0) {
+      line += "press: deck_pitch glides to 0 (deck.setPitch, 10 a cycle)";
     } else if (const UnboundControl* w = FindRow(WindowControlNames(), name)) {
       line += std::string("window: ") + w->reason;
     } else if (ControlIsLabel(id)) {

@@ -1,5 +1,6 @@
 #include "app/control/GuiTick.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -17,6 +18,10 @@ constexpr int kCueNear = 441;     // frames: "cue" is lit within this of the cue
 constexpr int kCueSetAbove = 44;  // a hot cue at or below this frame is empty
 constexpr int kClockCount = 6;    // the clock is set once a cycle, at this count
 constexpr int kHotCues = 10;
+constexpr int kPitchResetCount = 2;  // the slow pitch reset steps once a cycle, at this count
+constexpr int kPitchResetStep = 10;
+
+bool g_pitchResetWanted[kDeckCount] = {};
 
 void SetText(const char* control, int deck, const std::string& text) {
   if (TextModel* model = TextModelNamed(control, deck)) model->SetText(text);
@@ -36,6 +41,7 @@ std::string CGuiTick::Run() {
   DeckTickReport reports[kDeckCount];
   engineTick_.Run(g_engine.decks, kDeckCount, reports);
   for (int d = 0; d < kDeckCount; ++d) {
+    if (TextModel* name = TextModelNamed("deck_songname", d)) name->Tick();
     CSoundSource* deck = g_engine.decks[d];
     if (!deck) continue;
     // An idle deck is looked at every other tick, in turn with its neighbour.
@@ -43,10 +49,27 @@ std::string CGuiTick::Run() {
     if (busy || (counter() & 1) == (d & 1) || reports[d].status) RefreshDeck(*deck, d, reports[d]);
     RefreshLamps(*deck, d);
     NotifyDeck(*deck, d);
-    if (TextModel* name = TextModelNamed("deck_songname", d)) name->Tick();
   }
   if (counter() == kClockCount) RefreshClock();
+  if (counter() == kPitchResetCount) SlowPitchReset();
   return TakeOutputNotice();
+}
+
+void RequestSlowPitchReset(int deck) {
+  if (deck >= 0 && deck < kDeckCount) g_pitchResetWanted[deck] = true;
+}
+
+void CGuiTick::SlowPitchReset() {
+  for (int d = 0; d < kDeckCount; ++d) {
+    SliderModel* pitch = g_pitchResetWanted[d] ? SliderModelNamed("deck_pitch", d) : nullptr;
+    if (!pitch) continue;
+    int value = pitch->Value();
+    if (value == 0) {
+      g_pitchResetWanted[d] = false;
+      continue;
+    }
+    pitch->SetValue(value > 0 ? std::max(value - kPitchResetStep, 0) : std::min(value + kPitchResetStep, 0), true);
+  }
 }
 
 void CGuiTick::RefreshDeck(CSoundSource& deck, int index, const DeckTickReport& report) {

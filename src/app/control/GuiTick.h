@@ -14,6 +14,10 @@
 
 class CSoundSource;
 
+// Marks a deck's pitch fader to glide back to zero: once a tick cycle (about 380 ms) it moves
+// 10 hundredths of a percent toward 0, through the fader, so the engine and the display follow.
+void RequestSlowPitchReset(int deck);
+
 class CGuiTick {
  public:
   // One tick over g_engine's decks. Returns the output notice to show, or "".
@@ -31,6 +35,7 @@ class CGuiTick {
   void RefreshLamps(CSoundSource& deck, int index);
   void NotifyDeck(CSoundSource& deck, int index);
   void RefreshClock();
+  void SlowPitchReset();
 
   CEngineTick engineTick_;
   long notifications_ = 0;
