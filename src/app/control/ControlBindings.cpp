@@ -61,6 +61,11 @@ void BindButton(const ButtonBinding& row) {
     auto press = [row](int selected, int, int d) {
       Run(row.press, d, row.pressValue == kValueOfControl ? selected : row.pressValue, row.arg);
       if (row.notify) SetStateOfNotifier(row.notify, d, selected, selected, std::to_string(selected).c_str());
+      // An effect switched on starts fully wet, switched off dry; its knob and text follow.
+      if (row.press == EngineCommand::kEffectOn) {
+        if (SliderModel* dryWet = SliderModelNamed((std::string(row.control) + "_drywet").c_str(), d))
+          dryWet->SetValue(selected ? dryWet->Max() : dryWet->Min(), true);
+      }
     };
     button->onPress = press;
     button->onRelease = [row](int selected, int, int d) {

@@ -122,6 +122,13 @@ TEST_F(ControlBinding, SwitchesTellTheEngineAndTheNotifierTheirNewState) {
   ASSERT_TRUE(Script("deckReverse", {3}));
   EXPECT_EQ(sink_.calls.back(), (Call{EngineCommand::kReverse, 3, 0, 0}));
   EXPECT_EQ(GetControlValue("reverse", 3).intValue, 0);
+  // An effect switched on goes fully wet, and dry again when switched off.
+  ASSERT_TRUE(Script("deckFxEcho", {1}));
+  EXPECT_EQ(sink_.calls.back(), (Call{EngineCommand::kEffectDryWet, 1, 1000, 9}));
+  EXPECT_EQ(TextModelNamed("deck_fx_echo_drywet_val", 1)->Text(), "100%");
+  EXPECT_EQ(GetControlValue("fxEchoDryWet", 1).intValue, 1000);
+  ASSERT_TRUE(Script("deckFxEcho", {1}));
+  EXPECT_EQ(GetControlValue("fxEchoDryWet", 1).intValue, 0);
   // A kill works from both mouse buttons.
   ButtonModel* kill = ButtonModelNamed("deck_kill_low", 0);
   ControlEvent right;
