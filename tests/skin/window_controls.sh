@@ -85,6 +85,11 @@ read -r kx ky <<<"$(centre deck_eq_low)"
 drag "$kx" "$ky" "$((kx + 30))" "$((ky - 40))"
 wait_for 'awk "BEGIN{exit !($(value eqlow0) > 4.0)}"'
 echo "low EQ knob turned up: $(value eqlow0) dB"
+# Two wheel notches down on the knob: half a dB each.
+turned=$(value eqlow0)
+xdotool mousemove "$kx" "$ky" click 5 click 5
+wait_for 'awk "BEGIN{exit !($(value eqlow0) < $turned - 0.9)}"'
+echo "wheel down twice: $(value eqlow0) dB"
 import -window root "$artifacts/controls-after-drags.png"
 
 kill -TERM "$app_pid"
