@@ -94,7 +94,9 @@ void CZQButton::AttachModel(ControlModel* model) {
 }
 
 void CZQButton::LoadAttributes(SkinAttributeList& list) {
-  model_->SetIsSwitch(list.GetBool("isswitch") || model_->IsSwitch());
+  // The binding may already make it a switch; a skin reload keeps a lit switch lit.
+  if (bool isSwitch = list.GetBool("isswitch") || model_->IsSwitch(); isSwitch != model_->IsSwitch())
+    model_->SetIsSwitch(isSwitch);
   showLabel_ = list.GetBool("showlabel");
   int upx = Or(list.GetInt("upx"), list.GetInt("posx"));
   int upy = Or(list.GetInt("upy"), list.GetInt("posy"));
