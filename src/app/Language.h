@@ -12,14 +12,44 @@
 constexpr int kLanguageVersion = 208;  // targetversion a language file must carry
 constexpr int kLanguageMaxKey = 4096;  // keys above this are ignored
 
-// Numbers of the strings the program itself asks for.
+// Numbers of the strings the program itself asks for. Each number means one text: a new
+// message takes a number no other uses (the list below is checked for that).
 enum LanguageStringNumber : int {
+  kStrColumnTitleFirst = 27,  // the twelve list column titles, 27..38
+  kStrColumnTitleLast = 38,
   kStrDisplayTooSmall = 40,
   kStrFullScreenConfirm = 41,
   kStrAlreadyRunning = 51,
-  kStrQuitConfirm = 52,
+  kStrRecorderDiskFailure = 52,
+  kStrQuitConfirm = 53,
+  kStrAnalysingStatus = 87,
   kStrNoOutputDevice = 90,
+  kStrBlockColumnSort = 104,
+  kStrBlockColumnResize = 105,
+  kStrConfirmFolderAction = 107,
+  kStrNewListQuestion = 110,
+  kStrFolderLoaded = 114,
+  kStrListNameSecond = 117,
+  kStrListNameFirst = 118,
+  kStrTopItemMain = 120,
+  kStrTopItemSide = 121,
+  kStrGroupLists = 125,
+  kStrGroupGenres = 126,
+  kStrGroupITunes = 128,
+  kStrGroupFolders = 129,
+  kStrCurveSmooth = 153,
+  kStrCurveNormal = 154,
+  kStrCurveSharp = 155,
+  kStrSamplerNoTempo = 158,
 };
+// Every string number above, once each.
+constexpr int kProgramStrings[] = {
+    27, 28, 29, 30, 31, 32, 33, 34, 35, 36, 37, 38,
+    kStrDisplayTooSmall, kStrFullScreenConfirm, kStrAlreadyRunning, kStrRecorderDiskFailure, kStrQuitConfirm,
+    kStrAnalysingStatus, kStrNoOutputDevice, kStrBlockColumnSort, kStrBlockColumnResize, kStrConfirmFolderAction,
+    kStrNewListQuestion, kStrFolderLoaded, kStrListNameSecond, kStrListNameFirst, kStrTopItemMain, kStrTopItemSide,
+    kStrGroupLists, kStrGroupGenres, kStrGroupITunes, kStrGroupFolders, kStrCurveSmooth, kStrCurveNormal,
+    kStrCurveSharp, kStrSamplerNoTempo};
 
 // Turns a key of the file (an action name, or a number written in decimal) into a number;
 // 0 or less means the entry is skipped.

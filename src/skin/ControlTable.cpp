@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "app/Language.h"
+#include "app/control/ControlModels.h"
 #include "app/base/Trace.h"
 #include "skin/SkinControls.h"
 #include "skin/ZQCustomPanel.h"
@@ -32,20 +33,27 @@ ZQCustomControl* ControlAt(int id, int deck) {
   return ControlTable[deck + 1][id];
 }
 
+namespace {
+void Attach(ZQCustomControl* control, int id, int deck) {
+  if (auto* skinned = dynamic_cast<CZQSkinnedControl*>(control)) skinned->AttachModel(ModelAt(id, deck));
+}
+}  // namespace
+
 void CreateCatalogueControls(wxWindow* parent) {
+  CreateControlModels();
   for (int id = 1; id <= kLastControlId; ++id) {
     int type = ControlTypeOf(id);
     if (ControlIsGlobal(id)) {
       ZQCustomControl* control = CreateSkinControl(type, parent, id, -1);
       if (!control) TraceLine("global control NOT created - id %d", id);
-      else control->SetCatalogueId(id);
+      else control->SetCatalogueId(id), Attach(control, id, -1);
       ControlTable[0][id] = control;
       continue;
     }
     for (int deck = 0; deck < kDeckRows; ++deck) {
       ZQCustomControl* control = CreateSkinControl(type, parent, id, deck);
       if (!control) TraceLine("deck control NOT created - id %d (idx %d)", id, deck);
-      else control->SetCatalogueId(id);
+      else control->SetCatalogueId(id), Attach(control, id, deck);
       ControlTable[deck + 1][id] = control;
     }
   }

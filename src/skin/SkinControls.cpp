@@ -7,12 +7,6 @@
 #include "skin/SkinSurface.h"
 #include "skin/SpecialWheel.h"
 
-namespace {
-
-int Or(int value, int fallback) { return value == -1 ? fallback : value; }
-
-}  // namespace
-
 CZQSkinnedControl::CZQSkinnedControl(wxWindow* parent, int logicalId, int deck, int type)
     : ZQCustomControl(parent, logicalId, deck), type_(type) {
   font_ = defaultFont_;
@@ -69,180 +63,139 @@ void CZQSkinnedControl::PaintControl() {
   PaintText(fontColour_);
 }
 
-// Buttons: four bitmap states and a selected (switched) variant of each.
+void CZQSkinnedControl::ObserveModel(ControlModel& model) {
+  model.onChanged = [this] { Repaint(); };
+  model.observer = [this](ControlModel::Slot slot, int value, int deck) {
+    ControlCallback* callbacks[] = {&onPress, &onRelease, &onPressAlt, &onReleaseAlt, &onDoubleClick, &onSpare1};
+    if (*callbacks[slot]) (*callbacks[slot])(value, LogicalId(), deck);
+  };
+}
+
+void CZQSkinnedControl::Unhook(ControlModel* model, ControlModel* own) {
+  if (model == own) return;
+  model->onChanged = nullptr;
+  model->observer = nullptr;
+}
+
+// Buttons: six looks (up, over, down and the selected form of each), from the skin or colours.
+
+CZQButton::CZQButton(wxWindow* parent, int logicalId, int deck)
+    : CZQSkinnedControl(parent, logicalId, deck, kButton), own_(logicalId, deck) {
+  ObserveModel(own_);
+}
+
+CZQButton::~CZQButton() { Unhook(model_, &own_); }
+
+void CZQButton::AttachModel(ControlModel* model) {
+  auto* button = dynamic_cast<ButtonModel*>(model);
+  if (!button) return;
+  Unhook(model_, &own_);
+  model_ = button;
+  ObserveModel(*model_);
+}
 
 void CZQButton::LoadAttributes(SkinAttributeList& list) {
-  isSwitch_ = list.GetBool("isswitch");
+  // The binding may already make it a switch; a skin reload keeps a lit switch lit.
+  if (bool isSwitch = list.GetBool("isswitch") || model_->IsSwitch(); isSwitch != model_->IsSwitch())
+    model_->SetIsSwitch(isSwitch);
   showLabel_ = list.GetBool("showlabel");
   int upx = Or(list.GetInt("upx"), list.GetInt("posx"));
   int upy = Or(list.GetInt("upy"), list.GetInt("posy"));
-  overx_ = Or(list.GetInt("overx"), upx), overy_ = Or(list.GetInt("overy"), upy);
-  downx_ = Or(list.GetInt("downx"), overx_), downy_ = Or(list.GetInt("downy"), overy_);
-  selx_ = Or(list.GetInt("selx"), list.GetInt("posx")), sely_ = Or(list.GetInt("sely"), list.GetInt("posy"));
-  overselx_ = Or(list.GetInt("overselx"), selx_), oversely_ = Or(list.GetInt("oversely"), sely_);
-  downselx_ = Or(list.GetInt("downselx"), overselx_), downsely_ = Or(list.GetInt("downsely"), oversely_);
-  backOver_ = ParseColour(list.GetString("backcolorover"), wxColour(0x60, 0x60, 0x60));
-  backDown_ = ParseColour(list.GetString("backcolordown"), backOver_);
-  backSel_ = ParseColour(list.GetString("backcolorsel"), wxColour(0xFF, 0x58, 0x3F));
+  static const char* const kCorners[6][2] = {{"upx", "upy"},   {"overx", "overy"},       {"downx", "downy"},
+                                             {"selx", "sely"}, {"overselx", "oversely"}, {"downselx", "downsely"}};
+  // A missing corner falls back to the one before it in its row (down to over to up).
+  const int fallback[6] = {-1, 0, 1, -1, 3, 4};
+  for (int i = 0; i < 6; ++i) {
+    int fx = fallback[i] < 0 ? (i == 0 ? upx : list.GetInt("posx")) : corners_[fallback[i]][0];
+    int fy = fallback[i] < 0 ? (i == 0 ? upy : list.GetInt("posy")) : corners_[fallback[i]][1];
+    corners_[i][0] = Or(list.GetInt(kCorners[i][0]), fx);
+    corners_[i][1] = Or(list.GetInt(kCorners[i][1]), fy);
+  }
+  CZQSkinnedControl::LoadAttributes(list);
+  static const char* const kBacks[6] = {"backcolor", "backcolorover", "backcolordown", "backcolorsel",
+                                        "backcolorselover", "backcolorseldown"};
+  static const char* const kBorders[6] = {"bordercolor", "bordercolorover", "bordercolordown", "bordercolorsel",
+                                          "bordercolorselover", "bordercolorseldown"};
+  const wxColour defaults[6] = {backColour_, wxColour(0x60, 0x60, 0x60), wxColour(0x60, 0x60, 0x60),
+                                wxColour(0xFF, 0x58, 0x3F), wxColour(0xFF, 0x70, 0x58), wxColour(0xD0, 0x48, 0x30)};
+  for (int i = 0; i < 6; ++i) {
+    backs_[i] = ParseColour(list.GetString(kBacks[i]), i == 2 ? backs_[1] : i == 5 ? backs_[4] : defaults[i]);
+    borders_[i] = ParseColour(list.GetString(kBorders[i]), borderColour_);
+  }
   fontPressed_ = ParseColour(list.GetString("fontcolorpressed"), *wxWHITE);
   fontSwitched_ = ParseColour(list.GetString("fontcolorswitched"), *wxWHITE);
-  CZQSkinnedControl::LoadAttributes(list);
+  Repaint();
 }
 
 void CZQButton::PaintControl() {
-  int sx = selected_ ? (down_ ? downselx_ : over_ ? overselx_ : selx_) : (down_ ? downx_ : over_ ? overx_ : upx_);
-  int sy = selected_ ? (down_ ? downsely_ : over_ ? oversely_ : sely_) : (down_ ? downy_ : over_ ? overy_ : upy_);
-  wxColour back = selected_ ? backSel_ : down_ ? backDown_ : over_ ? backOver_ : backColour_;
-  PaintBackground(sx, sy, back, borderColour_);
-  if (showLabel_ || GraphicsMode() == 1) PaintText(down_ ? fontPressed_ : selected_ ? fontSwitched_ : fontColour_);
-}
-
-void CZQButton::SetSelected(bool selected) {
-  if (selected == selected_) return;
-  selected_ = selected;
-  Repaint();
-}
-
-void CZQButton::Press(int button) {
-  down_ = true;
-  if (button == 3) {
-    Repaint();
-    if (onPressAlt) onPressAlt(selected_, LogicalId(), Deck());
-    return;
-  }
-  if (isSwitch_) selected_ = !selected_;
-  Repaint();
-  if (onPress) onPress(selected_, LogicalId(), Deck());
-}
-
-void CZQButton::Release(int button) {
-  if (!down_) return;
-  down_ = false;
-  Repaint();
-  ControlCallback& callback = button == 3 ? onReleaseAlt : onRelease;
-  if (callback) callback(selected_, LogicalId(), Deck());
+  int look = model_->CurrentLook();
+  PaintBackground(corners_[look][0], corners_[look][1], backs_[look], borders_[look]);
+  bool held = model_->Held();
+  bool lit = model_->IsSwitch() && model_->Selected();
+  if (showLabel_ || GraphicsMode() == 1) PaintText(held ? fontPressed_ : lit ? fontSwitched_ : fontColour_);
 }
 
 void CZQButton::HandleEvent(const ControlEvent& event) {
-  switch (event.kind) {
-    case kEventMouseDown:
-      CaptureMouse();
-      Press(event.button);
-      break;
-    case kEventMouseUp:
-      if (HasCapture()) ReleaseMouse();
-      Release(event.button);
-      break;
-    case kEventDoubleClick:
-      if (onDoubleClick) onDoubleClick(selected_, LogicalId(), Deck());
-      break;
-    case kEventEnter:
-    case kEventLeave:
-      over_ = event.kind == kEventEnter;
-      Repaint();
-      break;
-    case kEventMessage:
-      if (event.status == 0x90 && event.value > 0) Press(1);
-      else if (event.status == 0x80 || event.status == 0x90) Release(1);
-      break;
-    case kEventBoundKey:
-      Press(1);
-      Release(1);
-      break;
-    default:
-      break;
-  }
+  if (event.kind == kEventMouseDown && !HasCapture()) CaptureMouse();
+  if (event.kind == kEventMouseUp && HasCapture()) ReleaseMouse();
+  model_->HandleEvent(event);
 }
 
-// Sliders: a track from the skin and a cursor placed by the value; a square "size" makes a knob.
+// Texts: the model holds the text the tick and the bindings write.
 
-void CZQSlider::LoadAttributes(SkinAttributeList& list) {
-  if (list.Has("size")) {
-    list.Set("width", list.GetString("size"));
-    list.Set("height", list.GetString("size"));
-    knob_ = true;
-  }
-  knob_ = knob_ || list.GetBool("isknob");
-  cursorWidth_ = std::max(0, list.GetInt("cursorwidth"));
-  cursorHeight_ = std::max(0, list.GetInt("cursorheight"));
-  cursorUpx_ = list.GetInt("cursorupx");
-  cursorUpy_ = list.GetInt("cursorupy");
-  sliderColour_ = ParseColour(list.GetString("slidercolor"), wxColour(0xAA, 0xAA, 0xAA));
-  CZQSkinnedControl::LoadAttributes(list);
+CZQStaticText::CZQStaticText(wxWindow* parent, int logicalId, int deck)
+    : CZQSkinnedControl(parent, logicalId, deck, kTextArea), own_(logicalId, deck) {
+  ObserveModel(own_);
+  own_.onChanged = [this] { ModelChanged(); };
 }
 
-void CZQSlider::PaintControl() {
-  PaintBackground(upx_, upy_, backColour_, backColour_);
+CZQStaticText::~CZQStaticText() { Unhook(model_, &own_); }
+
+void CZQStaticText::AttachModel(ControlModel* model) {
+  auto* text = dynamic_cast<TextModel*>(model);
+  if (!text) return;
+  Unhook(model_, &own_);
+  model_ = text;
+  ObserveModel(*model_);
+  model_->onChanged = [this] { ModelChanged(); };
+  ModelChanged();
+}
+
+void CZQStaticText::HandleEvent(const ControlEvent& event) { model_->HandleEvent(event); }
+
+void CZQStaticText::ModelChanged() {
+  if (model_->Text() == text_) {
+    Repaint();
+    return;
+  }
+  if (model_->Scroller().Enabled()) {
+    wxMemoryDC& dc = Offscreen();
+    dc.SetFont(font_);
+    model_->SetWidths(dc.GetTextExtent(wxString::FromUTF8(model_->Text())).GetWidth(), ControlWidth() - 4);
+  }
+  CZQSkinnedControl::SetText(model_->Text());
+}
+
+void CZQStaticText::PaintControl() {
+  const TextScroller& scroller = model_->Scroller();
+  if (!scroller.Scrolling() && scroller.Offset() == 0) {
+    CZQSkinnedControl::PaintControl();
+    return;
+  }
+  PaintBackground(upx_, upy_, backColour_, borderVisible_ ? borderColour_ : backColour_);
   wxMemoryDC& dc = Offscreen();
-  int w = ControlWidth(), h = ControlHeight();
-  if (knob_) {
-    // A pointer from the centre over 270 degrees, starting at the lower left.
-    double angle = (225.0 - 270.0 * value_ / kMaxValue) * M_PI / 180.0;
-    double r = std::min(w, h) / 2.0 - 2;
-    dc.SetPen(wxPen(sliderColour_, std::max(2, w / 14)));
-    dc.DrawLine(w / 2, h / 2, w / 2 + static_cast<int>(r * std::cos(angle)),
-                h / 2 - static_cast<int>(r * std::sin(angle)));
-    return;
-  }
-  int cw = cursorWidth_ ? cursorWidth_ : (Vertical() ? w : std::max(6, h / 2));
-  int ch = cursorHeight_ ? cursorHeight_ : (Vertical() ? std::max(6, w / 2) : h);
-  int x = Vertical() ? (w - cw) / 2 : (w - cw) * value_ / kMaxValue;
-  int y = Vertical() ? (h - ch) * (kMaxValue - value_) / kMaxValue : (h - ch) / 2;
-  wxMemoryDC* skin = SkinSurfaceFor(this).Dc();
-  if (skin && cursorUpx_ >= 0 && cursorUpy_ >= 0 && GraphicsMode() != 1) {
-    dc.Blit(x, y, cw, ch, skin, cursorUpx_, cursorUpy_);
-    return;
-  }
-  dc.SetPen(wxPen(wxColour(0x10, 0x10, 0x10)));
-  dc.SetBrush(wxBrush(sliderColour_));
-  dc.DrawRoundedRectangle(x, y, cw, ch, 2);
-  dc.SetPen(wxPen(wxColour(0x20, 0x20, 0x20), 1));
-  if (Vertical()) dc.DrawLine(x + 2, y + ch / 2, x + cw - 2, y + ch / 2);
-  else dc.DrawLine(x + cw / 2, y + 2, x + cw / 2, y + ch - 2);
-}
-
-int CZQSlider::ValueAt(int x, int y) const {
-  int span = Vertical() ? ControlHeight() : ControlWidth();
-  int at = Vertical() ? ControlHeight() - y : x;
-  return std::clamp(span > 0 ? at * kMaxValue / span : 0, 0, kMaxValue);
-}
-
-void CZQSlider::SetValue(int value, bool finished) {
-  value_ = std::clamp(value, 0, kMaxValue);
-  Repaint();
-  ControlCallback& callback = finished ? onRelease : onPress;
-  if (callback) callback(value_, LogicalId(), Deck());
-}
-
-void CZQSlider::HandleEvent(const ControlEvent& event) {
-  switch (event.kind) {
-    case kEventMouseDown:
-      dragging_ = true;
-      CaptureMouse();
-      if (!knob_) SetValue(ValueAt(event.x, event.y), false);
-      break;
-    case kEventMotion:
-      if (dragging_) SetValue(ValueAt(event.x, event.y), false);
-      break;
-    case kEventMouseUp:
-      if (HasCapture()) ReleaseMouse();
-      if (dragging_) SetValue(value_, true);
-      dragging_ = false;
-      break;
-    case kEventWheel:
-      SetValue(value_ + (event.status > 0 ? 1 : -1), true);
-      break;
-    case kEventMessage:
-      if (event.status == 0xB0) SetValue(event.value, true);
-      break;
-    default:
-      break;
-  }
+  dc.SetFont(font_);
+  dc.SetTextForeground(fontColour_);
+  dc.SetClippingRegion(2, 0, ControlWidth() - 4, ControlHeight());
+  wxString text = wxString::FromUTF8(text_);
+  int textHeight = dc.GetTextExtent(text).GetHeight();
+  dc.DrawText(text, 2 + scroller.Offset(), (ControlHeight() - textHeight) / 2);
+  dc.DestroyClippingRegion();
 }
 
 ZQCustomControl* CreateSkinControl(int type, wxWindow* parent, int logicalId, int deck) {
   switch (type) {
-    case 1: return new CZQButton(parent, logicalId, deck);
+    case kButton: return new CZQButton(parent, logicalId, deck);
     case 2: return new CZQSlider(parent, logicalId, deck);
     case 3: return new CZQStaticText(parent, logicalId, deck);
     case 4: return new CZQImage(parent, logicalId, deck);

@@ -8,7 +8,10 @@
 
 #include <string>
 
+#include "app/control/ButtonModel.h"
+#include "app/control/SliderModel.h"
 #include "skin/ZQCustomControl.h"
+#include "skin/model/SkinTypes.h"
 
 // What the types share: the "up" corner, colours, font and a text.
 class CZQSkinnedControl : public ZQCustomControl {
@@ -18,10 +21,17 @@ class CZQSkinnedControl : public ZQCustomControl {
   void PaintControl() override;
 
   int Type() const { return type_; }
-  void SetText(const std::string& text);
+  virtual void SetText(const std::string& text);
+  // A catalogue control draws its model from the control models; null is ignored.
+  virtual void AttachModel(ControlModel*) {}
   const std::string& Text() const { return text_; }
 
  protected:
+  static int Or(int value, int fallback) { return value == -1 ? fallback : value; }
+  // A model shared with the control table outlives its view: unhook it when the view goes.
+  static void Unhook(ControlModel* model, ControlModel* own);
+  // Forwards a model's callbacks to this control's own (window functions, skin scripts).
+  void ObserveModel(ControlModel& model);
   // Draws the background from (sx, sy) of the skin, or the colours in graphics mode 1.
   void PaintBackground(int sx, int sy, const wxColour& back, const wxColour& border);
   void PaintText(const wxColour& colour);
@@ -36,45 +46,73 @@ class CZQSkinnedControl : public ZQCustomControl {
   std::string text_;
 };
 
+// The views of the catalogue's buttons, sliders and texts draw a model (app/control) and pass
+// their input to it. A catalogue control draws the model of its (id, deck), which the engine
+// bindings drive; a private control of a skin keeps a model of its own.
 class CZQButton : public CZQSkinnedControl {
  public:
-  CZQButton(wxWindow* parent, int logicalId, int deck) : CZQSkinnedControl(parent, logicalId, deck, 1) {}
+  CZQButton(wxWindow* parent, int logicalId, int deck);
+  ~CZQButton() override;
+  void AttachModel(ControlModel* model) override;
   void LoadAttributes(SkinAttributeList& list) override;
   void HandleEvent(const ControlEvent& event) override;
   void PaintControl() override;
-  bool Selected() const { return selected_; }
-  void SetSelected(bool selected);
-  bool IsSwitch() const { return isSwitch_; }
+  bool Selected() const { return model_->Selected(); }
+  void SetSelected(bool selected) { model_->SetSelected(selected); }
+  bool IsSwitch() const { return model_->IsSwitch(); }
+  ButtonModel& Model() { return *model_; }
 
  private:
-  void Press(int button);
-  void Release(int button);
-
-  bool isSwitch_ = false, showLabel_ = false;
-  bool over_ = false, down_ = false, selected_ = false;
-  int overx_ = 0, overy_ = 0, downx_ = 0, downy_ = 0, selx_ = 0, sely_ = 0;
-  int overselx_ = 0, oversely_ = 0, downselx_ = 0, downsely_ = 0;
-  wxColour backOver_, backDown_, backSel_, fontPressed_, fontSwitched_;
+  ButtonModel own_;
+  ButtonModel* model_ = &own_;
+  bool showLabel_ = false;
+  int corners_[6][2] = {};  // up, over, down, selected, selected-over, selected-down
+  wxColour backs_[6], borders_[6];
+  wxColour fontPressed_, fontSwitched_;
 };
 
 class CZQSlider : public CZQSkinnedControl {
  public:
-  static constexpr int kMaxValue = 127;
-  CZQSlider(wxWindow* parent, int logicalId, int deck) : CZQSkinnedControl(parent, logicalId, deck, 2) {}
+  CZQSlider(wxWindow* parent, int logicalId, int deck);
+  ~CZQSlider() override;
+  void AttachModel(ControlModel* model) override;
   void LoadAttributes(SkinAttributeList& list) override;
   void HandleEvent(const ControlEvent& event) override;
   void PaintControl() override;
-  virtual void SetValue(int value, bool finished);
-  int Value() const { return value_; }
+  void CaptureLost(bool) override;
+  virtual void SetValue(int value, bool finished) { model_->SetValue(value, finished); }
+  int Value() const { return model_->Value(); }
+  SliderModel& Model() { return *model_; }
 
  private:
-  int ValueAt(int x, int y) const;
-  bool Vertical() const { return ControlHeight() > ControlWidth(); }
+  void PaintKnob();
+  void PaintFader();
 
-  int value_ = kMaxValue / 2;
-  bool knob_ = false, dragging_ = false;
+  SliderModel own_;
+  SliderModel* model_ = &own_;
   int cursorWidth_ = 0, cursorHeight_ = 0, cursorUpx_ = -1, cursorUpy_ = -1;
-  wxColour sliderColour_;
+  int overx_ = -1, overy_ = -1;
+  int positions_ = 0, spaceBetween_ = 0, aliasing_ = 1, radius_ = 0, cursorSize_ = 4, lineWidth_ = 1;
+  bool useLine_ = true;
+  wxColour sliderColour_, sliderColourOver_, cursorColour_, focusedCursorColour_, markerColour_;
+  bool hover_ = false;
+};
+
+class CZQStaticText : public CZQSkinnedControl {
+ public:
+  CZQStaticText(wxWindow* parent, int logicalId, int deck);
+  ~CZQStaticText() override;
+  void AttachModel(ControlModel* model) override;
+  void HandleEvent(const ControlEvent& event) override;
+  void PaintControl() override;
+  void SetText(const std::string& text) override { model_->SetText(text); }
+
+ private:
+  // The model changed: a new text is measured for the scroller; a scroll step repaints.
+  void ModelChanged();
+
+  TextModel own_;
+  TextModel* model_ = &own_;
 };
 
 // Types that for now show their skin rectangle (and text) and take no input of their own.
@@ -83,7 +121,6 @@ class CZQSlider : public CZQSkinnedControl {
    public:                                                                                      \
     Class(wxWindow* parent, int logicalId, int deck) : CZQSkinnedControl(parent, logicalId, deck, TypeNumber) {} \
   };
-LUMO_PLAIN_CONTROL(CZQStaticText, 3)
 LUMO_PLAIN_CONTROL(CZQImage, 4)
 LUMO_PLAIN_CONTROL(CZQDropZone, 5)
 LUMO_PLAIN_CONTROL(CZQDropDownList, 6)

@@ -16,39 +16,8 @@
 #include <functional>
 #include <string>
 
+#include "app/control/ControlEvent.h"
 #include "skin/model/SkinAttributeList.h"
-
-// Event kinds.
-enum ControlEventKind : int {
-  kEventMouseDown = 0,
-  kEventMouseUp = 1,
-  kEventDoubleClick = 2,
-  kEventEnter = 3,
-  kEventLeave = 4,
-  kEventMotion = 5,
-  kEventWheel = 6,
-  kEventCharacter = 9,
-  kEventMessage = 10,  // MIDI or script: status 0x80, 0x90, 0xB0 or 0xE0
-  kEventBoundKey = 11
-};
-
-// The one form of input. Unused arguments are -1 or 0; character is a space when there is none.
-struct ControlEvent {
-  int kind = 0;
-  int status = 0;
-  int x = -1, y = -1;
-  int button = 0;  // 1 left, 2 middle, 3 right
-  int keyIndex = -1;
-  int source = 0;  // modifier bits for the mouse
-  int channel = -1;
-  int data1 = -1;
-  int value = 0;
-  int character = ' ';
-  int deck = -1;
-};
-
-// (value, logical id, deck)
-using ControlCallback = std::function<void(int value, int logicalId, int deck)>;
 
 class ZQCustomControl : public wxControl {
  public:

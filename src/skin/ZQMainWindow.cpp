@@ -20,7 +20,7 @@ ZQCustomControl* ControlUnderPointer(const wxPoint& screenPoint) {
 }
 
 ZQMainWindow::ZQMainWindow(std::function<void()> onClose)
-    : wxFrame(nullptr, wxID_ANY, "Zorvik Lumo 2", wxPoint(100, 100), wxSize(400, 400)),
+    : wxFrame(nullptr, wxID_ANY, "Zorvik Lumo 2", wxPoint(100, 100), wxSize(400, 400), kFrameStyle),
       onClose_(std::move(onClose)),
       mainGroup_(this) {
   g_mainWindow = this;
@@ -42,8 +42,15 @@ void ZQMainWindow::OnPaint(wxPaintEvent&) {
   }
 }
 
+void ZQMainWindow::DoSetClientSize(int width, int height) {
+  SetSizeHints(wxDefaultSize, wxDefaultSize);
+  wxFrame::DoSetClientSize(width, height);
+  if (!IsFullScreen()) SetSizeHints(GetSize(), GetSize());
+}
+
 void ZQMainWindow::EnterFullScreen() {
   storedRect_ = GetRect();
+  SetSizeHints(wxDefaultSize, wxDefaultSize);
   int index = wxDisplay::GetFromWindow(this);
   wxRect display = wxDisplay(index == wxNOT_FOUND ? 0u : static_cast<unsigned>(index)).GetGeometry();
   Move(display.GetTopLeft());
@@ -54,6 +61,7 @@ void ZQMainWindow::ToggleFullScreen() {
   if (IsFullScreen()) {
     ShowFullScreen(false);
     if (!storedRect_.IsEmpty()) SetSize(storedRect_);
+    SetSizeHints(GetSize(), GetSize());
     return;
   }
   int index = wxDisplay::GetFromWindow(this);

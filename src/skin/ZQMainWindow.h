@@ -43,6 +43,12 @@ class ZQMainWindow : public wxFrame, public ZQBaseWindow {
   // Closes without the question (termination signal, tests).
   void CloseWithoutAsking();
 
+ // A skin has one size: the frame takes the skin's size and the user cannot drag it larger.
+  static constexpr long kFrameStyle = wxCAPTION | wxSYSTEM_MENU | wxMINIMIZE_BOX | wxCLOSE_BOX;
+
+ protected:
+  void DoSetClientSize(int width, int height) override;
+
  private:
   void OnPaint(wxPaintEvent& event);
   void OnClose(wxCloseEvent& event);

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -89,11 +91,16 @@ TEST(Language, ChoosesTheUsersFileOnlyWhenItPasses) {
 }
 
 // The shipped English file loads and has the texts the program asks for.
-TEST(Language, ShippedEnglishIsComplete) {
+TEST(Language, EveryStringTheProgramUsesHasOneNumberAndAShippedText) {
+  // Two messages on one number would show the wrong text (the quit question once used the
+  // recorder's disk-failure string).
+  std::set<int> numbers(std::begin(kProgramStrings), std::end(kProgramStrings));
+  EXPECT_EQ(numbers.size(), std::size(kProgramStrings)) << "a string number is used for two messages";
   LanguageTables tables;
   ASSERT_TRUE(LoadLanguageFile(LUMO_SOURCE_DIR "/data/languages/english.xml", Lookup, tables));
-  for (int number : {kStrDisplayTooSmall, kStrFullScreenConfirm, kStrAlreadyRunning, kStrQuitConfirm, kStrNoOutputDevice}) {
+  for (int number : kProgramStrings) {
     ASSERT_LT(static_cast<size_t>(number), tables.strings.size());
     EXPECT_FALSE(tables.strings[number].empty()) << number;
   }
+  EXPECT_NE(tables.strings[kStrQuitConfirm], tables.strings[kStrRecorderDiskFailure]);
 }

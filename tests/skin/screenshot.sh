@@ -17,24 +17,8 @@ cleanup() {
 }
 trap cleanup EXIT
 
-# A free display number: the first without a lock file, claimed by Xvfb itself.
-for n in $(seq 120 180); do
-  [[ -e /tmp/.X$n-lock ]] && continue
-  Xvfb ":$n" -screen 0 "${width}x${height}x24" -dpi 96 -nolisten tcp >/dev/null 2>&1 &
-  xvfb_pid=$!
-  # Up when its socket appears; gone at once when another server holds the number. A busy
-  # machine can take seconds to start it, so the wait is for the socket, not a fixed time.
-  for _ in $(seq 1 600); do
-    [[ -S /tmp/.X11-unix/X$n ]] && break
-    kill -0 "$xvfb_pid" 2>/dev/null || break
-    sleep 0.05
-  done
-  if kill -0 "$xvfb_pid" 2>/dev/null && [[ -S /tmp/.X11-unix/X$n ]]; then display=":$n"; break; fi
-  kill "$xvfb_pid" 2>/dev/null || true
-  xvfb_pid=""
-done
-[[ -n "$display" ]] || { echo "no free X display"; exit 1; }
-export DISPLAY=$display
+source "$(dirname "$0")/xvfb-session.sh"
+start_xvfb
 
 mkdir -p "$(dirname "$output")"
 ZORVIK_LUMO_HOME=$home ZORVIK_LUMO_STARTUP_REPORT=1 "$program" >"$home/stdout.txt" 2>"$home/stderr.txt" &
@@ -52,13 +36,6 @@ read -r placed on_screen hidden < <(sed -n 's/^placed=\([0-9]*\) on-screen=\([0-
 echo "placed $placed, on screen $on_screen, on hidden tab pages $hidden"
 [[ "$placed" -gt 300 && $((on_screen + hidden)) -eq "$placed" ]] || { echo "placed controls are missing"; exit 1; }
 xdotool search --sync --onlyvisible --name "Zorvik Lumo 2" >/dev/null
-# Without a sound device the program says so in a modeless box; acknowledge it like a user
-# would, whenever it appears.
-dismiss_message_box() {
-  local box
-  box=$(xdotool search --onlyvisible --name '^Message$' 2>/dev/null | head -1 || true)
-  [[ -n "$box" ]] && xdotool windowfocus --sync "$box" key Return 2>/dev/null || true
-}
 xdotool mousemove 0 0  # no hint under the pointer
 
 # Controls draw from the skin image, so the screen must match the skin's picture except where

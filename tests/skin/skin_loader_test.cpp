@@ -76,6 +76,30 @@ TEST_F(SkinLoaderTest, PlacesNamedControlsOnTheirDeck) {
   EXPECT_EQ(CurrentTemplate(kButtonTemplate), DefaultTemplate(kButtonTemplate));
 }
 
+TEST_F(SkinLoaderTest, TheFrameKeepsTheSkinsSize) {
+  ASSERT_TRUE(LoadSkin(Write("size", "<button action='deck_cue' deck='0' posx='1' posy='1' width='9' height='9'/>"), g_main));
+  // Skins are drawn for one size: no resize border, and the window manager is told so.
+  EXPECT_FALSE(g_main->HasFlag(wxRESIZE_BORDER));
+  EXPECT_FALSE(g_main->HasFlag(wxMAXIMIZE_BOX));
+  EXPECT_EQ(g_main->GetClientSize(), wxSize(640, 400));
+  EXPECT_EQ(g_main->GetMaxSize(), g_main->GetSize());
+  EXPECT_EQ(g_main->GetMinSize(), g_main->GetSize());
+}
+
+TEST_F(SkinLoaderTest, ReloadingTheSkinKeepsALitSwitchLit) {
+  std::string skin = Write("lit", "<button action='deck_kill_low' deck='1' posx='1' posy='1' width='20' height='9' "
+                                  "isswitch='yes'/>");
+  ASSERT_TRUE(LoadSkin(skin, g_main));
+  auto* kill = dynamic_cast<CZQButton*>(Control("deck_kill_low", 1));
+  ASSERT_NE(kill, nullptr);
+  ControlEvent press;
+  press.kind = kEventBoundKey;
+  kill->SendEvent(press);
+  ASSERT_TRUE(kill->Selected());
+  ASSERT_TRUE(LoadSkin(skin, g_main));
+  EXPECT_TRUE(kill->Selected()) << "the band is still killed in the engine";
+}
+
 TEST_F(SkinLoaderTest, OldSkinsTranslateTwoDeckNamesAndKeepOtherDecks) {
   ASSERT_TRUE(LoadSkin(Write("old", "<button action='deckb_play_pause' posx='1' posy='1' width='9' height='9'/>"
                                     "<button action='deck_cue' deck='3' posx='1' posy='12' width='9' height='9'/>",

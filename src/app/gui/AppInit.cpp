@@ -1,11 +1,7 @@
 #include "app/gui/AppInit.h"
 
 #include <wx/display.h>
-#include <wx/button.h>
-#include <wx/dialog.h>
 #include <wx/msgdlg.h>
-#include <wx/sizer.h>
-#include <wx/stattext.h>
 
 #include <cstdlib>
 #include <ctime>
@@ -13,11 +9,16 @@
 #include "app/DataFolders.h"
 #include "app/Language.h"
 #include "app/base/Trace.h"
+#include "app/control/ControlActions.h"
+#include "app/control/ControlBindings.h"
+#include "app/control/ControlModels.h"
+#include "app/gui/MainTick.h"
 #include "app/gui/WindowControls.h"
 #include "app/Engine.h"
 #include "app/CrashReport.h"
 #include "app/Settings.h"
 #include "skin/ControlTable.h"
+#include "skin/ZQCustomControl.h"
 #include "skin/SkinLoader.h"
 #include "skin/ZQMainWindow.h"
 
@@ -40,16 +41,7 @@ void ShowLanguageMessage(int number, wxWindow* parent) {
 void ShowLanguageNotice(int number, wxWindow* parent) {
   wxString text = wxString::FromUTF8(LangString(number));
   text.Replace("\r\n", "\n");
-  auto* box = new wxDialog(parent, wxID_ANY, "Message");
-  auto* sizer = new wxBoxSizer(wxVERTICAL);
-  sizer->Add(new wxStaticText(box, wxID_ANY, text), 0, wxALL, 16);
-  sizer->Add(new wxButton(box, wxID_OK, "OK"), 0, wxALIGN_RIGHT | wxLEFT | wxRIGHT | wxBOTTOM, 12);
-  box->SetSizerAndFit(sizer);
-  box->Bind(wxEVT_BUTTON, [box](wxCommandEvent&) { box->Destroy(); }, wxID_OK);
-  parent->CallAfter([box] {
-    box->CentreOnParent();
-    box->Show();
-  });
+  ShowNotice(text, parent);
 }
 
 // The skin named in the settings, else the default for the display.
@@ -83,9 +75,17 @@ bool AppInit(ZQMainWindow* main) {
   CreateCatalogueControls(main);
   ApplyLabelTexts();
   BindWindowControls(main);
+  BindControlsToEngine();
+  InstallControlActions();
+  // Scripts, keys and controllers reach a control as the mouse does, through its learn guard.
+  SetControlEventRoute([](int id, int deck, const ControlEvent& event) {
+    if (ZQCustomControl* control = ControlAt(id, deck)) control->SendEvent(event);
+    else if (ControlModel* model = ModelAt(id, deck)) model->HandleEvent(event);
+  });
 
-  // Steps 12-19: the engine's objects.
+  // Steps 12-19: the engine's objects, and their state shown in the controls.
   EngineCreateAudioObjects();
+  ShowEngineStateInControls();
 
   // Step 20: with no output device the engine runs on its null back end. The box does not hold
   // the program: it stays up beside the running window and goes with it.
@@ -111,18 +111,23 @@ bool AppInit(ZQMainWindow* main) {
   // Step 24.
   if (skin >= 0) LoadSkin(SkinTable()[skin].xmlPath, main);
   if (!main->IsShown()) {
-    main->SetWindowStyle(wxCAPTION | wxSYSTEM_MENU);
+    main->SetWindowStyle(ZQMainWindow::kFrameStyle);
     main->Show();
     TraceLine("error - NO SKIN WAS LOADED");
   }
 
-  // Step 28: the application threads start last, once all their targets exist.
+  // Step 28: the application threads start last, once all their targets exist; the main
+  // tick runs on the window's own timer.
   EngineStartThreads();
+  StartMainTick(main);
   return true;
 }
 
 void AppClose() {
   if (ZQMainWindow* main = MainWindow()) main->Hide();
+  StopMainTick();
+  SetActionRunner(nullptr);
+  SetControlEventRoute(nullptr);
   EngineStopThreads();
   std::string message;
   if (!EngineSaveSettings(&message)) wxMessageBox(wxString::FromUTF8(message), "Message");

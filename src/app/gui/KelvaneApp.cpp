@@ -19,6 +19,7 @@
 #include "app/DataFolders.h"
 #include "app/Language.h"
 #include "app/base/Trace.h"
+#include "app/control/ControlBindings.h"
 #include "app/gui/AppInit.h"
 #include "app/Engine.h"
 #include "deck/SoundSource.h"
@@ -69,9 +70,11 @@ std::string ChooseLanguage() {
 
 const char* const kUsage =
     "usage: zorvik-lumo [FILE...]\n"
-    "       zorvik-lumo --help | --version\n"
+    "       zorvik-lumo --help | --version | --list-bindings\n"
     "Starts the Zorvik Lumo DJ window. Audio files named on the command line (or opened from\n"
-    "the file manager) are loaded on decks A to D in order.\n";
+    "the file manager) are loaded on decks A to D in order.\n"
+    "  --list-bindings  print every skin control with the engine call it makes, or why it\n"
+    "                   is not bound yet, and exit\n";
 
 // Files named on the command line, loaded on the decks once the window is up.
 std::vector<std::string> g_commandLineFiles;
@@ -84,6 +87,12 @@ bool ParseCommandLine(int argc, char** argv, std::vector<std::string>* files, in
     std::string word = argv[i];
     if (word == "--help" || word == "-h") {
       std::fputs(kUsage, stdout);
+      *exitCode = 0;
+      return false;
+    }
+    if (word == "--list-bindings") {
+      for (const std::string& line : BindingReport()) std::puts(line.c_str());
+      std::printf("%d controls unbound\n", UnboundControlCount());
       *exitCode = 0;
       return false;
     }

@@ -1,0 +1,99 @@
+#!/usr/bin/env bash
+# The window as a DJ uses it, with real pointer events: a generated track given on the command
+# line is on deck A; a click on PLAY starts it and its time display runs; dragging the
+# crossfader and deck A's channel fader with the mouse changes the engine's gains; an EQ knob
+# turns by dragging upwards. The program writes its engine state to a file each few ticks
+# (ZORVIK_LUMO_STATE_REPORT), which is what this script reads back. Screenshots go to ARTIFACTS.
+#
+#   window_controls.sh PROGRAM ARTIFACTS_DIR
+set -euo pipefail
+program=$1 artifacts=$2
+width=1280 height=800
+
+home=$(mktemp -d)
+xvfb_pid="" app_pid=""
+cleanup() {
+  [[ -n "$app_pid" ]] && kill "$app_pid" 2>/dev/null || true
+  [[ -n "$xvfb_pid" ]] && kill "$xvfb_pid" 2>/dev/null || true
+  rm -rf "$home"
+}
+trap cleanup EXIT
+source "$(dirname "$0")/xvfb-session.sh"
+start_xvfb
+mkdir -p "$artifacts"
+
+sox -n -r 44100 -c 2 -b 16 "$home/track.wav" synth 60 sine 440 vol 0.5
+report=$home/state.txt
+ZORVIK_LUMO_HOME=$home ZORVIK_LUMO_STATE_REPORT=$report "$program" "$home/track.wav" \
+  >"$home/stdout.txt" 2>"$home/stderr.txt" &
+app_pid=$!
+
+value() { sed -n "s/^$1=//p" "$report" 2>/dev/null; }
+# Waits up to 60 s for a shell condition on the report, dismissing the no-device box.
+wait_for() {
+  for _ in $(seq 1 300); do
+    dismiss_message_box
+    if eval "$1"; then return 0; fi
+    kill -0 "$app_pid" 2>/dev/null || { echo "program exited"; cat "$home/stderr.txt"; exit 1; }
+    sleep 0.2
+  done
+  echo "timed out waiting for: $1"; cat "$report" 2>/dev/null; return 1
+}
+centre() {  # prints the screen centre of a control from its rect line
+  read -r x y w h <<<"$(value "rect.$1")"
+  echo $((x + w / 2)) $((y + h / 2))
+}
+drag() {  # drag FROM_X FROM_Y TO_X TO_Y in small steps, as a hand does
+  xdotool mousemove "$1" "$2" mousedown 1
+  local steps=8 i
+  for i in $(seq 1 $steps); do
+    xdotool mousemove $(($1 + ($3 - $1) * i / steps)) $(($2 + ($4 - $2) * i / steps))
+    sleep 0.03
+  done
+  xdotool mouseup 1
+}
+
+wait_for '[[ -n "$(value rect.deck_play_pause)" && -n "$(value rect.deck_eq_low)" ]]'
+wait_for '[[ "$(value volume0)" == 127 && "$(value crossfader)" == 64 ]]'
+echo "start: volume0=$(value volume0) crossfader=$(value crossfader)"
+import -window root "$artifacts/controls-before-play.png"
+
+# PLAY on deck A.
+read -r px py <<<"$(centre deck_play_pause)"
+xdotool mousemove "$px" "$py" click 1
+wait_for '[[ "$(value deck0.playing)" == 1 ]]'
+first=$(value deck0.position)
+wait_for '[[ $(value deck0.position) -gt $((first + 22050)) ]]'
+echo "deck A plays: position $first -> $(value deck0.position)"
+import -window root "$artifacts/controls-playing.png"
+
+# The crossfader, from its cursor to the left end.
+read -r cx cy <<<"$(centre crossfader)"
+read -r fx fy fw fh <<<"$(value rect.crossfader)"
+drag "$cx" "$cy" "$((fx - 20))" "$cy"
+wait_for '[[ "$(value crossfader)" -le 2 ]]'
+echo "crossfader dragged left: $(value crossfader)"
+
+# Deck A's channel fader, from its top (127) to the bottom.
+read -r vx vy vw vh <<<"$(value rect.deck_volume)"
+drag "$((vx + vw / 2))" "$((vy + 5))" "$((vx + vw / 2))" "$((vy + vh + 20))"
+wait_for '[[ "$(value volume0)" -le 2 ]]'
+echo "channel fader dragged down: $(value volume0)"
+
+# The low EQ knob turned by dragging up 40 px (sideways movement is ignored).
+read -r kx ky <<<"$(centre deck_eq_low)"
+drag "$kx" "$ky" "$((kx + 30))" "$((ky - 40))"
+wait_for 'awk "BEGIN{exit !($(value eqlow0) > 4.0)}"'
+echo "low EQ knob turned up: $(value eqlow0) dB"
+# Two wheel notches down on the knob: half a dB each.
+turned=$(value eqlow0)
+xdotool mousemove "$kx" "$ky" click 5 click 5
+wait_for 'awk "BEGIN{exit !($(value eqlow0) < $turned - 0.9)}"'
+echo "wheel down twice: $(value eqlow0) dB"
+import -window root "$artifacts/controls-after-drags.png"
+
+kill -TERM "$app_pid"
+for _ in $(seq 1 600); do kill -0 "$app_pid" 2>/dev/null || break; sleep 0.1; done
+wait "$app_pid" || { echo "program exit status $?"; cat "$home/stderr.txt"; exit 1; }
+app_pid=""
+echo "window controls work"
