@@ -74,6 +74,12 @@ double CZQSoundDisplayControl::FrameAt(int x, int y) const {
   return std::max(0.0, entry * kFramesPerEntry);
 }
 
+wxImage CZQSoundDisplayControl::Snapshot() {
+  const wxBitmap& picture = Offscreen().GetSelectedBitmap();
+  if (!picture.IsOk()) return wxImage();
+  return picture.GetSubBitmap(wxRect(0, 0, ControlWidth(), ControlHeight())).ConvertToImage();
+}
+
 // Drawing. The wave is one stroked path of vertical (or, on a vertical display, horizontal)
 // strokes, one per column of the long side, so a frame costs one blit, one path and the few
 // overlay lines, whatever the width.

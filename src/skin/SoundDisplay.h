@@ -10,6 +10,8 @@
 //
 // Threads: GUI thread only. No allocation while drawing beyond the toolkit's pens.
 
+#include <wx/image.h>
+
 #include <functional>
 #include <string>
 
@@ -52,6 +54,8 @@ class CZQSoundDisplayControl : public CZQSkinnedControl {
   bool Vertical() const { return map_.Geometry().vertical; }
   // The frame under a point of the control, for a double-click seek.
   double FrameAt(int x, int y) const;
+  // A copy of the picture the control last drew, as it goes to the screen.
+  wxImage Snapshot();
 
   // Zoom callback: (ZoomCall, logical id, deck); the control has applied the zoom already.
   ControlCallback onZoom;
