@@ -14,6 +14,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "skin/SkinControls.h"
 #include "skin/model/WaveformMap.h"
@@ -64,6 +65,8 @@ class CZQSoundDisplayControl : public CZQSkinnedControl {
   std::function<void(bool vertical, int x, int y, int button, int id, int deck)> onMove;
 
  private:
+  // Copies the skin's background under the control once; false while there is no picture.
+  bool CaptureBackground();
   void DrawColumns(wxDC& dc);
   void DrawMarks(wxDC& dc);
   void DrawOverlayText(wxDC& dc);
@@ -72,6 +75,9 @@ class CZQSoundDisplayControl : public CZQSkinnedControl {
   int ZoomButtonAt(int x, int y) const;
 
   WaveformMap map_;
+  wxBitmap layer_;                         // the wave's pixels, the control's size
+  std::vector<unsigned char> background_;  // RGB of the skin under the control
+  bool backgroundStale_ = true;
   bool hasWave_ = false;
   double position_ = 0.0;  // entries
   double cue_ = -1.0, loopIn_ = -1.0, loopOut_ = -1.0;

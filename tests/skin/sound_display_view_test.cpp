@@ -22,6 +22,7 @@
 #include "skin/SoundDisplay.h"
 #include "skin/SoundDisplayTick.h"
 #include "skin/ZQMainWindow.h"
+#include "support/SkinWindowHarness.h"
 #include "support/TestFiles.h"
 #include "support/WaitFor.h"
 
@@ -156,22 +157,14 @@ TEST(SoundDisplayView, APlayingDeckScrollsItsWaveByWhatItPlayed) {
 
 int main(int argc, char** argv) {
   ::testing::InitGoogleTest(&argc, argv);
-  wxApp::SetInstance(new wxApp());
-  if (!wxEntryStart(argc, argv)) {
-    std::fprintf(stderr, "no display\n");
-    return 1;
-  }
-  wxInitAllImageHandlers();
-  g_main = new ZQMainWindow(nullptr);
-  CreateCatalogueControls(g_main);
+  g_main = StartSkinWindow(argc, argv);
+  if (!g_main) return 1;
   int result = 1;
   if (LoadSkin(std::string(LUMO_SOURCE_DIR) + "/data/skins/Zorvik Default 4 decks 1280x800.xml", g_main)) {
     result = RUN_ALL_TESTS();
   } else {
     std::fprintf(stderr, "the default skin does not load\n");
   }
-  g_main->CloseWithoutAsking();
-  wxTheApp->ProcessPendingEvents();
-  wxEntryCleanup();
+  StopSkinWindow(g_main);
   return result;
 }
