@@ -127,10 +127,12 @@ void CZQSoundDisplayControl::DrawColumns(wxDC& dc) {
   // A run along the short side at column p of the long side, from s0 to s1 inclusive.
   auto run = [&](int p, int s0, int s1) {
     s0 = std::max(s0, 0), s1 = std::min(s1, g.shortSide - 1);
+    if (s1 < s0) return;
+    wxNativePixelData::Iterator pixel(data);
+    g.vertical ? pixel.MoveTo(data, s0, p) : pixel.MoveTo(data, p, s0);
     for (int s = s0; s <= s1; ++s) {
-      wxNativePixelData::Iterator pixel(data);
-      g.vertical ? pixel.MoveTo(data, s, p) : pixel.MoveTo(data, p, s);
       pixel.Red() = red, pixel.Green() = green, pixel.Blue() = blue;
+      g.vertical ? (void)++pixel : pixel.OffsetY(data, 1);
     }
   };
   const int middle = g.shortSide / 2;

@@ -21,6 +21,7 @@
 #include "skin/SkinLoader.h"
 #include "skin/SoundDisplay.h"
 #include "skin/SoundDisplayTick.h"
+#include "skin/VuMeter.h"
 #include "skin/ZQMainWindow.h"
 #include "support/SkinWindowHarness.h"
 #include "support/TestFiles.h"
@@ -151,6 +152,70 @@ TEST(SoundDisplayView, APlayingDeckScrollsItsWaveByWhatItPlayed) {
   RefreshSoundDisplays(decks, 0);
   deck.reset();
   DropSongDatabase();
+}
+
+// A control of the given size and colours, placed on the main window outside any skin.
+SkinAttributeList Attributes(int w, int h) {
+  SkinAttributeList list;
+  for (auto [name, value] : {std::pair{"posx", "0"}, {"posy", "0"}, {"graphics_mode", "1"}, {"backcolor", "#000000"},
+                             {"datacolor", "#00ff00"}, {"cursorcolor", "#ffffff"}, {"colorlow", "#00ff00"},
+                             {"colormid", "#ffff00"}, {"colorhigh", "#ff0000"}, {"backcolorlow", "#000000"},
+                             {"dontshowtext", "yes"}, {"dontshowzoombuttons", "yes"}}) {
+    list.Add(name, value);
+  }
+  list.Add("width", std::to_string(w));
+  list.Add("height", std::to_string(h));
+  return list;
+}
+
+bool IsGreen(const wxImage& image, int x, int y) {
+  return image.GetRed(x, y) < 40 && image.GetGreen(x, y) > 200 && image.GetBlue(x, y) < 40;
+}
+
+TEST(SoundDisplayView, ATallDisplayScrollsDownwardsWithTheWaveAcross) {
+  auto* display = new CZQSoundDisplayControl(g_main, 0, 0);
+  SkinAttributeList list = Attributes(100, 300);
+  display->LoadAttributes(list);
+  ASSERT_TRUE(display->Vertical());
+  std::vector<float> stripe(10000, 0.8f);
+  SoundDisplayFeed feed;
+  feed.stripe = stripe.data();
+  feed.stripeLength = 10000;
+  feed.positionFrames = 100.0 * 50;  // 50 entries in: at zoom 4 the song starts 12 rows above the cursor
+  display->UpdateWave(feed);
+  display->PaintControl();
+  const wxImage picture = display->Snapshot();
+  const int cursor = display->Map().Geometry().cursorPos;
+  EXPECT_EQ(cursor, 100);
+  const int row = cursor + 20;
+  EXPECT_TRUE(IsGreen(picture, 50, row));  // the middle of the short side
+  EXPECT_TRUE(IsGreen(picture, 20, row));  // 0.8 of the half width reaches 10 pixels in
+  EXPECT_FALSE(IsGreen(picture, 3, row));
+  EXPECT_TRUE(IsGreen(picture, 50, cursor - 30));  // before the song: the flat line only
+  EXPECT_FALSE(IsGreen(picture, 40, cursor - 30));
+  EXPECT_TRUE(IsGreen(picture, 40, cursor - 5));
+  display->Destroy();
+}
+
+TEST(VuMeterView, TheDrawnMeterLightsUpToTheLevelAndHoldsThePeak) {
+  auto* meter = new CZQVUMeterControl(g_main, 0, -1);
+  SkinAttributeList list = Attributes(8, 101);
+  meter->LoadAttributes(list);
+  meter->SetLevelDb(-19.0f);  // half way up the -48..+10 dB scale
+  wxImage picture = meter->Snapshot();
+  auto lit = [&](const wxImage& image, int fromBottom) {
+    // Every second line is lit: look at the pair.
+    const int y = 100 - fromBottom;
+    return image.GetGreen(4, y) > 200 || image.GetGreen(4, y - 1) > 200 || image.GetRed(4, y) > 200;
+  };
+  EXPECT_TRUE(lit(picture, 10));
+  EXPECT_TRUE(lit(picture, 46));
+  EXPECT_FALSE(lit(picture, 60));
+  for (int tick = 0; tick < 5; ++tick) meter->SetLevelDb(-318.7f);  // silence: the bar falls, the peak stays
+  picture = meter->Snapshot();
+  EXPECT_FALSE(lit(picture, 46));
+  EXPECT_TRUE(lit(picture, 49));
+  meter->Destroy();
 }
 
 }  // namespace
