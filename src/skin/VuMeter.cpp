@@ -54,12 +54,6 @@ void CZQVUMeterControl::Push(int level) {
   if (ballistics_.Level() != level0 || ballistics_.Peak() != peak0) Repaint();
 }
 
-wxImage CZQVUMeterControl::Snapshot() {
-  const wxBitmap& picture = Offscreen().GetSelectedBitmap();
-  if (!picture.IsOk()) return wxImage();
-  return picture.GetSubBitmap(wxRect(0, 0, ControlWidth(), ControlHeight())).ConvertToImage();
-}
-
 void CZQVUMeterControl::PaintControl() {
   wxMemoryDC& dc = Offscreen();
   if (bitmapMode_) PaintSteps(dc);

@@ -8,8 +8,6 @@
 //
 // Threads: GUI thread only; the main tick pushes levels, the meter never reads the engine.
 
-#include <wx/image.h>
-
 #include "skin/SkinControls.h"
 #include "skin/model/VuMeterSteps.h"
 
@@ -23,8 +21,6 @@ class CZQVUMeterControl : public CZQSkinnedControl {
   void SetLevelDb(float decibels);
   void SetPercent(float percent);
   int LitLevel() const { return ballistics_.Level(); }  // percent, or the step in bitmap mode
-  // A copy of the picture the meter last drew.
-  wxImage Snapshot();
 
  private:
   void PaintDrawn(wxDC& dc);

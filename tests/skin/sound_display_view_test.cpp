@@ -21,7 +21,6 @@
 #include "skin/SkinLoader.h"
 #include "skin/SoundDisplay.h"
 #include "skin/SoundDisplayTick.h"
-#include "skin/VuMeter.h"
 #include "skin/ZQMainWindow.h"
 #include "support/SkinWindowHarness.h"
 #include "support/TestFiles.h"
@@ -158,8 +157,7 @@ TEST(SoundDisplayView, APlayingDeckScrollsItsWaveByWhatItPlayed) {
 SkinAttributeList Attributes(int w, int h) {
   SkinAttributeList list;
   for (auto [name, value] : {std::pair{"posx", "0"}, {"posy", "0"}, {"graphics_mode", "1"}, {"backcolor", "#000000"},
-                             {"datacolor", "#00ff00"}, {"cursorcolor", "#ffffff"}, {"colorlow", "#00ff00"},
-                             {"colormid", "#ffff00"}, {"colorhigh", "#ff0000"}, {"backcolorlow", "#000000"},
+                             {"datacolor", "#00ff00"}, {"cursorcolor", "#ffffff"},
                              {"dontshowtext", "yes"}, {"dontshowzoombuttons", "yes"}}) {
     list.Add(name, value);
   }
@@ -195,27 +193,6 @@ TEST(SoundDisplayView, ATallDisplayScrollsDownwardsWithTheWaveAcross) {
   EXPECT_FALSE(IsGreen(picture, 40, cursor - 30));
   EXPECT_TRUE(IsGreen(picture, 40, cursor - 5));
   display->Destroy();
-}
-
-TEST(VuMeterView, TheDrawnMeterLightsUpToTheLevelAndHoldsThePeak) {
-  auto* meter = new CZQVUMeterControl(g_main, 0, -1);
-  SkinAttributeList list = Attributes(8, 101);
-  meter->LoadAttributes(list);
-  meter->SetLevelDb(-19.0f);  // half way up the -48..+10 dB scale
-  wxImage picture = meter->Snapshot();
-  auto lit = [&](const wxImage& image, int fromBottom) {
-    // Every second line is lit: look at the pair.
-    const int y = 100 - fromBottom;
-    return image.GetGreen(4, y) > 200 || image.GetGreen(4, y - 1) > 200 || image.GetRed(4, y) > 200;
-  };
-  EXPECT_TRUE(lit(picture, 10));
-  EXPECT_TRUE(lit(picture, 46));
-  EXPECT_FALSE(lit(picture, 60));
-  for (int tick = 0; tick < 5; ++tick) meter->SetLevelDb(-318.7f);  // silence: the bar falls, the peak stays
-  picture = meter->Snapshot();
-  EXPECT_FALSE(lit(picture, 46));
-  EXPECT_TRUE(lit(picture, 49));
-  meter->Destroy();
 }
 
 }  // namespace

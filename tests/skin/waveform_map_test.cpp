@@ -68,38 +68,27 @@ TEST(WaveformMap, AdjacentMarksLeaveOneGap) {
   EXPECT_EQ(BeatColumns(map).size(), 1u);
 }
 
-TEST(WaveformMap, ZoomStaysBetweenOneAndSixteen) {
+TEST(WaveformMap, ZoomClampsAndATallControlIsVertical) {
   WaveformMap map;
   map.SetZoom(16);
   EXPECT_EQ(map.Zoom(1), 16);
   map.SetZoom(1);
   EXPECT_EQ(map.Zoom(2), 1);
-  EXPECT_EQ(map.Zoom(1), 2);
-  EXPECT_EQ(map.Zoom(5), 2);  // the right button is not a zoom step
-  map.SetZoom(0);
-  EXPECT_EQ(map.ZoomLevel(), 1);
-  map.SetZoom(100);
-  EXPECT_EQ(map.ZoomLevel(), 16);
-}
-
-TEST(WaveformMap, OrientationAndCursorFollowTheControlsShape) {
-  WaveformMap map;
+  EXPECT_EQ(map.Zoom(5), 1);  // the right button is not a zoom step
   map.SetGeometry(100, 300, -1);
   EXPECT_TRUE(map.Geometry().vertical);
   EXPECT_EQ(map.Geometry().longSide, 300);
-  EXPECT_EQ(map.Geometry().shortSide, 100);
   EXPECT_EQ(map.Geometry().cursorPos, 100);  // one third of the long side
-  EXPECT_EQ(map.Kinds().size(), 300u);
-
-  map.SetGeometry(600, 60, 600);  // past the end
+  map.SetGeometry(600, 60, 600);             // a cursor past the end: one third as well
   EXPECT_FALSE(map.Geometry().vertical);
   EXPECT_EQ(map.Geometry().cursorPos, 200);
-  map.SetGeometry(600, 60, 150);
-  EXPECT_EQ(map.Geometry().cursorPos, 150);
 }
 
-TEST(WaveformMap, ColumnsBeyondTheSongDrawTheFlatLine) {
+TEST(WaveformMap, ColumnsBeyondTheSongOrWithGarbageDrawSafely) {
   std::vector<float> stripe(1000, 0.8f);
+  stripe[500] = std::nanf("");
+  stripe[501] = 1e30f;  // neither becomes a beat
+  stripe[502] = -3.0f;  // a loud signal is clamped to the full height
   WaveformMap map;
   map.SetGeometry(300, 40, 100);
   map.SetZoom(1);
@@ -107,28 +96,14 @@ TEST(WaveformMap, ColumnsBeyondTheSongDrawTheFlatLine) {
   EXPECT_EQ(map.Kinds()[99], WaveColumn::kOutside);
   EXPECT_EQ(map.Kinds()[100], WaveColumn::kSignal);
   EXPECT_FLOAT_EQ(map.Amplitudes()[100], 0.8f);
-
-  map.MapColumns(990.0, stripe.data(), 1000);  // the end passes under the cursor
-  EXPECT_EQ(map.Kinds()[109], WaveColumn::kSignal);
-  EXPECT_EQ(map.Kinds()[110], WaveColumn::kOutside);
-
-  map.MapColumns(500.0, nullptr, 1000);  // no stripe yet
-  for (WaveColumn kind : map.Kinds()) ASSERT_EQ(kind, WaveColumn::kOutside);
-}
-
-TEST(WaveformMap, GarbageEntriesNeitherCrashNorBecomeBeats) {
-  std::vector<float> stripe(1000, 0.2f);
-  stripe[500] = std::nanf("");
-  stripe[501] = 1e30f;
-  stripe[502] = -3.0f;  // a loud signal is clamped to the full height
-  WaveformMap map;
-  map.SetGeometry(200, 40, 100);
-  map.SetZoom(1);
   map.MapColumns(500.0, stripe.data(), 1000);
   EXPECT_TRUE(BeatColumns(map).empty());
   EXPECT_FLOAT_EQ(map.Amplitudes()[102], 1.0f);
-  map.MapColumns(std::nan(""), stripe.data(), 1000);  // a position that is not a number
-  EXPECT_EQ(map.Kinds()[100], WaveColumn::kSignal);
+  map.MapColumns(990.0, stripe.data(), 1000);  // the end passes under the cursor
+  EXPECT_EQ(map.Kinds()[109], WaveColumn::kSignal);
+  EXPECT_EQ(map.Kinds()[110], WaveColumn::kOutside);
+  map.MapColumns(500.0, nullptr, 1000);  // no stripe yet
+  EXPECT_EQ(std::count(map.Kinds().begin(), map.Kinds().end(), WaveColumn::kOutside), 300);
 }
 
 TEST(WaveformMap, CueAndLoopLinesStandWhereTheirEntriesScrollTo) {
@@ -160,29 +135,18 @@ TEST(BeatClock, FractionBarAndPhaseComeFromTheMarks) {
   const int length = static_cast<int>(stripe.size());
   BeatSpan span;
   ASSERT_TRUE(FindBeatAround(stripe.data(), length, 1100.0, &span));
-  EXPECT_EQ(span.previous, 1050);
-  EXPECT_EQ(span.next, 1250);
-  EXPECT_DOUBLE_EQ(span.fraction, 0.25);
-  EXPECT_EQ(FirstMark(stripe.data(), length), 50);
-  EXPECT_EQ(BeatOfBar(span, 50), 1);  // the sixth beat of the song: second of its bar
+  EXPECT_DOUBLE_EQ(span.fraction, 0.25);  // between the marks at 1050 and 1250
+  EXPECT_EQ(BeatOfBar(span, FirstMark(stripe.data(), length)), 1);  // the sixth beat: second of its bar
   ASSERT_TRUE(FindBeatAround(stripe.data(), length, 1250.0, &span));
   EXPECT_EQ(BeatOfBar(span, 50), 2);  // standing on a mark starts its beat
-
   // Before the first mark, or with marks further apart than the reach, there is no beat.
   EXPECT_FALSE(FindBeatAround(stripe.data(), length, 20.0, &span));
   EXPECT_FALSE(FindBeatAround(stripe.data(), length, 1100.0, &span, 40));
-  EXPECT_FALSE(FindBeatAround(stripe.data(), length, -5.0, &span));
-  EXPECT_EQ(FirstMark(nullptr, 10), -1);
-}
 
-TEST(BeatClock, PhaseDifferenceFoldsIntoHalfABeatAndFitsTheBox) {
   EXPECT_NEAR(BeatPhaseDifference(0.9, 0.1), -0.2, 1e-12);  // the other deck is just past a beat
   EXPECT_NEAR(BeatPhaseDifference(0.1, 0.9), 0.2, 1e-12);
-  EXPECT_NEAR(BeatPhaseDifference(0.3, 0.3), 0.0, 1e-12);
   EXPECT_NEAR(BeatPhaseDifference(0.75, 0.25), -0.5, 1e-12);
-  EXPECT_EQ(BeatDifferencePixels(0.25), 10);
   EXPECT_EQ(BeatDifferencePixels(-0.25), -10);
-  EXPECT_EQ(BeatDifferencePixels(-0.5), -20);
   EXPECT_EQ(BeatDifferencePixels(3.0), 20);  // never outside the box
 }
 
