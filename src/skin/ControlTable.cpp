@@ -4,6 +4,7 @@
 
 #include "app/Language.h"
 #include "app/base/Trace.h"
+#include "skin/ImageControl.h"
 #include "skin/SkinControls.h"
 #include "skin/SoundDisplay.h"
 #include "skin/VuMeter.h"
@@ -27,16 +28,16 @@ const Placeholder kPlaceholders[] = {
     {"master_gain_val", "0 dB"},     {"monitor_gain_val", "0 dB"},   {"mic_gain_val", "0 dB"},
     {"cf_curve_val", "50"},         {"pfl_mix_val", "50"}};
 
-// The control classes that live in their own files; everything else comes from CreateSkinControl.
+}  // namespace
+
 ZQCustomControl* MakeControl(int type, wxWindow* parent, int id, int deck) {
   switch (type) {
+    case kImage: return new CZQImageControl(parent, id, deck);
     case kVuMeter: return new CZQVUMeterControl(parent, id, deck);
     case kSoundDisplay: return new CZQSoundDisplayControl(parent, id, deck);
     default: return CreateSkinControl(type, parent, id, deck);
   }
 }
-
-}  // namespace
 
 ZQCustomControl* ControlAt(int id, int deck) {
   if (id < 1 || id > kLastControlId || deck < -1 || deck >= kDeckRows) return nullptr;

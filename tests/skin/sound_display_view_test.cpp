@@ -197,6 +197,8 @@ TEST(SoundDisplayView, ATallDisplayScrollsDownwardsWithTheWaveAcross) {
 
 }  // namespace
 
+ZQMainWindow* TestMainWindow() { return g_main; }
+
 int main(int argc, char** argv) {
   ::testing::InitGoogleTest(&argc, argv);
   g_main = StartSkinWindow(argc, argv);
