@@ -5,7 +5,10 @@
 #include "app/Language.h"
 #include "app/control/ControlModels.h"
 #include "app/base/Trace.h"
+#include "skin/ImageControl.h"
 #include "skin/SkinControls.h"
+#include "skin/SoundDisplay.h"
+#include "skin/VuMeter.h"
 #include "skin/ZQCustomPanel.h"
 
 ZQCustomControl* ControlTable[kControlTableRows][kControlIdCount] = {};
@@ -28,6 +31,15 @@ const Placeholder kPlaceholders[] = {
 
 }  // namespace
 
+ZQCustomControl* MakeControl(int type, wxWindow* parent, int id, int deck) {
+  switch (type) {
+    case kImage: return new CZQImageControl(parent, id, deck);
+    case kVuMeter: return new CZQVUMeterControl(parent, id, deck);
+    case kSoundDisplay: return new CZQSoundDisplayControl(parent, id, deck);
+    default: return CreateSkinControl(type, parent, id, deck);
+  }
+}
+
 ZQCustomControl* ControlAt(int id, int deck) {
   if (id < 1 || id > kLastControlId || deck < -1 || deck >= kDeckRows) return nullptr;
   return ControlTable[deck + 1][id];
@@ -44,14 +56,14 @@ void CreateCatalogueControls(wxWindow* parent) {
   for (int id = 1; id <= kLastControlId; ++id) {
     int type = ControlTypeOf(id);
     if (ControlIsGlobal(id)) {
-      ZQCustomControl* control = CreateSkinControl(type, parent, id, -1);
+      ZQCustomControl* control = MakeControl(type, parent, id, -1);
       if (!control) TraceLine("global control NOT created - id %d", id);
       else control->SetCatalogueId(id), Attach(control, id, -1);
       ControlTable[0][id] = control;
       continue;
     }
     for (int deck = 0; deck < kDeckRows; ++deck) {
-      ZQCustomControl* control = CreateSkinControl(type, parent, id, deck);
+      ZQCustomControl* control = MakeControl(type, parent, id, deck);
       if (!control) TraceLine("deck control NOT created - id %d (idx %d)", id, deck);
       else control->SetCatalogueId(id), Attach(control, id, deck);
       ControlTable[deck + 1][id] = control;

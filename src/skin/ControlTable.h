@@ -18,6 +18,9 @@ ZQCustomControl* ControlAt(int id, int deck);
 // Makes all catalogue controls on `parent`; types without a class here (video preview, web
 // browser, the two groups) stay empty and are logged.
 void CreateCatalogueControls(wxWindow* parent);
+// One control of a skin type, for the catalogue and for a skin's own controls: the classes in
+// files of their own, else CreateSkinControl's.
+ZQCustomControl* MakeControl(int type, wxWindow* parent, int id, int deck);
 void ClearControlTable();
 
 // Puts the language's label texts on the label controls and its hints on every control (at

@@ -107,7 +107,7 @@ ZQCustomGroup* LoadPrivate(int type, const std::string& name, SkinAttributeList&
     auto* free = std::find(std::begin(state.privateControls), std::end(state.privateControls), nullptr);
     if (free == std::end(state.privateControls)) return nullptr;
     slot = static_cast<int>(free - std::begin(state.privateControls));
-    ZQCustomControl* control = CreateSkinControl(type, parent, slot, -1);
+    ZQCustomControl* control = MakeControl(type, parent, slot, -1);
     if (!control) return nullptr;
     control->SetName(name);
     state.privateControls[slot] = control;

@@ -4,6 +4,9 @@
 # signal and checks that it closed cleanly.
 #
 #   screenshot.sh PROGRAM WIDTH HEIGHT OUTPUT.png
+#
+# With TRACK set, the program is started with that file, which deck A loads: the rest of the
+# window must still match the skin, and deck A's waveform lane must show the track's wave.
 set -euo pipefail
 program=$1 width=$2 height=$3 output=$4
 
@@ -21,7 +24,7 @@ source "$(dirname "$0")/xvfb-session.sh"
 start_xvfb
 
 mkdir -p "$(dirname "$output")"
-ZORVIK_LUMO_HOME=$home ZORVIK_LUMO_STARTUP_REPORT=1 "$program" >"$home/stdout.txt" 2>"$home/stderr.txt" &
+ZORVIK_LUMO_HOME=$home ZORVIK_LUMO_STARTUP_REPORT=1 "$program" ${TRACK:+"$TRACK"} >"$home/stdout.txt" 2>"$home/stderr.txt" &
 app_pid=$!
 
 # The first frame is reported on stdout once it has been painted.
@@ -43,15 +46,36 @@ xdotool mousemove 0 0  # no hint under the pointer
 # screen is taken again until it matches (paints can lag on a busy machine) or a deadline passes.
 reference=${REFERENCE:-}
 [[ -n "$reference" ]] && convert "$reference" -crop "${width}x${height}+0+0" +repage "$home/reference.png"
+# Deck A's lane, "x y w h", from the skin file beside the reference, when a track is loaded.
+lane=""
+if [[ -n "${TRACK:-}" && -n "$reference" ]]; then
+  element=$(grep -o '<sounddisplay action="sd_deck" deck="0"[^>]*' "${reference%.png}.xml")
+  attr() { sed -n "s/.* $1=\"\([0-9]*\)\".*/\1/p" <<<"$element"; }
+  lane="$(attr posx) $(attr posy) $(attr width) $(attr height)"
+  read -r lx ly lw lh <<<"$lane"
+  convert "$home/reference.png" -fill black -draw "rectangle $lx,$ly $((lx + lw - 1)),$((ly + lh - 1))" \
+    "$home/reference-masked.png"
+  convert "$home/reference.png" -crop "${lw}x${lh}+${lx}+${ly}" +repage "$home/reference-lane.png"
+fi
 matched=0
 for attempt in $(seq 1 60); do
   dismiss_message_box
   sleep 0.5
   import -window root "$output"
   [[ -n "$reference" ]] || { [[ $attempt -ge 2 ]] && { matched=1; break; }; continue; }
+  if [[ -n "$lane" ]]; then
+    # The window outside the lane matches the skin; inside it, the wave covers a good part.
+    convert "$output" -fill black -draw "rectangle $lx,$ly $((lx + lw - 1)),$((ly + lh - 1))" "$home/masked.png"
+    convert "$output" -crop "${lw}x${lh}+${lx}+${ly}" +repage "$home/lane.png"
+    differing=$(compare -metric AE -fuzz 10% "$home/masked.png" "$home/reference-masked.png" null: 2>&1 || true)
+    wave=$(compare -metric AE -fuzz 10% "$home/lane.png" "$home/reference-lane.png" null: 2>&1 || true)
+    if (( ${differing%.*} < width * height * 3 / 100 && ${wave%.*} > lw * lh / 10 )); then matched=1; break; fi
+    continue
+  fi
   differing=$(compare -metric AE -fuzz 10% "$output" "$home/reference.png" null: 2>&1 || true)
   if (( ${differing%.*} < width * height * 3 / 100 )); then matched=1; break; fi
 done
+[[ -n "$lane" ]] && echo "pixels of deck A's lane showing the wave: ${wave:-none}"
 [[ -n "$reference" ]] && echo "pixels differing from the skin image: $differing"
 (( matched )) || { echo "the window does not show the skin"; exit 1; }
 

@@ -100,6 +100,45 @@ TEST(SkinList, ScanKeepsSkinsWithNameAndBitmap) {
   fs::remove_all(dir);
 }
 
+// The default skin's sizes as shipped, with another skin first in the folder.
+std::vector<SkinListEntry> ShippedSizes() {
+  std::vector<SkinListEntry> list;
+  list.push_back({"", "Other 1920x1080", "Other", "", 1920, 1080});
+  for (auto [w, h] : {std::pair{1024, 600}, {1024, 768}, {1280, 1024}, {1280, 800}, {1366, 768}, {1920, 1080}}) {
+    list.push_back({"", std::string(kDefaultSkinName) + " " + std::to_string(w) + "x" + std::to_string(h),
+                    kDefaultSkinName, "", w, h});
+  }
+  return list;
+}
+
+TEST(SkinList, DefaultSkinIsTheLargestThatFits) {
+  const std::vector<SkinListEntry> list = ShippedSizes();
+  auto chosen = [&](DisplaySize display) {
+    int index = ChooseDefaultSkin(list, display);
+    return index < 0 ? DisplaySize{} : DisplaySize{list[index].width, list[index].height};
+  };
+  struct Case {
+    DisplaySize display, skin;
+  };
+  const Case cases[] = {
+      {{1280, 720}, {1024, 600}},    // the reference 1280x800 would not fit the height
+      {{1920, 1080}, {1920, 1080}},  // the most common display gets its own size
+      {{2560, 1440}, {1920, 1080}},  {{1920, 1200}, {1920, 1080}},
+      {{1440, 900}, {1280, 800}},    // the reference fits; 1366x768 is not bigger both ways
+      {{1366, 768}, {1366, 768}},    {{1280, 1024}, {1280, 1024}}, {{1024, 768}, {1024, 768}},
+      {{1280, 800}, {1280, 800}},    {{1600, 900}, {1280, 800}},   {{1024, 600}, {1024, 600}},
+      {{900, 600}, {1024, 600}},     // nothing fits: the reference size, as the window can scroll
+  };
+  for (const Case& c : cases) {
+    DisplaySize skin = chosen(c.display);
+    EXPECT_EQ(skin, c.skin) << c.display.width << "x" << c.display.height << " got " << skin.width << "x"
+                            << skin.height;
+    if (c.display.width >= 1024 && c.display.height >= 600) {
+      EXPECT_LE(skin.height, c.display.height) << c.display.width << "x" << c.display.height;
+    }
+  }
+}
+
 TEST(SkinList, DefaultSizeByDisplay) {
   struct Case {
     DisplaySize display, wanted;

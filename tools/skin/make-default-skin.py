@@ -63,10 +63,11 @@ def top_bar(skin, gap):
     for action, label, lit, switch, colour, w in recipes:
         skin.button(action, x, s(7), w, bh, label, None, lit, switch, colour)
         x += w + 3
-    skin.meter("vm_cpu", right - gap - s(30), s(12), s(30), h - s(24), horizontal=True)
+    cpu_w = max(48, s(50))  # two pixels a step at the least
+    skin.meter("vm_cpu", right - gap - cpu_w, s(12), cpu_w, h - s(24), horizontal=True)
     # Master section, ending before them.
     cluster = 3 * (s(54) + k + gap) + s(80) + gap + s(54) + gap + s(44) + 3 + s(62)
-    x = right - 3 * gap - s(30) - cluster
+    x = right - 3 * gap - cpu_w - cluster
     for action, label_action in (("master_gain", "label_gain_master"), ("monitor_gain", "label_gain_monitor"),
                                  ("cue_pfl_mix", "label_pfl_mix")):
         skin.label(label_action, x, 0, s(52), h, align="right")
@@ -90,14 +91,12 @@ def waveforms(skin, y, gap, wave_h):
         wy = y + deck * (wave_h + 2)
         badge(skin, gap, wy, wave_h, deck)
         x, w = gap + wave_h + 3, W - 2 * gap - wave_h - 3
+        # The play cursor stands at a third; the beat-difference box sits right of the beat digits.
         bx, by = skin.screen("sounddisplay", "sd_deck", x, wy, w, wave_h, deck,
                              datacolor=DECK_COLOURS[deck], cursorcolor="#ffffff", loopcolor="#1fc8c8",
-                             cuecolor="#ffb02e", fontcolor=TEXT, fontsize=0)
-        mid = by + wave_h / 2.0
-        for i in range(1, 32):
-            skin.fill_rect(bx + w * i / 32.0, by + 2, 1, wave_h - 4, "#15171b")
-        skin.fill_rect(bx + 2, mid, w - 4, 1, lighter(DECK_COLOURS[deck], 0.0))
-        skin.fill_rect(bx + w * 0.25, by + 1, 2, wave_h - 2, "#f0f0f0")
+                             cuecolor="#ffb02e", fontcolor=TEXT, fontsize=0, cursorpos=w // 3,
+                             beatdiffvisible="yes", beatdiffx=62, beatdiffy=max(2, wave_h - 31))
+        skin.fill_rect(bx + 2, by + wave_h / 2.0, w - 4, 1, lighter(DECK_COLOURS[deck], 0.0))
     return 4 * (wave_h + 2) - 2
 
 
@@ -141,6 +140,8 @@ def deck_column(skin, deck, x, y, w, h):
     skin.panel(x, y, w, h)
     pad, row, gap = s(5), s(20), 3
     ix, iw = x + pad, w - 2 * pad
+    # Files and list rows dropped on the deck's letter load it.
+    skin.add("dropzone", "dz_deck", ix, y + pad, row, row, deck)
     badge(skin, ix, y + pad, row, deck)
     skin.display("deck_songname", ix + row + gap, y + pad, iw - row - gap, row, deck, size=1, align="left")
     y2 = y + pad + row + gap
@@ -152,43 +153,65 @@ def deck_column(skin, deck, x, y, w, h):
     skin.screen("sg_beatpos", "deck_beatpos", ix, y3, iw, s(7), deck, elementwidth=iw // 4)
     for i in range(1, 4):
         skin.fill_rect(ix + iw * i // 4, y3 + 1, 1, s(7) - 2, "#2b2e35")
-    y4 = y3 + s(7) + gap
-    bottom_rows = s(24) + 3 * row + 4 * gap
-    avail = y + h - pad - bottom_rows - y4
-    side = max(s(44), int(iw * 0.27))
-    size = int(min(avail, iw - side - gap))
-    wheel(skin, ix, y4 + (avail - size) // 2, size, deck)
-    # Pitch column beside the wheel.
-    px, pw = ix + size + gap + 2, iw - size - gap - 2
+    # The seek strip: the whole track, the cursor where the deck plays.
+    yp = y3 + s(7) + gap
+    seek_h = s(10)
+    skin.fader("deck_pos", ix, yp, iw, seek_h, deck, horizontal=True, cap=s(6))
+    y4 = yp + seek_h + gap
+    # The pitch column runs down the right edge beside everything below, so the fader is long
+    # enough to match tempos by ear.
     small = s(16)
+    pw = s(44)
+    px = ix + iw - pw
+    lw = iw - pw - gap  # what is left of it
     skin.display("deck_pitch_tempo", px, y4, pw, small, deck, size=0, colour=colour)
-    fader_h = avail - 3 * (small + gap) - gap
-    skin.fader("deck_pitch", px + pw // 2 - s(11), y4 + small + gap, s(22), fader_h, deck)
-    yb = y4 + small + gap + fader_h + gap
+    fader_top = y4 + small + gap
+    fader_h = y + h - pad - fader_top - 2 * (small + gap)
+    skin.fader("deck_pitch", px + pw // 2 - s(11), fader_top, s(22), fader_h, deck)
+    yb = fader_top + fader_h + gap
     row_of_buttons(skin, px, yb, pw, small, [("deck_bend_down", "-", "sync", False, None),
                                             ("deck_bend_up", "+", "sync", False, None)], deck)
     row_of_buttons(skin, px, yb + small + gap, pw, small, [("deck_key_lock", "KEY", "sync", True, None),
-                                                          ("deck_reset_pitch", "0", "plain", False, None)], deck)
-    # Transport, loops, hot cues, effects.
+                                                          ("deck_reset_pitch", "0", "plain", False, None)],
+                   deck)
+    # Transport, loops, hot cues and effects along the bottom, left of the pitch column.
+    bottom_rows = s(24) + 4 * row + 5 * gap
+    avail = y + h - pad - bottom_rows - y4
+    side = max(s(40), int(lw * 0.26))
+    size = int(max(s(40), min(avail, lw - side - gap)))
+    wheel(skin, ix, y4 + (avail - size) // 2, size, deck)
+    # Beside the wheel: the key and its shift, and the tempo tapped in by hand.
+    sx, sw = ix + size + gap, lw - size - gap
+    skin.display("deck_pitch_key_label", sx, y4, sw, small, deck, size=0, colour=colour)
+    knob = int(min(sw, s(40), max(s(18), avail - 2 * (small + gap) - s(12))))
+    skin.knob("deck_pitch_key", sx + (sw - knob) // 2, y4 + small + gap, knob, deck, colour=colour)
+    skin.text(sx, y4 + small + gap + knob, sw, s(11), "KEY", DIM, s(8))
+    skin.button("deck_edit_bpm", sx, y4 + avail - small, sw, small, "TAP", deck, "sync")
     yt = y + h - pad - bottom_rows + gap
-    row_of_buttons(skin, ix, yt, iw, s(24), [("deck_cue", "CUE", "cue", False, None),
+    row_of_buttons(skin, ix, yt, lw, s(24), [("deck_cue", "CUE", "cue", False, None),
                                             ("deck_play_pause", "PLAY", "play", True, None),
                                             ("deck_sync", "SYNC", "sync", False, None),
                                             ("deck_load", "LOAD", "plain", False, None)], deck)
     yl = yt + s(24) + gap
-    row_of_buttons(skin, ix, yl, iw, row, [("deck_loop_in_end", "IN", "loop", False, None),
+    row_of_buttons(skin, ix, yl, lw, row, [("deck_setcue", "SET", "cue", False, None),
+                                          ("deck_back_to_top", "TOP", "plain", False, None),
+                                          ("deck_loop_in_end", "IN", "loop", False, None),
                                           ("deck_loop_out", "OUT", "loop", False, None),
-                                          ("deck_loop_half", "1/2", "loop", True, None),
-                                          ("deck_loop_1", "1", "loop", True, None),
-                                          ("deck_loop_2", "2", "loop", True, None),
-                                          ("deck_loop_4", "4", "loop", True, None),
-                                          ("deck_loop_8", "8", "loop", True, None),
-                                          ("deck_loop_16", "16", "loop", True, None)], deck, gap=2)
-    yc = yl + row + gap
-    row_of_buttons(skin, ix, yc, iw, row, [("deck_cuepos_%d" % (i + 1), str(i + 1), "plain", False, HOTCUE[i])
+                                          ("deck_loop_reloop", "RE", "loop", False, None),
+                                          ("deck_loop_less", "/2", "loop", False, None),
+                                          ("deck_loop_more", "x2", "loop", False, None)], deck, gap=2)
+    yl2 = yl + row + gap
+    row_of_buttons(skin, ix, yl2, lw, row, [("deck_loop_half", "1/2", "loop", True, None),
+                                           ("deck_loop_1", "1", "loop", True, None),
+                                           ("deck_loop_2", "2", "loop", True, None),
+                                           ("deck_loop_4", "4", "loop", True, None),
+                                           ("deck_loop_8", "8", "loop", True, None),
+                                           ("deck_loop_16", "16", "loop", True, None)], deck, gap=2)
+    yc = yl2 + row + gap
+    row_of_buttons(skin, ix, yc, lw, row, [("deck_cuepos_%d" % (i + 1), str(i + 1), "plain", False, HOTCUE[i])
                                           for i in range(8)], deck, gap=2)
     yf = yc + row + gap
-    row_of_buttons(skin, ix, yf, iw, row, [("fx_sel", "FX", "fx", True, None),
+    row_of_buttons(skin, ix, yf, lw, row, [("fx_sel", "FX", "fx", True, None),
                                           ("deck_reverse", "REV", "fx", True, None),
                                           ("deck_brake", "BRAKE", "fx", True, None),
                                           ("deck_skip_beat_prev", "-1", "plain", False, None),
@@ -215,12 +238,19 @@ def mixer(skin, x, y, w, h, order):
         rows = [("deck_gain", None, "label_gain"), ("deck_eq_high", ("deck_kill_high", "HI"), None),
                 ("deck_eq_mid", ("deck_kill_mid", "MID"), None), ("deck_eq_low", ("deck_kill_low", "LOW"), None),
                 ("deck_cutoff_filter", None, "label_filter")]
+        readouts = {"deck_gain": "deck_gain_val", "deck_eq_high": "deck_eq_high_val",
+                    "deck_eq_mid": "deck_eq_mid_val", "deck_eq_low": "deck_eq_low_val"}
         for action, kill, label in rows:
             skin.knob(action, sx + s(2), ky, knob, deck, colour=DECK_COLOURS[deck] if action == "deck_cutoff_filter" else "#d8dce4")
+            # The name (or kill switch) over the knob's value, both beside it.
+            top_h = knob // 2 if action in readouts else knob
             if kill:
-                skin.button(kill[0], side_x, ky + (knob - s(15)) // 2, side_w, s(15), kill[1], deck, "kill", True)
+                skin.button(kill[0], side_x, ky, side_w, top_h - 1, kill[1], deck, "kill", True)
             else:
-                skin.label(label, side_x - 2, ky, side_w + 4, knob, deck, size=0)
+                skin.label(label, side_x - 2, ky, side_w + 4, top_h, deck, size=0)
+            if action in readouts:
+                skin.label(readouts[action], side_x - 2, ky + top_h, side_w + 4, knob - top_h, deck, colour=TEXT,
+                           size=0)
             ky += knob + 2
         ky += gap
         skin.button("deck_monitor", sx + s(2), ky, sw - s(5), cue_h, "CUE", deck, "cue", True)

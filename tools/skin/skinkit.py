@@ -8,7 +8,7 @@ from xml.sax.saxutils import quoteattr
 import cairo
 
 NAME = "Zorvik Default 4 decks"
-SIZES = [(1024, 600), (1024, 768), (1280, 800), (1280, 1024), (1366, 768)]
+SIZES = [(1024, 600), (1024, 768), (1280, 800), (1280, 1024), (1366, 768), (1920, 1080)]
 FONT = "DejaVu Sans"
 
 # Palette: a dark console, one colour per deck, lit states in the colour of their function.
@@ -47,6 +47,8 @@ class Skin:
         self.elements = []  # (depth, xml text)
         self.group = None
         self.state_boxes = []  # buttons whose extra states go below the window
+        self.looks = []  # (element index, w, h, draw(x, y), attributes(x, y)) packed below the window
+        self.strips = {}  # (knob size, colour) -> element indices sharing one film strip
         self.pages = []
 
     def s(self, value):
@@ -57,7 +59,7 @@ class Skin:
         self.page_h = page_height
         self.page_count = pages
         self.state_y = height = self.h + page_height * pages
-        self.surface_height = height + 900  # trimmed after packing the button states
+        self.surface_height = height + 2400  # trimmed after packing the button states and looks
         self.surface = cairo.ImageSurface(cairo.FORMAT_RGB24, self.w, self.surface_height)
         self.cr = cairo.Context(self.surface)
         self.fill_rect(0, 0, self.w, self.surface_height, BG)
@@ -154,15 +156,28 @@ class Skin:
         self.text(x + 1, y, w - 2, h - 1, label, fg, min(self.s(10), h * 0.55))
 
     def knob(self, action, x, y, size, deck=None, label=None, colour="#d8dce4"):
-        bx, by = self.add("slider", action, x, y, size, size, deck, isknob="yes",
-                          slidercolor=colour, backcolor=PANEL)
+        """A knob drawn at rest in the window; its turned looks are a film strip below it."""
+        bx, by = self.add("slider", action, x, y, size, size, deck, isknob="yes", slidercolor=colour,
+                          backcolor=PANEL, rotation=270, aliasing=1, spacebetweenpositions=0,
+                          **{"_strip": "1"})
+        self.strips.setdefault((size, colour), []).append(len(self.elements) - 1)
+        self.draw_knob(bx, by, size, colour, 0.0)
+        if label:
+            self.text(x - 8, y + size, size + 16, self.s(11), label, DIM, self.s(8))
+
+    def draw_knob(self, x, y, size, colour, angle):
+        """The knob turned `angle` degrees from its minimum (0..270, clockwise from lower left)."""
         cr = self.cr
         cr.new_path()
-        cx, cy, r = bx + size / 2.0, by + size / 2.0, size / 2.0 - 1
+        cx, cy, r = x + size / 2.0, y + size / 2.0, size / 2.0 - 1
         cr.set_line_width(max(1.5, size / 12.0))
         cr.set_source_rgb(*rgb("#30343c"))
         cr.arc(cx, cy, r - 1, math.radians(135), math.radians(405))
         cr.stroke()
+        if angle > 0.5:
+            cr.set_source_rgb(*rgb(colour))
+            cr.arc(cx, cy, r - 1, math.radians(135), math.radians(135 + angle))
+            cr.stroke()
         cr.arc(cx, cy, r * 0.72, 0, 2 * math.pi)
         grad = cairo.LinearGradient(cx, cy - r, cx, cy + r)
         grad.add_color_stop_rgb(0, *rgb("#3c4049"))
@@ -172,11 +187,16 @@ class Skin:
         cr.set_source_rgb(*rgb("#4a4f5a"))
         cr.set_line_width(1)
         cr.stroke()
-        if label:
-            self.text(x - 8, y + size, size + 16, self.s(11), label, DIM, self.s(8))
+        a = math.radians(135 + angle)
+        cr.set_source_rgb(*rgb("#f0f0f0"))
+        cr.set_line_width(max(1.2, size / 16.0))
+        cr.move_to(cx + math.cos(a) * r * 0.25, cy + math.sin(a) * r * 0.25)
+        cr.line_to(cx + math.cos(a) * r * 0.68, cy + math.sin(a) * r * 0.68)
+        cr.stroke()
 
-    def fader(self, action, x, y, w, h, deck=None, horizontal=False):
-        cap_w, cap_h = (self.s(14), h - 4) if horizontal else (w - 4, self.s(14))
+    def fader(self, action, x, y, w, h, deck=None, horizontal=False, cap=None):
+        cap = cap or self.s(14)
+        cap_w, cap_h = (cap, h - 4) if horizontal else (w - 4, cap)
         bx, by = self.add("slider", action, x, y, w, h, deck, cursorwidth=cap_w, cursorheight=cap_h,
                           slidercolor="#d8dce4", backcolor=PANEL)
         cr = self.cr
@@ -206,18 +226,28 @@ class Skin:
         return bx, by
 
     def meter(self, action, x, y, w, h, deck=None, horizontal=False):
-        bx, by = self.add("vumeter", action, x, y, w, h, deck, colorlow="#2fd27c", colormid="#f4e04d",
-                          colorhigh="#ff4b4b", backcolorlow="#12301f", backcolormid="#333116",
-                          backcolorhigh="#3a1616")
-        n = 16
-        for i in range(n):
-            colour = "#12301f" if i < 11 else "#333116" if i < 14 else "#3a1616"
+        """A meter of 24 steps: the dark steps in the window, the lit ones in a look below it."""
+        steps = 24
+        length = w if horizontal else h
+        pitch = max(2, length // steps)
+        bx, by = self.add("vumeter", action, x, y, w, h, deck, indicator="yes", activestepsize=pitch,
+                          colorlow="#2fd27c", colormid="#f4e04d", colorhigh="#ff4b4b", backcolorlow="#12301f",
+                          backcolormid="#333116", backcolorhigh="#3a1616", **{"_look": "1"})
+        self.draw_meter(bx, by, w, h, horizontal, pitch, False)
+        self.looks.append((len(self.elements) - 1, w, h,
+                           lambda lx, ly: self.draw_meter(lx, ly, w, h, horizontal, pitch, True),
+                           lambda lx, ly: 'activeupx="%d" activeupy="%d"' % (lx, ly)))
+
+    def draw_meter(self, x, y, w, h, horizontal, pitch, lit):
+        self.fill_rect(x, y, w, h, SCREEN)
+        for i in range(24):
+            # Green to -10 dB (step 7), yellow to 0 dB (step 15), red above.
+            band = 0 if i < 8 else 1 if i < 16 else 2
+            colour = (["#2fd27c", "#f4e04d", "#ff4b4b"] if lit else ["#12301f", "#333116", "#3a1616"])[band]
             if horizontal:
-                seg = (w - 2) / float(n)
-                self.fill_rect(bx + 1 + i * seg, by + 1, seg - 1, h - 2, colour)
+                self.fill_rect(x + i * pitch, y + 1, pitch - 1, h - 2, colour)
             else:
-                seg = (h - 2) / float(n)
-                self.fill_rect(bx + 1, by + h - 1 - (i + 1) * seg, w - 2, seg - 1, colour)
+                self.fill_rect(x + 1, y + h - (i + 1) * pitch, w - 2, pitch - 1, colour)
 
     # Groups -----------------------------------------------------------------------------
     def open_group(self, x, y, w, h, pages):
@@ -262,8 +292,35 @@ class Skin:
             row_h = max(row_h, h)
         return y + row_h
 
+    def pack_looks(self, top):
+        """Lit meters, then the knobs' film strips, below the button states."""
+        x, y, row_h = 0, top, 0
+        for index, w, h, draw, attributes in self.looks:
+            if x + w > self.w:
+                x, y, row_h = 0, y + row_h, 0
+            draw(x, y)
+            depth, xml = self.elements[index]
+            self.elements[index] = (depth, xml.replace('_look="1"', attributes(x, y)))
+            x += w
+            row_h = max(row_h, h)
+        y += row_h
+        # A strip holds the whole turn in one row from the left edge, so no frame wraps: frame i
+        # shows the knob at (i + 1) * 360 / positions degrees, the last one at its minimum.
+        for (size, colour), indices in sorted(self.strips.items()):
+            positions = min(64, self.w // size)
+            for i in range(positions):
+                angle = min(270.0, ((i + 1) * 360.0 / positions) % 360.0)
+                self.fill_rect(i * size, y, size, size, PANEL)
+                self.draw_knob(i * size, y, size, colour, angle)
+            for index in indices:
+                depth, xml = self.elements[index]
+                self.elements[index] = (depth, xml.replace(
+                    '_strip="1"', 'positions="%d" overx="0" overy="%d"' % (positions, y)))
+            y += size
+        return y
+
     def write(self, folder):
-        bottom = self.pack_states()
+        bottom = self.pack_looks(self.pack_states())
         base = os.path.join(folder, "%s %dx%d" % (NAME, self.w, self.h))
         cropped = cairo.ImageSurface(cairo.FORMAT_RGB24, self.w, bottom)
         cr = cairo.Context(cropped)

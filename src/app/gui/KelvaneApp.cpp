@@ -26,6 +26,7 @@
 #include "skin/model/ControlCatalogue.h"
 #include "skin/ControlTable.h"
 #include "skin/ZQMainWindow.h"
+#include "skin/SoundDisplayTick.h"
 
 namespace {
 
@@ -182,6 +183,7 @@ bool KelvaneApp::OnInit() {
     if (g_engine.decks[i]) g_engine.decks[i]->load(g_commandLineFiles[i], 0, nullptr, 1);
   }
   WatchSignals();
+  StartDisplayTicker(main);  // waveforms and meters, until the main tick feeds them
   return true;
 }
 

@@ -46,12 +46,37 @@ DisplaySize DefaultSkinSize(DisplaySize display) {
 }
 
 int ChooseDefaultSkin(const std::vector<SkinListEntry>& list, DisplaySize display) {
+  // The reference size for the display, when the default skin comes in it and it fits; a
+  // bigger default skin that fits both ways beats it (a 1920x1080 display gets the 1920x1080
+  // skin). When the reference size does not fit (1280x720 would get an 800-high window), the
+  // largest default skin that fits. When none fits, the reference size or the first row.
   DisplaySize wanted = DefaultSkinSize(display);
+  auto isDefault = [](const SkinListEntry& row) {
+    return row.skinName == kDefaultSkinName || row.baseName == kDefaultSkinName;
+  };
+  auto area = [](const SkinListEntry& row) { return static_cast<long>(row.width) * row.height; };
+  int reference = -1;
+  for (size_t i = 0; i < list.size() && reference < 0; ++i) {
+    if (isDefault(list[i]) && list[i].width == wanted.width && list[i].height == wanted.height) {
+      reference = static_cast<int>(i);
+    }
+  }
+  int best = reference >= 0 && SkinFitsDisplay(list[reference], display) ? reference : -1;
+  const bool referenceFits = best >= 0;
   for (size_t i = 0; i < list.size(); ++i) {
     const SkinListEntry& row = list[i];
-    bool named = row.skinName == kDefaultSkinName || row.baseName == kDefaultSkinName;
-    if (named && row.width == wanted.width && row.height == wanted.height) return static_cast<int>(i);
+    if (!isDefault(row) || !SkinFitsDisplay(row, display)) continue;
+    if (best < 0) {
+      best = static_cast<int>(i);
+      continue;
+    }
+    const SkinListEntry& held = list[best];
+    const bool bigger = referenceFits ? row.width >= held.width && row.height >= held.height && area(row) > area(held)
+                                      : area(row) > area(held);
+    if (bigger) best = static_cast<int>(i);
   }
+  if (best >= 0) return best;
+  if (reference >= 0) return reference;
   return list.empty() ? -1 : 0;
 }
 

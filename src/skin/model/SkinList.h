@@ -35,8 +35,9 @@ extern const char* const kDefaultSkinName;  // "Zorvik Default 4 decks"
 
 // The reference size of the default skin for a display.
 DisplaySize DefaultSkinSize(DisplaySize display);
-// Index of the default skin for the display: the first row named kDefaultSkinName (by its
-// skinname or its file name) of the reference size, else row 0; -1 for an empty list.
+// Index of the default skin for the display among the rows named kDefaultSkinName (by skinname
+// or file name): the reference size when it fits, unless a bigger one fits both ways; else the
+// largest that fits; else the reference size, else row 0. -1 for an empty list.
 int ChooseDefaultSkin(const std::vector<SkinListEntry>& list, DisplaySize display);
 // Index of the row whose label or base name is `name`; -1 when absent.
 int FindSkin(const std::vector<SkinListEntry>& list, const std::string& name);

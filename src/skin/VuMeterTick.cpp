@@ -1,0 +1,59 @@
+#include "skin/VuMeterTick.h"
+
+#include <algorithm>
+#include <ctime>
+#include <thread>
+
+#include "audio/Mixer.h"
+#include "skin/ControlTable.h"
+#include "skin/VuMeter.h"
+
+namespace {
+
+CZQVUMeterControl* Meter(const char* name, int deck) {
+  auto* meter = dynamic_cast<CZQVUMeterControl*>(ControlAt(ControlIdByName(name), deck));
+  return meter && meter->Placed() && meter->IsShown() ? meter : nullptr;
+}
+
+void ShowDb(const char* name, int deck, float decibels) {
+  if (CZQVUMeterControl* meter = Meter(name, deck)) meter->SetLevelDb(decibels);
+}
+
+double Seconds(clockid_t clock) {
+  timespec now{};
+  clock_gettime(clock, &now);
+  return now.tv_sec + now.tv_nsec * 1e-9;
+}
+
+}  // namespace
+
+float ProcessCpuPercent() {
+  static double lastCpu = -1.0, lastWall = 0.0;
+  const double cpu = Seconds(CLOCK_PROCESS_CPUTIME_ID), wall = Seconds(CLOCK_MONOTONIC);
+  float percent = 0.0f;
+  if (lastCpu >= 0.0 && wall > lastWall) percent = static_cast<float>(100.0 * (cpu - lastCpu) / (wall - lastWall));
+  lastCpu = cpu;
+  lastWall = wall;
+  return percent;
+}
+
+void RefreshVuMeters(CZQMixer* mixer) {
+  if (mixer) {
+    float left = 0.0f, right = 0.0f;
+    for (int deck = 0; deck < std::min(kDeckRows, mixer->SourceCount()); ++deck) {
+      mixer->ReadSourceLevelDb(deck, &left, &right);
+      ShowDb("vm_deck", deck, std::max(left, right));
+      ShowDb("vm_deckl", deck, left);
+      ShowDb("vm_deckr", deck, right);
+    }
+    mixer->ReadMasterLevelDb(&left, &right);
+    ShowDb("vm_masterl", -1, left);
+    ShowDb("vm_masterr", -1, right);
+    mixer->ReadMicLevelDb(&left, &right);
+    ShowDb("vm_microphone", -1, std::max(left, right));
+  }
+  const float cpu = ProcessCpuPercent();
+  const unsigned cores = std::max(1u, std::thread::hardware_concurrency());
+  if (CZQVUMeterControl* meter = Meter("vm_cpu", -1)) meter->SetPercent(cpu);
+  if (CZQVUMeterControl* meter = Meter("vm_cpu2", -1)) meter->SetPercent(cpu / cores);
+}
