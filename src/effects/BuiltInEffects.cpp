@@ -33,7 +33,9 @@ int ChainNameIndex(std::string_view name) {
 
 }  // namespace
 
-std::unique_ptr<CEffect> CreateBuiltInEffect(int place) {
+namespace {
+
+std::unique_ptr<CEffect> NewBuiltInEffect(int place) {
   switch (place) {
     case 0: return std::make_unique<CEffectAmplitudes>();
     case 1: {
@@ -49,6 +51,16 @@ std::unique_ptr<CEffect> CreateBuiltInEffect(int place) {
     case kEqualizerPlace: return std::make_unique<CEffectEqualizerIIR>();
     default: return nullptr;
   }
+}
+
+}  // namespace
+
+std::unique_ptr<CEffect> CreateBuiltInEffect(int place) {
+  std::unique_ptr<CEffect> effect = NewBuiltInEffect(place);
+  // Created stopped, so the first dry block has nothing to stop and reset (clearing two
+  // seconds of reverb line per channel); the first rise of the mix starts them clean.
+  if (effect && place != kEqualizerPlace) effect->Stop();
+  return effect;
 }
 
 std::string_view BuiltInPlaceName(int place) {

@@ -1,8 +1,10 @@
 // Every built-in effect reached from `lumo render --fx`, as a user would switch it on: each one
-// audibly changes a loud tone and keeps every sample finite; a name that is none fails.
+// audibly changes a loud tone and keeps every sample finite; a name that is none fails. The
+// master limiter, switched from the command line, holds the tone at its ceiling.
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <string>
@@ -54,6 +56,19 @@ TEST(LumoRenderFx, EveryBuiltInChangesWhatIsRendered) {
     EXPECT_GT(change, 0.01) << name << " left the tone as it was";
   }
 
+  // The master limiter at its step of the mix: the 0.9 peak is held at its -1.5 dB ceiling
+  // (plus the quarter dB its fast level measure may read low), not merely turned down.
+  auto peak = [](const std::vector<float>& samples) {
+    float p = 0;
+    for (float v : samples) p = std::max(p, std::fabs(v));
+    return p;
+  };
+  EXPECT_NEAR(peak(dry), 0.9f, 0.001f);
+  const float limited = peak(Render(in, out, "--limiter on"));
+  EXPECT_LE(limited, std::pow(10.0f, -1.25f / 20));
+  EXPECT_GT(limited, std::pow(10.0f, -2.5f / 20));
+  EXPECT_EQ(peak(Render(in, out, "--limiter off")), peak(dry));
+  EXPECT_EQ(RunCommand(std::string(LUMO_TOOL) + " render '" + in + "' -o '" + out + "' --limiter maybe > /dev/null 2>&1") >> 8, 2);
   EXPECT_EQ(RunCommand(std::string(LUMO_TOOL) + " render '" + in + "' -o '" + out + "' --fx fxNothing > /dev/null 2>&1") >> 8, 1);
 }
 

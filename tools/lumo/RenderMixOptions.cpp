@@ -86,6 +86,9 @@ bool ParseOne(const std::string& name, const std::string& value, RenderMixOption
     RenderMixOptions::Fx fx;
     if (!ParseFx(value, fx)) return Refuse("fx", value, "NAME[:wet 0..1[:p1[:p2 0..1000]]]");
     o.fx.push_back(fx);
+  } else if (name == "limiter") {
+    if (value != "on" && value != "off") return Refuse("limiter", value, "on or off");
+    o.limiter = value == "on";
   } else if (name == "chain") {
     if (value.empty()) return Refuse("chain", value, "a .knf file");
     o.chain = value;
@@ -97,7 +100,7 @@ bool ParseOne(const std::string& name, const std::string& value, RenderMixOption
 
 const char* RenderMixUsage() {
   return " [--volume 0..127] [--crossfader 0..127] [--eq LOW,MID,HIGH] [--kill low|mid|high]"
-         " [--filter -99..99] [--fx NAME[:wet[:p1[:p2]]]] [--chain FILE.knf]";
+         " [--filter -99..99] [--fx NAME[:wet[:p1[:p2]]]] [--chain FILE.knf] [--limiter on|off]";
 }
 
 bool ParseRenderMixOptions(const ParsedArgs& args, RenderMixOptions& options) {
@@ -140,6 +143,7 @@ bool ApplyRenderMixOptions(const RenderMixOptions& o) {
     if (fx.param2) effect->SetParam(2, *fx.param2);
     effect->SetDryWet(fx.wet);
   }
+  if (o.limiter) EngineSetLimiter(*o.limiter);
   if (o.chain && !LoadChain(channel->Chain(), channel, *o.chain)) {
     std::fprintf(stderr, "lumo: can not load the effect chain %s\n", o.chain->c_str());
     return false;

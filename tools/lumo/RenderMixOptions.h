@@ -9,6 +9,7 @@
 //   --fx NAME[:wet[:p1[:p2]]] a fixed effect place by its action name, or a dynamics preset
 //                             in the user chain (may repeat)
 //   --chain FILE.knf          a user chain file
+//   --limiter on|off          the master limiter (otherwise the alimit setting decides)
 
 #include <array>
 #include <optional>
@@ -30,6 +31,7 @@ struct RenderMixOptions {
   std::optional<int> filter;
   std::vector<Fx> fx;
   std::optional<std::string> chain;
+  std::optional<bool> limiter;
 };
 
 // The options' part of the usage line.

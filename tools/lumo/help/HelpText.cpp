@@ -57,6 +57,7 @@ const std::vector<CommandHelp> kCommands = {
        "and two parameters 0 to 1000; fxLevelControl, fxCompressor and fxLimiter join the user "
        "chain. May be given more than once."},
       {"--chain FILE.knf", "Load a user effect chain file on the channel."},
+      {"--limiter on|off", "The master limiter on the master bus (default: the alimit setting)."},
       {"--pitch PERCENT", "Deck A's pitch in percent, within --range."},
       {"--range PERCENT", "The pitch fader's range, 1 to 100 (default 100)."},
       {"--keylock splice|rubberband", "Keep the key while the pitch changes, by either method."},
