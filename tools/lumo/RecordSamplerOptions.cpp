@@ -40,7 +40,7 @@ bool RecordSamplerOptions::Parse(const ParsedArgs& args) {
       std::fprintf(stderr, "lumo: --record wants a file name (OUT.wav or OUT.mp3)\n");
       return false;
     }
-    record_ = WithRecordingExtension(*record, false);  // a bare name records WAV
+    record_ = *record;  // as given: anything but .mp3 records WAV
   }
   for (const auto& [name, value] : args.options) {
     if (name != "sampler") continue;
