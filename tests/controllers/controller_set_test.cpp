@@ -134,6 +134,17 @@ TEST_F(ControllerSetTest, AnInputWithoutAnOutputIsNeverAskedAndGoesToLearn) {
   EXPECT_EQ(unmatched[0], (std::vector<int>{0x90, 0, 60, 0})) << "velocity 0 stays a note-on";
 }
 
+TEST_F(ControllerSetTest, TwoDevicesOfOneNameBothAskThroughTheFirstOutput) {
+  midi.inputs = {"Pad:Pad MIDI 1 24:0", "Pad:Pad MIDI 1 28:0"};
+  midi.outputs = {"Pad:Pad MIDI 1 24:0", "Pad:Pad MIDI 1 28:0"};
+  set.ListDevices();
+  ASSERT_TRUE(set.OpenController(0, -1, nullptr));
+  ASSERT_TRUE(set.OpenController(1, -1, nullptr));
+  EXPECT_EQ(set.Slot(1).midiOutIndex, 0);
+  EXPECT_EQ(midi.sent[0].size(), 2u);
+  EXPECT_TRUE(midi.sent[1].empty());
+}
+
 TEST_F(ControllerSetTest, SixteenSlotsAndOneDeviceOneController) {
   for (int i = 0; i < 17; ++i) midi.inputs.push_back("Device " + std::to_string(i));
   set.ListDevices();
