@@ -119,16 +119,21 @@ bool ControllerSet::OpenMidi(CZQHardwareController& c, int midiInIndex) {
   c.inputName = midiInIndex < static_cast<int>(inputs_.size()) ? inputs_[midiInIndex] : "";
   if (midi_) c.midiIn = midi_->OpenInput(midiInIndex, &ControllerSet::OnMidiBytes, &c);
   if (!c.midiIn) TraceLine("MIDI input '%s' could not be opened", c.inputName.c_str());
-  // The output of the same device; the first of equal names wins.
+  // The output of the same device: the first of exactly the same name, else the first of the
+  // same name once the system's decorations are taken off (two identical devices under ALSA
+  // differ only in their client numbers, and each keeps its own output).
+  int output = -1;
+  for (size_t i = 0; i < outputs_.size() && output < 0; ++i) {
+    if (outputs_[i] == c.inputName) output = static_cast<int>(i);
+  }
   const std::string name = NormaliseMidiPortName(c.inputName);
-  for (size_t i = 0; i < outputs_.size() && midi_; ++i) {
-    if (NormaliseMidiPortName(outputs_[i]) != name) continue;
-    c.midiOut = midi_->OpenOutput(static_cast<int>(i));
-    if (c.midiOut) {
-      c.midiOutIndex = static_cast<int>(i);
-      c.outputName = outputs_[i];
-    }
-    break;
+  for (size_t i = 0; i < outputs_.size() && output < 0; ++i) {
+    if (NormaliseMidiPortName(outputs_[i]) == name) output = static_cast<int>(i);
+  }
+  if (output >= 0 && midi_) c.midiOut = midi_->OpenOutput(output);
+  if (c.midiOut) {
+    c.midiOutIndex = output;
+    c.outputName = outputs_[output];
   }
   if (!c.midiOut) {
     c.matchDone = 1;  // nothing to ask and nowhere to answer: the learn map takes it

@@ -44,7 +44,7 @@ class Engine {
     }
     wake_.notify_all();
     if (watchdog_.joinable()) watchdog_.join();
-    // Hosts are gone by now (they live in the application or a test, never in a static).
+    if (LiveRealms().load() > 0) return;  // a static host still holds realms: leave it all up
     if (cx_) JS_DestroyContext(cx_);
     JS_ShutDown();
   }
@@ -101,6 +101,12 @@ bool Engine::OnInterrupt(JSContext*) { return !TheEngine().Stopped(); }
 int callDepth = 0;
 
 }  // namespace
+
+namespace {
+constinit std::atomic<int> g_liveRealms{0};  // no constructor or destructor to order
+}
+
+std::atomic<int>& LiveRealms() { return g_liveRealms; }
 
 JSContext* Context() { return TheEngine().Get(); }
 

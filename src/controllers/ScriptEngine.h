@@ -12,8 +12,15 @@
 
 #include "controllers/ScriptHost.h"
 
+namespace script_engine {
+// Realms alive in any host. The engine outlives them: a host kept in a static object may die
+// after the engine's own static, and then the engine stays up until the process is gone.
+std::atomic<int>& LiveRealms();
+}  // namespace script_engine
+
 struct ScriptHost::Realm {
-  explicit Realm(JSContext* cx) : global(cx), result(cx) {}
+  explicit Realm(JSContext* cx) : global(cx), result(cx) { ++script_engine::LiveRealms(); }
+  ~Realm() { --script_engine::LiveRealms(); }
   JS::PersistentRootedObject global;
   JS::PersistentRootedValue result;  // the last call's return value
 };

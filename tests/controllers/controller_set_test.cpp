@@ -134,6 +134,18 @@ TEST_F(ControllerSetTest, AnInputWithoutAnOutputIsNeverAskedAndGoesToLearn) {
   EXPECT_EQ(unmatched[0], (std::vector<int>{0x90, 0, 60, 0})) << "velocity 0 stays a note-on";
 }
 
+TEST_F(ControllerSetTest, EachOfTwoIdenticalDevicesKeepsItsOwnOutputAndEqualNamesTakeTheFirst) {
+  midi.inputs = {"Pad:Pad MIDI 1 24:0", "Pad:Pad MIDI 1 28:0", "Twin", "Twin"};
+  midi.outputs = {"Pad:Pad MIDI 1 24:0", "Pad:Pad MIDI 1 28:0", "Twin", "Twin"};
+  set.ListDevices();
+  for (int i = 0; i < 4; ++i) ASSERT_TRUE(set.OpenController(i, -1, nullptr));
+  EXPECT_EQ(set.Slot(0).midiOutIndex, 0);
+  EXPECT_EQ(set.Slot(1).midiOutIndex, 1) << "ALSA's client numbers tell the two pads apart";
+  EXPECT_EQ(set.Slot(2).midiOutIndex, 2);
+  EXPECT_EQ(set.Slot(3).midiOutIndex, 2) << "names that are wholly equal: the first one";
+  EXPECT_EQ(midi.sent[2].size(), 2u);
+}
+
 TEST_F(ControllerSetTest, SixteenSlotsAndOneDeviceOneController) {
   for (int i = 0; i < 17; ++i) midi.inputs.push_back("Device " + std::to_string(i));
   set.ListDevices();
