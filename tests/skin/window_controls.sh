@@ -80,20 +80,21 @@ drag "$((vx + vw / 2))" "$((vy + 5))" "$((vx + vw / 2))" "$((vy + vh + 20))"
 wait_for '[[ "$(value volume0)" -le 2 ]]'
 echo "channel fader dragged down: $(value volume0)"
 
-# The low EQ knob turned by dragging up 40 px (sideways movement is ignored).
+# The low EQ knob (-12..+12 dB over 270 degrees, two degrees a pixel) turned by dragging up
+# 40 px: 80 of 270 degrees from the centre is +7.1 dB; sideways movement is ignored.
 read -r kx ky <<<"$(centre deck_eq_low)"
 drag "$kx" "$ky" "$((kx + 30))" "$((ky - 40))"
-wait_for 'awk "BEGIN{exit !($(value eqlow0) > 4.0)}"'
+wait_for '[[ "$(value eqlow0)" == 7.1 ]]'
 echo "low EQ knob turned up: $(value eqlow0) dB"
 # Two wheel notches down on the knob: half a dB each.
-turned=$(value eqlow0)
 xdotool mousemove "$kx" "$ky" click 5 click 5
-wait_for 'awk "BEGIN{exit !($(value eqlow0) < $turned - 0.9)}"'
+wait_for '[[ "$(value eqlow0)" == 6.1 ]]'
 echo "wheel down twice: $(value eqlow0) dB"
 import -window root "$artifacts/controls-after-drags.png"
 
 kill -TERM "$app_pid"
 for _ in $(seq 1 600); do kill -0 "$app_pid" 2>/dev/null || break; sleep 0.1; done
 wait "$app_pid" || { echo "program exit status $?"; cat "$home/stderr.txt"; exit 1; }
+grep "toolkit assertion" "$home/stderr.txt" && { echo "the toolkit complained"; exit 1; }
 app_pid=""
 echo "window controls work"

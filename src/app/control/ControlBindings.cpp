@@ -143,6 +143,12 @@ std::string DescribeButton(const ButtonBinding& row) {
 
 }  // namespace
 
+void ShowSliderDisplay(const char* control, int deck) {
+  const SliderBinding* row = FindRow(SliderBindings(), control);
+  SliderModel* slider = SliderModelNamed(control, deck);
+  if (row && slider) ShowSliderText(*row, deck, slider->Value());
+}
+
 std::vector<std::string> BindingReport() {
   std::vector<std::string> lines;
   for (int id = 1; id <= kLastControlId; ++id) {

@@ -60,6 +60,9 @@ std::vector<std::string> BindingReport();
 // Ids of button and slider controls (per catalogue id, not per deck) that reach nothing.
 int UnboundControlCount();
 
+// Writes a bound slider's value display (and the curve's label) from the slider's value.
+void ShowSliderDisplay(const char* control, int deck);
+
 // Puts the engine's current state into the controls, at start-up after the engine objects
 // exist: channel volumes, EQ, filter, curve and effect levels read back; the crossfader, which
 // the engine leaves unset, is centred in both. Draws; calls no binding.

@@ -5,6 +5,7 @@
 #include "app/control/ControlModels.h"
 #include "audio/Mixer.h"
 #include "audio/MixerChannel.h"
+#include "deck/SoundSource.h"
 #include "effects/Effect.h"
 
 namespace {
@@ -13,6 +14,7 @@ constexpr int kCrossfaderCentre = 64;
 
 void Show(const char* control, int deck, int value) {
   if (SliderModel* slider = SliderModelNamed(control, deck)) slider->ShowValue(value);
+  ShowSliderDisplay(control, deck);
 }
 
 int Tenths(float dB) { return static_cast<int>(std::lround(dB * 10.0f)); }
@@ -28,6 +30,10 @@ void ShowEngineStateInControls() {
   }
   for (int deck = 0; deck < kDeckCount; ++deck) {
     if (mixer) Show("deck_volume", deck, mixer->ChannelVolumePosition(deck));
+    if (CSoundSource* source = g_engine.decks[deck]) {
+      // Key lock comes from the settings; its switch shows it.
+      if (ButtonModel* keyLock = ButtonModelNamed("deck_key_lock", deck)) keyLock->SetSelected(source->keyLockOn.load() != 0);
+    }
     CZQMixerChannel* channel = g_engine.deckChannels[deck];
     if (!channel) continue;
     Show("deck_eq_low", deck, Tenths(channel->GetBandLevel(1)));

@@ -3,6 +3,10 @@
 // (app/control/GuiTick.h). A tick that overruns is not queued again: the timer fires the next
 // one when the event loop comes back, so a stalled window never builds up ticks.
 //
+// For window tests, ZORVIK_LUMO_STATE_REPORT=FILE makes the tick write the engine state (deck
+// play flags and positions, channel volumes, low EQ, crossfader) and the screen rectangles of
+// a few controls to FILE every five ticks.
+//
 // Threads: GUI thread only.
 
 #include <wx/string.h>

@@ -14,6 +14,7 @@
 #include "app/control/ControlModels.h"
 #include "app/control/GuiTick.h"
 #include "audio/Mixer.h"
+#include "deck/SoundSource.h"
 #include "skin/model/ActionDispatch.h"
 #include "skin/model/NotifierTable.h"
 #include "support/TestFiles.h"
@@ -230,6 +231,13 @@ TEST(ControlStart, FadersShowTheEnginesStateAtStart) {
   }
   EXPECT_EQ(SliderModelNamed("crossfader", -1)->Value(), 64);
   EXPECT_EQ(g_engine.mixer->CrossfaderPosition(), 64);
+  // The curve's display and label follow the engine's curve, not the slider's default.
+  g_engine.mixer->SetCrossfaderCurve(80);
+  g_engine.decks[2]->setKeyLock(true);
+  ShowEngineStateInControls();
+  EXPECT_EQ(TextModelNamed("cf_curve_val", -1)->Text(), "80");
+  EXPECT_TRUE(ButtonModelNamed("deck_key_lock", 2)->Selected());
+  EXPECT_FALSE(ButtonModelNamed("deck_key_lock", 1)->Selected());
   ClearControlModels();
   EngineDeleteAudioObjects();
 }
