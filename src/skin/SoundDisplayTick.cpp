@@ -63,7 +63,8 @@ DeckBeat FeedDeck(CSoundSource& deck, const std::array<CZQSoundDisplayControl*, 
     display->UpdateWave(feed);
     display->SetBeatOfBar(bar);
   }
-  beat.valid = onGrid && deck.IsPlaying();
+  // A deck under the hand has no steady phase to compare.
+  beat.valid = onGrid && deck.IsPlaying() && !deck.scratching.load(std::memory_order_relaxed);
   beat.fraction = span.fraction;
   return beat;
 }
