@@ -82,6 +82,11 @@ wxImage CZQSoundDisplayControl::Snapshot() {
   return picture.GetSubBitmap(wxRect(0, 0, ControlWidth(), ControlHeight())).ConvertToImage();
 }
 
+// Units. Everything that scrolls is in stripe entries (one per 100 frames, 441 a second):
+// positions, cues and loops are divided by 100 once, in UpdateWave, and a column of the long
+// side covers WaveformMap::EntriesPerPixel() entries (the step times the zoom). Pixels appear
+// only below, where a column or a PixelOf() result is drawn.
+//
 // Drawing. The wave is written straight into the pixels of a layer the size of the control,
 // over a copy of the skin's background taken once per skin load, and the layer goes to the
 // picture in one draw: a path of a thousand boxes through the toolkit costs about a

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <mutex>
+#include <string>
 #include <vector>
 
 #include "app/Engine.h"
@@ -63,7 +64,8 @@ DeckBeat FeedDeck(CSoundSource& deck, const std::array<CZQSoundDisplayControl*, 
     display->UpdateWave(feed);
     display->SetBeatOfBar(bar);
   }
-  beat.valid = onGrid && deck.IsPlaying();
+  // A deck under the hand has no steady phase to compare.
+  beat.valid = onGrid && deck.IsPlaying() && !deck.scratching.load(std::memory_order_relaxed);
   beat.fraction = span.fraction;
   return beat;
 }
@@ -71,7 +73,8 @@ DeckBeat FeedDeck(CSoundSource& deck, const std::array<CZQSoundDisplayControl*, 
 }  // namespace
 
 void RefreshSoundDisplays(CSoundSource* const* decks, int count) {
-  static int lastLength[kMaxDecks] = {-1, -1, -1, -1};
+  // The track each deck held at the last tick: a new one (or none) changes the title, once.
+  static std::string held[kMaxDecks];
   count = std::min(count, kMaxDecks);
   std::array<std::array<CZQSoundDisplayControl*, 2>, kMaxDecks> displays{};
   std::array<DeckBeat, kMaxDecks> beats{};
@@ -80,10 +83,10 @@ void RefreshSoundDisplays(CSoundSource* const* decks, int count) {
     if (!displays[d][0] && !displays[d][1]) continue;
     CSoundSource* deck = decks[d];
     const int length = deck ? deck->lengthFrames.load(std::memory_order_acquire) : 0;
-    if (length != lastLength[d]) {
-      // A new track (or none): the title changes with it, once, not every tick.
-      lastLength[d] = length;
-      const std::string title = length > 0 ? BareName(deck->FilePath()) : std::string();
+    std::string path = length > 0 ? deck->FilePath() : std::string();
+    if (path != held[d]) {
+      held[d] = std::move(path);
+      const std::string title = BareName(held[d]);
       for (CZQSoundDisplayControl* display : displays[d]) {
         if (display) display->SetText(title);
       }

@@ -10,12 +10,22 @@
 
 namespace {
 
-CZQVUMeterControl* Meter(const char* name, int deck) {
-  auto* meter = dynamic_cast<CZQVUMeterControl*>(ControlAt(ControlIdByName(name), deck));
+// The meters' catalogue ids, looked up once.
+enum MeterName { kDeckMeter, kDeckLeft, kDeckRight, kMasterLeft, kMasterRight, kMicrophone, kCpu, kCpuShare };
+int MeterId(MeterName name) {
+  static const int ids[] = {ControlIdByName("vm_deck"),    ControlIdByName("vm_deckl"),
+                            ControlIdByName("vm_deckr"),   ControlIdByName("vm_masterl"),
+                            ControlIdByName("vm_masterr"), ControlIdByName("vm_microphone"),
+                            ControlIdByName("vm_cpu"),     ControlIdByName("vm_cpu2")};
+  return ids[name];
+}
+
+CZQVUMeterControl* Meter(MeterName name, int deck) {
+  auto* meter = dynamic_cast<CZQVUMeterControl*>(ControlAt(MeterId(name), deck));
   return meter && meter->Placed() && meter->IsShown() ? meter : nullptr;
 }
 
-void ShowDb(const char* name, int deck, float decibels) {
+void ShowDb(MeterName name, int deck, float decibels) {
   if (CZQVUMeterControl* meter = Meter(name, deck)) meter->SetLevelDb(decibels);
 }
 
@@ -42,18 +52,18 @@ void RefreshVuMeters(CZQMixer* mixer) {
     float left = 0.0f, right = 0.0f;
     for (int deck = 0; deck < std::min(kDeckRows, mixer->SourceCount()); ++deck) {
       mixer->ReadSourceLevelDb(deck, &left, &right);
-      ShowDb("vm_deck", deck, std::max(left, right));
-      ShowDb("vm_deckl", deck, left);
-      ShowDb("vm_deckr", deck, right);
+      ShowDb(kDeckMeter, deck, std::max(left, right));
+      ShowDb(kDeckLeft, deck, left);
+      ShowDb(kDeckRight, deck, right);
     }
     mixer->ReadMasterLevelDb(&left, &right);
-    ShowDb("vm_masterl", -1, left);
-    ShowDb("vm_masterr", -1, right);
+    ShowDb(kMasterLeft, -1, left);
+    ShowDb(kMasterRight, -1, right);
     mixer->ReadMicLevelDb(&left, &right);
-    ShowDb("vm_microphone", -1, std::max(left, right));
+    ShowDb(kMicrophone, -1, std::max(left, right));
   }
   const float cpu = ProcessCpuPercent();
   const unsigned cores = std::max(1u, std::thread::hardware_concurrency());
-  if (CZQVUMeterControl* meter = Meter("vm_cpu", -1)) meter->SetPercent(cpu);
-  if (CZQVUMeterControl* meter = Meter("vm_cpu2", -1)) meter->SetPercent(cpu / cores);
+  if (CZQVUMeterControl* meter = Meter(kCpu, -1)) meter->SetPercent(cpu);
+  if (CZQVUMeterControl* meter = Meter(kCpuShare, -1)) meter->SetPercent(cpu / cores);
 }
