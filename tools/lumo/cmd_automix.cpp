@@ -21,6 +21,7 @@
 #include "app/AutoMix.h"
 #include "app/DataFolders.h"
 #include "app/Engine.h"
+#include "codecs/SongKey.h"
 #include "app/EngineTick.h"
 #include "app/Settings.h"
 #include "app/base/NumberText.h"
@@ -147,7 +148,7 @@ double ListSeconds(const std::vector<std::string>& songs) {
   double total = 0;
   for (const std::string& song : songs) {
     TSongRecord record;
-    if (FindSong(BareFileName(song), record)) total += record.durationMs / 1000.0;
+    if (FindSong(SongKeyOf(song), record)) total += record.durationMs / 1000.0;
   }
   return total;
 }
