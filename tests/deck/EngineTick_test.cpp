@@ -4,6 +4,8 @@
 #include "DeckFixture.h"
 #include "app/EngineTick.h"
 
+#include <utility>
+
 namespace {
 
 constexpr int kSecond = 44100;
@@ -53,6 +55,33 @@ TEST_F(DeckTest, TheTickReturnsAFinishedTrackToItsCue) {
   tick.Run(decks, 1, &report);
   tick.Run(decks, 1, &report);
   EXPECT_TRUE(deck->IsPlaying());
+}
+
+}  // namespace
+
+namespace {
+
+struct FailingDisk : CRecorderTickPort {
+  bool failure = false;
+  int stops = 0;
+  bool TakeDiskFailure() override { return std::exchange(failure, false); }
+  void StopRecording() override { ++stops; }
+};
+
+TEST(EngineTickRecorder, ADiskFailureStopsTheRecordingAndIsReportedOnce) {
+  FailingDisk recorder;
+  CEngineTick tick;
+  tick.SetAutoMix(nullptr);
+  tick.SetRecorder(&recorder);
+  tick.Run(nullptr, 0, nullptr);
+  EXPECT_EQ(recorder.stops, 0);
+  EXPECT_FALSE(tick.TakeRecorderFailure());
+  recorder.failure = true;
+  tick.Run(nullptr, 0, nullptr);
+  tick.Run(nullptr, 0, nullptr);
+  EXPECT_EQ(recorder.stops, 1);
+  EXPECT_TRUE(tick.TakeRecorderFailure()) << "the window switches the record button off";
+  EXPECT_FALSE(tick.TakeRecorderFailure());
 }
 
 }  // namespace

@@ -197,8 +197,12 @@ TEST_F(LumoAutoMix, BadEntriesAreSkippedAndTheMixGoesOn) {
       root.path() + "empty.wav", WriteTrack("two.wav", 124.0, 14.0, 5000.0)};
   WriteBytes(root.path() + "garbage.wav", std::vector<uint8_t>(5000, 0x5a));
   WriteBytes(root.path() + "empty.wav", {});
+  // A list file of the library's own kind this time.
+  std::string knl = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<list version=\"100\" name=\"set\">\n";
+  for (const auto& e : entries) knl += "<song fnam=\"" + e + "\" />\n";
+  std::ofstream(root.path() + "set.knl") << knl << "</list>\n";
   const std::string mix = root.path() + "mix.wav";
-  ToolRun run = RunAutoMix("'" + WriteList(entries) + "' -o '" + mix + "' --mixtime 3 --json", root.path());
+  ToolRun run = RunAutoMix("'" + root.path() + "set.knl' -o '" + mix + "' --mixtime 3 --json", root.path());
   ASSERT_EQ(run.status, 0) << run.errors;
   std::map<std::string, int> skipped;
   int transitions = 0;
@@ -222,6 +226,10 @@ TEST_F(LumoAutoMix, AnOutputThatCannotBeWrittenFailsBeforeAnyWork) {
   EXPECT_EQ(run.status >> 8, 1);
   EXPECT_NE(run.errors.find("can not write " + root.path() + "no/such/folder/mix.wav"), std::string::npos) << run.errors;
   EXPECT_EQ(run.errors.find("analys"), std::string::npos) << "nothing was analysed first";
+
+  run = RunAutoMix("'" + list + "' -o '" + root.path() + "mix.mp3'", root.path());
+  EXPECT_EQ(run.status >> 8, 1);
+  EXPECT_NE(run.errors.find("MP3 output needs the recorder"), std::string::npos) << run.errors;
 
   run = RunAutoMix("'" + list + "'", root.path());
   EXPECT_EQ(run.status >> 8, 2) << "no output named";

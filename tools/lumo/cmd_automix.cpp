@@ -4,6 +4,8 @@
 // the engine is pulled as fast as the machine goes, with the deck workers stepped in time, so
 // the same list always gives the same file.
 
+#include <unistd.h>
+
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -127,6 +129,7 @@ class MixReport {
           FormatFixed(pitch * 0.01, 2).c_str(), FormatFixed(phaseStart_, 3).c_str(), FormatFixed(phaseEnd, 3).c_str(),
           outgoingFrame_, predictedFrame_);
     } else {
+      if (isatty(2)) std::fputs("\r\033[K", stderr);  // the line goes where the progress line was
       std::printf("%s  %s -> %s  %s -> %s BPM (pitch %s %%)  beats %s -> %s apart\n", FormatClock(start_).c_str(),
                   Name(fromPath_).c_str(), toEmpty ? "(end of list)" : Name(toPath_).c_str(),
                   FormatFixed(fromBpm_, 2).c_str(), FormatFixed(toBpm_, 2).c_str(), FormatFixed(pitch * 0.01, 2).c_str(),
@@ -252,6 +255,11 @@ int RunAutoMixCommand(int argc, char** argv) {
     std::fprintf(stderr, "lumo automix: %s\n", error.c_str());
     return 1;
   }
+  if (options.realtime) {
+    // A real-time set is not recorded yet: the path was only checked.
+    output.Close();
+    std::remove(options.output.c_str());
+  }
   if (options.demo) {
     const char* tmp = std::getenv("TMPDIR");
     options.source = WriteDemoSet(std::string(tmp && *tmp ? tmp : "/tmp") + "/zorvik-lumo-automix");
@@ -301,7 +309,6 @@ int RunAutoMixCommand(int argc, char** argv) {
   g_settings.mixaut = 0;
   g_autoMix.SetListener(nullptr);
   output.Close();
-  SetTraceQuiet(false);
   EngineSaveLibrary();
   if (result == 0 && !options.realtime) {
     if (options.json) {
