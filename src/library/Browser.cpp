@@ -181,6 +181,22 @@ void CZQBrowser::DeleteList(int index) {
   std::erase_if(nodes, [&](const BrowserNode& n) { return n.nodeType == kNodeUserList && n.listIndex == index; });
 }
 
+int CZQBrowser::RenameList(int index, const std::string& name) {
+  CZQAbstractList* list = List(index);
+  if (!list || list->type != 0 || name.empty()) return 0;
+  const int other = FindList(name);
+  if (other >= 0 && other != index) return 0;
+  // Written under the new name before the old file goes, so a crash in between loses nothing.
+  const std::string oldPath = ListFilePath(*list);
+  list->name = name;
+  const std::string newPath = ListFilePath(*list);
+  if (newPath != oldPath && list->SaveToFile(newPath, true)) ::unlink(oldPath.c_str());
+  for (BrowserNode& node : nodes) {
+    if (node.nodeType == kNodeUserList && node.listIndex == index) node.label = name;
+  }
+  return 1;
+}
+
 int CZQBrowser::FindList(const std::string& name) const {
   for (int i = 0; i < kMaxLists; ++i) {
     if (lists_[i] && lists_[i]->name == name) return i;

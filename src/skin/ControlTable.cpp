@@ -4,7 +4,12 @@
 
 #include "app/Language.h"
 #include "app/base/Trace.h"
+#include "skin/BrowserTree.h"
+#include "skin/DropDown.h"
+#include "skin/DropZone.h"
+#include "skin/EditText.h"
 #include "skin/SkinControls.h"
+#include "skin/TrackList.h"
 #include "skin/ZQCustomPanel.h"
 
 ZQCustomControl* ControlTable[kControlTableRows][kControlIdCount] = {};
@@ -25,6 +30,18 @@ const Placeholder kPlaceholders[] = {
     {"master_gain_val", "0 dB"},     {"monitor_gain_val", "0 dB"},   {"mic_gain_val", "0 dB"},
     {"cf_curve_val", "50"},         {"pfl_mix_val", "50"}};
 
+// Types with a class of their own file; the rest come from CreateSkinControl.
+ZQCustomControl* MakeControl(int type, wxWindow* parent, int id, int deck) {
+  switch (type) {
+    case kDropZone: return new CZQDropZone(parent, id, deck);
+    case kDropDownList: return new CZQDropDownList(parent, id, deck);
+    case kBrowser: return new CZQBrowserTree(parent, id, deck);
+    case kList: return new CZQPlaylist(parent, id, deck);
+    case kEditArea: return new CZQEditText(parent, id, deck);
+    default: return CreateSkinControl(type, parent, id, deck);
+  }
+}
+
 }  // namespace
 
 ZQCustomControl* ControlAt(int id, int deck) {
@@ -36,14 +53,14 @@ void CreateCatalogueControls(wxWindow* parent) {
   for (int id = 1; id <= kLastControlId; ++id) {
     int type = ControlTypeOf(id);
     if (ControlIsGlobal(id)) {
-      ZQCustomControl* control = CreateSkinControl(type, parent, id, -1);
+      ZQCustomControl* control = MakeControl(type, parent, id, -1);
       if (!control) TraceLine("global control NOT created - id %d", id);
       else control->SetCatalogueId(id);
       ControlTable[0][id] = control;
       continue;
     }
     for (int deck = 0; deck < kDeckRows; ++deck) {
-      ZQCustomControl* control = CreateSkinControl(type, parent, id, deck);
+      ZQCustomControl* control = MakeControl(type, parent, id, deck);
       if (!control) TraceLine("deck control NOT created - id %d (idx %d)", id, deck);
       else control->SetCatalogueId(id);
       ControlTable[deck + 1][id] = control;

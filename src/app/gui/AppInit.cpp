@@ -17,6 +17,7 @@
 #include "app/Engine.h"
 #include "app/CrashReport.h"
 #include "app/Settings.h"
+#include "skin/BrowserSetup.h"
 #include "skin/ControlTable.h"
 #include "skin/SkinLoader.h"
 #include "skin/ZQMainWindow.h"
@@ -83,6 +84,7 @@ bool AppInit(ZQMainWindow* main) {
   CreateCatalogueControls(main);
   ApplyLabelTexts();
   BindWindowControls(main);
+  CreateLibraryPanel();
 
   // Steps 12-19: the engine's objects.
   EngineCreateAudioObjects();
@@ -127,6 +129,7 @@ void AppClose() {
   std::string message;
   if (!EngineSaveSettings(&message)) wxMessageBox(wxString::FromUTF8(message), "Message");
   ForgetMainWindow();
+  DestroyLibraryPanel();
   EngineCloseOutputs();
   ReleaseSkinObjects();
   EngineDeleteAudioObjects();

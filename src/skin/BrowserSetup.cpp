@@ -1,0 +1,69 @@
+#include "skin/BrowserSetup.h"
+
+#include <wx/defs.h>
+
+#include <memory>
+
+#include "app/DataFolders.h"
+#include "app/Engine.h"
+#include "app/Language.h"
+#include "deck/SoundSource.h"
+#include "library/LibraryPanel.h"
+#include "skin/ControlTable.h"
+#include "skin/EditText.h"
+#include "skin/ZQCustomControl.h"
+
+namespace {
+std::unique_ptr<LibraryPanel> g_libraryPanel;
+}  // namespace
+
+void CreateLibraryPanel() {
+  auto browser = std::make_unique<CZQBrowser>(Folders().database, Folders().playlists,
+                                              [](int number) { return LangString(number); });
+  browser->analyze = [](const std::string& path) { EngineEnqueueForAnalysis(path); };
+  auto loader = [](int deck, const std::string& path) {
+    CSoundSource* source = deck >= 0 && deck < kDeckCount ? g_engine.decks[deck] : nullptr;
+    return source && source->load(path, 0, nullptr, 1) != 0;
+  };
+  g_libraryPanel = std::make_unique<LibraryPanel>(std::move(browser), loader);
+  g_libraryPanel->browser().LoadLists();
+  g_libraryPanel->Build();
+  SetCurrentLibraryPanel(g_libraryPanel.get());
+  // The search stop button empties the search box, and with it the search.
+  if (ZQCustomControl* stop = ControlAt(ControlIdByName("search_stop"), -1))
+    stop->onPress = [](int, int, int) { ClearSearchBox(); };
+}
+
+void DestroyLibraryPanel() {
+  if (!g_libraryPanel) return;
+  SetCurrentLibraryPanel(nullptr);
+  g_libraryPanel->browser().SaveLists();
+  g_libraryPanel.reset();
+}
+
+int NavigationKeyOf(int keyCode) {
+  switch (keyCode) {
+    case WXK_UP: case WXK_NUMPAD_UP: return kNavUp;
+    case WXK_DOWN: case WXK_NUMPAD_DOWN: return kNavDown;
+    case WXK_PAGEUP: case WXK_NUMPAD_PAGEUP: return kNavPageUp;
+    case WXK_PAGEDOWN: case WXK_NUMPAD_PAGEDOWN: return kNavPageDown;
+    case WXK_HOME: case WXK_NUMPAD_HOME: return kNavHome;
+    case WXK_END: case WXK_NUMPAD_END: return kNavEnd;
+    case WXK_LEFT: case WXK_NUMPAD_LEFT: return kNavLeft;
+    case WXK_RIGHT: case WXK_NUMPAD_RIGHT: return kNavRight;
+    case WXK_RETURN: case WXK_NUMPAD_ENTER: return kNavEnter;
+    case WXK_TAB: return kNavTab;
+    default: return 0;
+  }
+}
+
+void RepaintOnPanelChange(ZQCustomControl& control, unsigned& drawnRevision) {
+  LibraryPanel* panel = CurrentLibraryPanel();
+  if (!panel || !control.IsShown() || panel->Revision() == drawnRevision) return;
+  drawnRevision = panel->Revision();
+  control.Repaint();
+}
+
+int LibraryRowHeight(int lineHeight, const wxFont& font) {
+  return lineHeight >= 8 ? lineHeight : font.GetPixelSize().GetHeight() + 4;
+}

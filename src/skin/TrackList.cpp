@@ -1,0 +1,181 @@
+#include "skin/TrackList.h"
+
+#include <wx/dataobj.h>
+#include <wx/dnd.h>
+
+#include <cstdlib>
+
+#include "app/Language.h"
+#include "library/LibraryPanel.h"
+#include "skin/BrowserSetup.h"
+#include "skin/BrowserTree.h"
+#include "skin/ControlTable.h"
+#include "skin/SkinDraw.h"
+
+namespace {
+
+constexpr int kRedrawMs = 100;
+constexpr int kDragThreshold = 5;  // pixels the pointer moves with the button down before a drag
+
+// The language's column titles are strings 27 to 38 in column order.
+std::string ColumnTitle(int column) {
+  if (const std::string& text = LangString(27 + column); !text.empty()) return text;
+  switch (column) {
+    case kColTitle: return "Title";
+    case kColArtist: return "Artist";
+    case kColTempo: return "BPM";
+    case kColKey: return "Key";
+    case kColTime: return "Length";
+    default: return "";
+  }
+}
+
+std::vector<std::string> Utf8Paths(const wxArrayString& files) {
+  std::vector<std::string> paths;
+  for (const wxString& file : files) paths.push_back(file.utf8_string());
+  return paths;
+}
+
+class ListFileDrop : public wxFileDropTarget {
+ public:
+  bool OnDropFiles(wxCoord, wxCoord, const wxArrayString& files) override {
+    LibraryPanel* panel = CurrentLibraryPanel();
+    return panel && panel->DropOnList(Utf8Paths(files)) > 0;
+  }
+};
+
+}  // namespace
+
+CZQPlaylist::CZQPlaylist(wxWindow* parent, int logicalId, int deck)
+    : CZQSkinnedControl(parent, logicalId, deck, 8), redrawTimer_(this) {
+  SetWantsDoubleClick(true);
+  Bind(wxEVT_TIMER, [this](wxTimerEvent&) {
+    if (ShowsPanel()) RepaintOnPanelChange(*this, drawnRevision_);
+  });
+}
+
+bool CZQPlaylist::ShowsPanel() const { return CatalogueId() == ControlIdByName("playlist"); }
+
+int CZQPlaylist::RowHeight() const { return LibraryRowHeight(lineHeight_, font_); }
+
+void CZQPlaylist::LoadAttributes(SkinAttributeList& list) {
+  cursorColour_ = ParseColour(list.GetString("cursorcolor"), wxColour(0x2A, 0x3F, 0x5C));
+  headerFontColour_ = ParseColour(list.GetString("headerfontcolor"), wxColour(0x7D, 0x83, 0x8F));
+  gridColour_ = ParseColour(list.GetString("gridcolor"), wxColour(0x1C, 0x1F, 0x24));
+  lineHeight_ = list.GetInt("lineheight");
+  CZQSkinnedControl::LoadAttributes(list);
+  if (ShowsPanel()) {
+    if (!GetDropTarget()) SetDropTarget(new ListFileDrop);
+    if (!redrawTimer_.IsRunning()) redrawTimer_.Start(kRedrawMs);
+  }
+}
+
+void CZQPlaylist::HandleEvent(const ControlEvent& event) {
+  LibraryPanel* panel = CurrentLibraryPanel();
+  if (!panel || !ShowsPanel()) return;
+  TrackListView& view = panel->list();
+  const int rowHeight = RowHeight();
+  view.SetGeometry(rowHeight, rowHeight, ControlHeight());
+  bool changed = true;
+  switch (event.kind) {
+    case kEventMouseDown:
+      FocusLibraryPane(1);
+      pressRow_ = -1;
+      if (event.y < rowHeight) {
+        view.ClickHeader(view.ColumnAt(event.x));
+      } else if (int row = view.RowAt(event.y); row >= 0) {
+        view.SetCursor(row);
+        pressRow_ = event.button == 1 ? row : -1;
+        pressX_ = event.x, pressY_ = event.y;
+      }
+      break;
+    case kEventMouseUp: pressRow_ = -1; changed = false; break;
+    case kEventMotion:
+      changed = false;
+      if (pressRow_ >= 0 && std::abs(event.x - pressX_) + std::abs(event.y - pressY_) > kDragThreshold) StartRowDrag();
+      break;
+    case kEventDoubleClick:
+      if (int row = view.RowAt(event.y); row >= 0) {
+        view.SetCursor(row);
+        panel->LoadSelectedTrackToDeck(-1);
+      }
+      break;
+    case kEventWheel: view.Scroll(event.status > 0 ? -3 : 3); break;
+    case kEventCharacter: {
+      const int key = NavigationKeyOf(event.x);
+      changed = key != 0 && panel->HandleKey(key);
+      if (key == kNavTab) FocusLibraryPane(0);
+      break;
+    }
+    default: changed = false;
+  }
+  if (!changed) return;
+  panel->MarkChanged();
+  Repaint();
+}
+
+void CZQPlaylist::StartRowDrag() {
+  LibraryPanel* panel = CurrentLibraryPanel();
+  TZQListElement row;
+  pressRow_ = -1;
+  if (!panel || !panel->list().CursorRow(row)) return;
+  // A row travels as its file, which every drop target (ours and a file manager's) takes.
+  wxFileDataObject data;
+  data.AddFile(wxString::FromUTF8(row.column[kColPath]));
+  wxDropSource source(data, this);
+  source.DoDragDrop(wxDrag_CopyOnly);
+}
+
+void CZQPlaylist::PaintHeader(wxDC& dc, int rowHeight) {
+  LibraryPanel* panel = CurrentLibraryPanel();
+  TrackListView& view = panel->list();
+  dc.SetPen(wxPen(gridColour_));
+  dc.DrawLine(0, rowHeight - 1, ControlWidth(), rowHeight - 1);
+  dc.SetTextForeground(headerFontColour_);
+  const CZQAbstractList* list = view.list();
+  int x = 0;
+  for (const TrackListColumn& column : view.Columns()) {
+    std::string title = ColumnTitle(column.column);
+    if (list && list->sortColumn == column.column) title += list->sortAscending ? " ^" : " v";
+    dc.DrawText(wxString::FromUTF8(title), x + 3, 1);
+    x += column.width;
+  }
+}
+
+void CZQPlaylist::PaintControl() {
+  PaintBackground(upx_, upy_, backColour_, borderVisible_ ? borderColour_ : backColour_);
+  LibraryPanel* panel = CurrentLibraryPanel();
+  if (!panel || !ShowsPanel()) return;
+  wxMemoryDC& dc = Offscreen();
+  TrackListView& view = panel->list();
+  const int rowHeight = RowHeight();
+  view.SetGeometry(rowHeight, rowHeight, ControlHeight());
+  view.FitWidth(ControlWidth());
+  dc.SetFont(font_);
+  dc.SetBackgroundMode(wxBRUSHSTYLE_TRANSPARENT);
+  PaintHeader(dc, rowHeight);
+  dc.SetTextForeground(fontColour_);
+  const bool focused = panel->Focus() == LibraryPanel::kListPane;
+  const int last = std::min(view.RowCount(), view.FirstRow() + view.RowsOnScreen());
+  TZQListElement row;
+  for (int i = view.FirstRow(); i < last; ++i) {
+    if (!view.list()->GetRow(i, row)) break;
+    const int y = rowHeight + (i - view.FirstRow()) * rowHeight;
+    const bool cursor = i == view.Cursor();
+    if (cursor) {
+      dc.SetPen(*wxTRANSPARENT_PEN);
+      dc.SetBrush(wxBrush(focused ? cursorColour_ : cursorColour_.ChangeLightness(70)));
+      dc.DrawRectangle(0, y, ControlWidth(), rowHeight);
+    }
+    dc.SetPen(wxPen(gridColour_));
+    dc.DrawLine(0, y + rowHeight - 1, ControlWidth(), y + rowHeight - 1);
+    int x = 0;
+    for (const TrackListColumn& column : view.Columns()) {
+      dc.SetClippingRegion(x, y, column.width - 4, rowHeight);
+      dc.DrawText(wxString::FromUTF8(TrackListView::CellText(row, column.column)), x + 3, y + 2);
+      dc.DestroyClippingRegion();
+      x += column.width;
+    }
+  }
+  drawnRevision_ = panel->Revision();
+}
