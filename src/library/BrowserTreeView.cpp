@@ -5,13 +5,14 @@
 #include "library/Browser.h"
 #include "library/TrackListView.h"
 
-void BrowserTreeView::SetGeometry(int rowHeight, int height) {
+void BrowserTreeView::SetGeometry(int headerHeight, int rowHeight, int height) {
+  headerHeight_ = std::max(0, headerHeight);
   rowHeight_ = std::max(1, rowHeight);
   height_ = std::max(0, height);
   KeepCursorVisible();
 }
 
-int BrowserTreeView::RowsOnScreen() const { return std::max(1, height_ / rowHeight_); }
+int BrowserTreeView::RowsOnScreen() const { return std::max(1, (height_ - headerHeight_) / rowHeight_); }
 
 int BrowserTreeView::RowCount() const { return static_cast<int>(browser_.nodes.size()); }
 
@@ -57,8 +58,8 @@ void BrowserTreeView::Scroll(int lines) {
 }
 
 int BrowserTreeView::RowAt(int y) const {
-  if (y < 0) return -1;
-  const int row = first_ + y / rowHeight_;
+  if (y < headerHeight_) return -1;
+  const int row = first_ + (y - headerHeight_) / rowHeight_;
   return row < RowCount() ? row : -1;
 }
 

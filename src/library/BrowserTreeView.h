@@ -12,7 +12,8 @@ class BrowserTreeView {
  public:
   explicit BrowserTreeView(CZQBrowser& browser) : browser_(browser) {}
 
-  void SetGeometry(int rowHeight, int height);
+  // Layout, in pixels: the title line above the nodes, the row height, the control's height.
+  void SetGeometry(int headerHeight, int rowHeight, int height);
   int RowsOnScreen() const;
   int RowCount() const;
   int Cursor() const;
@@ -36,5 +37,5 @@ class BrowserTreeView {
   CZQBrowser& browser_;
   int cursor_ = -1;
   int first_ = 0;
-  int rowHeight_ = 16, height_ = 160;
+  int headerHeight_ = 0, rowHeight_ = 16, height_ = 160;
 };

@@ -1,6 +1,7 @@
 #include "library/TrackListView.h"
 
 #include <algorithm>
+#include <iterator>
 
 int NavigateLines(int key, int cursor, int count, int page) {
   if (count <= 0) return key >= kNavUp && key <= kNavEnd ? -1 : -2;
@@ -42,10 +43,14 @@ void TrackListView::SetGeometry(int headerHeight, int rowHeight, int height) {
 }
 
 void TrackListView::FitWidth(int width) {
-  int others = 0;
-  for (const TrackListColumn& c : columns_) others += c.column == kColTitle ? 0 : c.width;
-  for (TrackListColumn& c : columns_) {
-    if (c.column == kColTitle) c.width = std::max(60, width - others);
+  // Shares of the width, in column order, as the default skin's header lays them out; the last
+  // column takes what is left.
+  static constexpr double kShares[] = {0.404, 0.323, 0.082, 0.081};
+  int left = 0;
+  for (size_t i = 0; i < columns_.size(); ++i) {
+    const bool last = i + 1 == columns_.size();
+    columns_[i].width = std::max(24, last || i >= std::size(kShares) ? width - left : static_cast<int>(width * kShares[i]));
+    left += columns_[i].width;
   }
 }
 

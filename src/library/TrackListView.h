@@ -52,7 +52,7 @@ class TrackListView {
   // Layout, in pixels: the header line, the row height and the control's height.
   void SetGeometry(int headerHeight, int rowHeight, int height);
   int RowsOnScreen() const;
-  // The title column takes the width the other columns leave (at least 60 pixels).
+  // Spreads the columns over a width of pixels.
   void FitWidth(int width);
 
   int RowCount() const;

@@ -57,6 +57,17 @@ int NavigationKeyOf(int keyCode) {
   }
 }
 
+void SendNavigationKey(ZQCustomControl& control, wxKeyEvent& event) {
+  if (NavigationKeyOf(event.GetKeyCode()) == 0 || event.HasModifiers()) {
+    event.Skip();
+    return;
+  }
+  ControlEvent key;
+  key.kind = kEventCharacter;
+  key.x = event.GetKeyCode();
+  control.SendEvent(key);
+}
+
 void RepaintOnPanelChange(ZQCustomControl& control, unsigned& drawnRevision) {
   LibraryPanel* panel = CurrentLibraryPanel();
   if (!panel || !control.IsShown() || panel->Revision() == drawnRevision) return;
@@ -66,4 +77,25 @@ void RepaintOnPanelChange(ZQCustomControl& control, unsigned& drawnRevision) {
 
 int LibraryRowHeight(int lineHeight, const wxFont& font) {
   return lineHeight >= 8 ? lineHeight : font.GetPixelSize().GetHeight() + 4;
+}
+
+LibraryScrollBar::LibraryScrollBar(int width, int trackTop, int height, int visibleLines, int totalLines, int firstLine)
+    : left(width - kWidth), top(trackTop) {
+  model.SetTrackSize(height);
+  model.SetMinimalThumb(16);
+  model.SetVisibleLines(visibleLines);
+  model.SetTotalLines(totalLines);
+  model.SetLineOffset(firstLine);
+}
+
+int LibraryScrollBar::FirstLineAt(int y) {
+  model.SetPixelOffset(y - top - model.thumbSize / 2);
+  return model.lineOffset;
+}
+
+void LibraryScrollBar::Paint(wxDC& dc, const wxColour& colour) const {
+  if (model.totalLines <= model.visibleLines) return;
+  dc.SetPen(*wxTRANSPARENT_PEN);
+  dc.SetBrush(wxBrush(colour));
+  dc.DrawRoundedRectangle(left + 3, top + model.pixelOffset, kWidth - 6, model.thumbSize, 3);
 }

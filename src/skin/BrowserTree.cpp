@@ -28,10 +28,12 @@ void FocusLibraryPane(int pane) {
 CZQBrowserTree::CZQBrowserTree(wxWindow* parent, int logicalId, int deck)
     : CZQSkinnedControl(parent, logicalId, deck, 7), redrawTimer_(this) {
   SetWantsDoubleClick(true);
+  Bind(wxEVT_KEY_DOWN, [this](wxKeyEvent& event) { SendNavigationKey(*this, event); });
   Bind(wxEVT_TIMER, [this](wxTimerEvent&) { RepaintOnPanelChange(*this, drawnRevision_); });
 }
 
 void CZQBrowserTree::LoadAttributes(SkinAttributeList& list) {
+  sliderColour_ = ParseColour(list.GetString("slidercolor"), wxColour(0x3B, 0x3F, 0x48));
   cursorColour_ = ParseColour(list.GetString("cursorcolor"), wxColour(0x2A, 0x3F, 0x5C));
   lineHeight_ = list.GetInt("lineheight");
   CZQSkinnedControl::LoadAttributes(list);
@@ -44,11 +46,17 @@ void CZQBrowserTree::HandleEvent(const ControlEvent& event) {
   LibraryPanel* panel = CurrentLibraryPanel();
   if (!panel) return;
   BrowserTreeView& tree = panel->tree();
-  tree.SetGeometry(RowHeight(), ControlHeight());
+  tree.SetGeometry(RowHeight(), RowHeight(), ControlHeight());
   bool changed = true;
   switch (event.kind) {
     case kEventMouseDown: {
       FocusLibraryPane(0);
+      scrolling_ = false;
+      if (LibraryScrollBar bar = ScrollBar(); bar.Contains(event.x)) {
+        scrolling_ = true;
+        tree.Scroll(bar.FirstLineAt(event.y) - tree.FirstRow());
+        break;
+      }
       const int node = tree.RowAt(event.y);
       if (node < 0) break;
       const int depth = panel->browser().nodes[static_cast<size_t>(node)].depth;
@@ -64,7 +72,12 @@ void CZQBrowserTree::HandleEvent(const ControlEvent& event) {
       break;
     }
     case kEventDoubleClick:
-      if (int node = tree.RowAt(event.y); node >= 0) tree.Toggle(node);
+      if (int node = tree.RowAt(event.y); node >= 0 && !ScrollBar().Contains(event.x)) tree.Toggle(node);
+      break;
+    case kEventMouseUp: scrolling_ = false; changed = false; break;
+    case kEventMotion:
+      changed = scrolling_;
+      if (scrolling_) tree.Scroll(ScrollBar().FirstLineAt(event.y) - tree.FirstRow());
       break;
     case kEventWheel: tree.Scroll(event.status > 0 ? -3 : 3); break;
     case kEventCharacter: {
@@ -104,7 +117,7 @@ void CZQBrowserTree::PaintControl() {
   wxMemoryDC& dc = Offscreen();
   BrowserTreeView& tree = panel->tree();
   const int rowHeight = RowHeight();
-  tree.SetGeometry(rowHeight, ControlHeight());
+  tree.SetGeometry(rowHeight, rowHeight, ControlHeight());
   dc.SetFont(font_);
   dc.SetBackgroundMode(wxBRUSHSTYLE_TRANSPARENT);
   const bool focused = panel->Focus() == LibraryPanel::kTreePane;
@@ -112,16 +125,24 @@ void CZQBrowserTree::PaintControl() {
   const int last = std::min(tree.RowCount(), tree.FirstRow() + tree.RowsOnScreen() + 1);
   for (int i = tree.FirstRow(); i < last; ++i) {
     const BrowserNode& node = nodes[static_cast<size_t>(i)];
-    const int y = (i - tree.FirstRow()) * rowHeight;
+    const int y = (i - tree.FirstRow() + 1) * rowHeight;
     if (i == tree.Cursor()) {
       dc.SetPen(*wxTRANSPARENT_PEN);
       dc.SetBrush(wxBrush(focused ? cursorColour_ : cursorColour_.ChangeLightness(70)));
-      dc.DrawRectangle(0, y, ControlWidth(), rowHeight);
+      dc.DrawRectangle(0, y, ControlWidth() - LibraryScrollBar::kWidth, rowHeight);
     }
     const int x = node.depth * BrowserTreeView::kIndent + 2;
     dc.SetTextForeground(fontColour_);
     if (tree.CanOpen(i)) dc.DrawText(tree.IsOpen(i) ? "-" : "+", x, y + 1);
     dc.DrawText(wxString::FromUTF8(node.label), x + BrowserTreeView::kIndent - 2, y + 1);
   }
+  ScrollBar().Paint(dc, sliderColour_);
   drawnRevision_ = panel->Revision();
+}
+
+LibraryScrollBar CZQBrowserTree::ScrollBar() const {
+  const BrowserTreeView& tree = CurrentLibraryPanel()->tree();
+  const int rowHeight = RowHeight();
+  return LibraryScrollBar(ControlWidth(), rowHeight, ControlHeight() - rowHeight, tree.RowsOnScreen(), tree.RowCount(),
+                          tree.FirstRow());
 }

@@ -8,6 +8,7 @@
 
 #include <wx/timer.h>
 
+#include "skin/BrowserSetup.h"
 #include "skin/SkinControls.h"
 
 class CZQBrowserTree : public CZQSkinnedControl {
@@ -20,11 +21,14 @@ class CZQBrowserTree : public CZQSkinnedControl {
  private:
   void ShowContextMenu(int node, int x, int y);
   int RowHeight() const;
+  LibraryScrollBar ScrollBar() const;
 
   wxTimer redrawTimer_;
   unsigned drawnRevision_ = 0;
   wxColour cursorColour_;
+  wxColour sliderColour_;
   int lineHeight_ = -1;
+  bool scrolling_ = false;
 };
 
 // Gives the keyboard to the tree (pane 0) or the list (pane 1) control.

@@ -10,6 +10,23 @@ void ClearSearchBox() {
   else if (LibraryPanel* panel = CurrentLibraryPanel()) panel->SetSearchText("");
 }
 
+CZQEditText::CZQEditText(wxWindow* parent, int logicalId, int deck) : CZQSkinnedControl(parent, logicalId, deck, 9) {
+  // Editing keys are the box's own: they must not move the focus or reach the shortcuts.
+  Bind(wxEVT_KEY_DOWN, [this](wxKeyEvent& event) {
+    switch (event.GetKeyCode()) {
+      case WXK_BACK: case WXK_DELETE: case WXK_NUMPAD_DELETE: case WXK_LEFT: case WXK_RIGHT: case WXK_HOME:
+      case WXK_END: case WXK_ESCAPE: case WXK_RETURN: case WXK_NUMPAD_ENTER: case WXK_DOWN: case WXK_TAB: {
+        ControlEvent key;
+        key.kind = kEventCharacter;
+        key.x = event.GetKeyCode();
+        SendEvent(key);
+        break;
+      }
+      default: event.Skip();
+    }
+  });
+}
+
 bool CZQEditText::IsSearchBox() const { return CatalogueId() == ControlIdByName("et_search"); }
 
 void CZQEditText::SetValue(const std::string& text) {
@@ -58,8 +75,16 @@ void CZQEditText::HandleEvent(const ControlEvent& event) {
 }
 
 void CZQEditText::PaintControl() {
-  PaintBackground(upx_, upy_, backColour_, borderVisible_ ? borderColour_ : backColour_);
   wxMemoryDC& dc = Offscreen();
+  // The skin's picture of an empty box may hold a hint ("Search..."): it shows only while the
+  // box is empty and idle.
+  if (model_.Text().empty() && !HasFocus()) {
+    PaintBackground(upx_, upy_, backColour_, borderVisible_ ? borderColour_ : backColour_);
+  } else {
+    dc.SetPen(wxPen(borderVisible_ ? borderColour_ : backColour_));
+    dc.SetBrush(wxBrush(backColour_));
+    dc.DrawRectangle(0, 0, ControlWidth(), ControlHeight());
+  }
   dc.SetFont(font_);
   dc.SetTextForeground(fontColour_);
   dc.SetBackgroundMode(wxBRUSHSTYLE_TRANSPARENT);

@@ -11,7 +11,7 @@
 
 class CZQEditText : public CZQSkinnedControl {
  public:
-  CZQEditText(wxWindow* parent, int logicalId, int deck) : CZQSkinnedControl(parent, logicalId, deck, 9) {}
+  CZQEditText(wxWindow* parent, int logicalId, int deck);
   void HandleEvent(const ControlEvent& event) override;
   void PaintControl() override;
 

@@ -49,6 +49,7 @@ class ListFileDrop : public wxFileDropTarget {
 CZQPlaylist::CZQPlaylist(wxWindow* parent, int logicalId, int deck)
     : CZQSkinnedControl(parent, logicalId, deck, 8), redrawTimer_(this) {
   SetWantsDoubleClick(true);
+  Bind(wxEVT_KEY_DOWN, [this](wxKeyEvent& event) { SendNavigationKey(*this, event); });
   Bind(wxEVT_TIMER, [this](wxTimerEvent&) {
     if (ShowsPanel()) RepaintOnPanelChange(*this, drawnRevision_);
   });
@@ -59,6 +60,7 @@ bool CZQPlaylist::ShowsPanel() const { return CatalogueId() == ControlIdByName("
 int CZQPlaylist::RowHeight() const { return LibraryRowHeight(lineHeight_, font_); }
 
 void CZQPlaylist::LoadAttributes(SkinAttributeList& list) {
+  sliderColour_ = ParseColour(list.GetString("slidercolor"), wxColour(0x3B, 0x3F, 0x48));
   cursorColour_ = ParseColour(list.GetString("cursorcolor"), wxColour(0x2A, 0x3F, 0x5C));
   headerFontColour_ = ParseColour(list.GetString("headerfontcolor"), wxColour(0x7D, 0x83, 0x8F));
   gridColour_ = ParseColour(list.GetString("gridcolor"), wxColour(0x1C, 0x1F, 0x24));
@@ -81,7 +83,11 @@ void CZQPlaylist::HandleEvent(const ControlEvent& event) {
     case kEventMouseDown:
       FocusLibraryPane(1);
       pressRow_ = -1;
-      if (event.y < rowHeight) {
+      scrolling_ = false;
+      if (LibraryScrollBar bar = ScrollBar(); bar.Contains(event.x)) {
+        scrolling_ = true;
+        view.Scroll(bar.FirstLineAt(event.y) - view.FirstRow());
+      } else if (event.y < rowHeight) {
         view.ClickHeader(view.ColumnAt(event.x));
       } else if (int row = view.RowAt(event.y); row >= 0) {
         view.SetCursor(row);
@@ -89,8 +95,12 @@ void CZQPlaylist::HandleEvent(const ControlEvent& event) {
         pressX_ = event.x, pressY_ = event.y;
       }
       break;
-    case kEventMouseUp: pressRow_ = -1; changed = false; break;
+    case kEventMouseUp: pressRow_ = -1, scrolling_ = false; changed = false; break;
     case kEventMotion:
+      if (scrolling_) {
+        view.Scroll(ScrollBar().FirstLineAt(event.y) - view.FirstRow());
+        break;
+      }
       changed = false;
       if (pressRow_ >= 0 && std::abs(event.x - pressX_) + std::abs(event.y - pressY_) > kDragThreshold) StartRowDrag();
       break;
@@ -127,17 +137,21 @@ void CZQPlaylist::StartRowDrag() {
 }
 
 void CZQPlaylist::PaintHeader(wxDC& dc, int rowHeight) {
-  LibraryPanel* panel = CurrentLibraryPanel();
-  TrackListView& view = panel->list();
-  dc.SetPen(wxPen(gridColour_));
-  dc.DrawLine(0, rowHeight - 1, ControlWidth(), rowHeight - 1);
-  dc.SetTextForeground(headerFontColour_);
+  TrackListView& view = CurrentLibraryPanel()->list();
   const CZQAbstractList* list = view.list();
+  dc.SetTextForeground(headerFontColour_);
+  dc.SetBrush(wxBrush(headerFontColour_));
+  dc.SetPen(*wxTRANSPARENT_PEN);
   int x = 0;
   for (const TrackListColumn& column : view.Columns()) {
-    std::string title = ColumnTitle(column.column);
-    if (list && list->sortColumn == column.column) title += list->sortAscending ? " ^" : " v";
-    dc.DrawText(wxString::FromUTF8(title), x + 3, 1);
+    // A skin image carries its own header titles; drawn in colours, the list writes them.
+    if (GraphicsMode() == 1) dc.DrawText(wxString::FromUTF8(ColumnTitle(column.column)), x + 3, 1);
+    if (list && list->sortColumn == column.column) {
+      const int right = x + column.width - 8, mid = rowHeight / 2;
+      const wxPoint up[] = {{right - 4, mid + 2}, {right + 4, mid + 2}, {right, mid - 3}};
+      const wxPoint down[] = {{right - 4, mid - 2}, {right + 4, mid - 2}, {right, mid + 3}};
+      dc.DrawPolygon(3, list->sortAscending ? up : down);
+    }
     x += column.width;
   }
 }
@@ -150,7 +164,7 @@ void CZQPlaylist::PaintControl() {
   TrackListView& view = panel->list();
   const int rowHeight = RowHeight();
   view.SetGeometry(rowHeight, rowHeight, ControlHeight());
-  view.FitWidth(ControlWidth());
+  view.FitWidth(ControlWidth() - LibraryScrollBar::kWidth);
   dc.SetFont(font_);
   dc.SetBackgroundMode(wxBRUSHSTYLE_TRANSPARENT);
   PaintHeader(dc, rowHeight);
@@ -165,7 +179,7 @@ void CZQPlaylist::PaintControl() {
     if (cursor) {
       dc.SetPen(*wxTRANSPARENT_PEN);
       dc.SetBrush(wxBrush(focused ? cursorColour_ : cursorColour_.ChangeLightness(70)));
-      dc.DrawRectangle(0, y, ControlWidth(), rowHeight);
+      dc.DrawRectangle(0, y, ControlWidth() - LibraryScrollBar::kWidth, rowHeight);
     }
     dc.SetPen(wxPen(gridColour_));
     dc.DrawLine(0, y + rowHeight - 1, ControlWidth(), y + rowHeight - 1);
@@ -177,5 +191,13 @@ void CZQPlaylist::PaintControl() {
       x += column.width;
     }
   }
+  ScrollBar().Paint(dc, sliderColour_);
   drawnRevision_ = panel->Revision();
+}
+
+LibraryScrollBar CZQPlaylist::ScrollBar() const {
+  const TrackListView& view = CurrentLibraryPanel()->list();
+  const int rowHeight = RowHeight();
+  return LibraryScrollBar(ControlWidth(), rowHeight, ControlHeight() - rowHeight, view.RowsOnScreen(), view.RowCount(),
+                          view.FirstRow());
 }

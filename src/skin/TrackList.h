@@ -9,6 +9,7 @@
 
 #include <wx/timer.h>
 
+#include "skin/BrowserSetup.h"
 #include "skin/SkinControls.h"
 
 class CZQPlaylist : public CZQSkinnedControl {
@@ -23,11 +24,14 @@ class CZQPlaylist : public CZQSkinnedControl {
   int RowHeight() const;
   void PaintHeader(wxDC& dc, int rowHeight);
   void StartRowDrag();
+  LibraryScrollBar ScrollBar() const;
 
   wxTimer redrawTimer_;
   unsigned drawnRevision_ = 0;
   wxColour cursorColour_, headerFontColour_, gridColour_;
+  wxColour sliderColour_;
   int lineHeight_ = -1;
+  bool scrolling_ = false;
   int pressRow_ = -1;
   int pressX_ = 0, pressY_ = 0;
 };

@@ -138,7 +138,7 @@ TEST_F(LibraryPanelTest, TheTreeOpensAndClosesFoldersWithTheArrows) {
   browser.nodes = {{kNodeDrive, 0, "<DISK>music", folder.path().substr(0, folder.path().size() - 1), -1},
                    {kNodeLists, 0, "Lists", "", -1}};
   BrowserTreeView& tree = panel->tree();
-  tree.SetGeometry(16, 160);
+  tree.SetGeometry(16, 16, 176);
   tree.SetCursor(0);
   panel->SetFocus(LibraryPanel::kTreePane);
 

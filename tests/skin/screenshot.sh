@@ -8,57 +8,17 @@ set -euo pipefail
 program=$1 width=$2 height=$3 output=$4
 
 home=$(mktemp -d)
-display=""
-xvfb_pid="" app_pid=""
-cleanup() {
-  [[ -n "$app_pid" ]] && kill "$app_pid" 2>/dev/null || true
-  [[ -n "$xvfb_pid" ]] && kill "$xvfb_pid" 2>/dev/null || true
-  rm -rf "$home"
-}
-trap cleanup EXIT
-
-# A free display number: the first without a lock file, claimed by Xvfb itself.
-for n in $(seq 120 180); do
-  [[ -e /tmp/.X$n-lock ]] && continue
-  Xvfb ":$n" -screen 0 "${width}x${height}x24" -dpi 96 -nolisten tcp >/dev/null 2>&1 &
-  xvfb_pid=$!
-  # Up when its socket appears; gone at once when another server holds the number. A busy
-  # machine can take seconds to start it, so the wait is for the socket, not a fixed time.
-  for _ in $(seq 1 600); do
-    [[ -S /tmp/.X11-unix/X$n ]] && break
-    kill -0 "$xvfb_pid" 2>/dev/null || break
-    sleep 0.05
-  done
-  if kill -0 "$xvfb_pid" 2>/dev/null && [[ -S /tmp/.X11-unix/X$n ]]; then display=":$n"; break; fi
-  kill "$xvfb_pid" 2>/dev/null || true
-  xvfb_pid=""
-done
-[[ -n "$display" ]] || { echo "no free X display"; exit 1; }
-export DISPLAY=$display
-
+source "$(dirname "$0")/window-session.sh"
+start_display "$width" "$height"
 mkdir -p "$(dirname "$output")"
-ZORVIK_LUMO_HOME=$home ZORVIK_LUMO_STARTUP_REPORT=1 "$program" >"$home/stdout.txt" 2>"$home/stderr.txt" &
-app_pid=$!
-
-# The first frame is reported on stdout once it has been painted.
-for _ in $(seq 1 600); do
-  grep -q startup-to-first-frame-ms "$home/stdout.txt" 2>/dev/null && break
-  kill -0 "$app_pid" 2>/dev/null || { echo "program exited early"; cat "$home/stderr.txt"; exit 1; }
-  sleep 0.1
-done
-grep startup-to-first-frame-ms "$home/stdout.txt" || { echo "no first frame"; cat "$home/stderr.txt"; exit 1; }
+start_program "$program"
 # Every control the skin placed is on screen or on a tab page that is not showing.
 read -r placed on_screen hidden < <(sed -n 's/^placed=\([0-9]*\) on-screen=\([0-9]*\) on-hidden-pages=\([0-9]*\)$/\1 \2 \3/p' "$home/stdout.txt")
 echo "placed $placed, on screen $on_screen, on hidden tab pages $hidden"
 [[ "$placed" -gt 300 && $((on_screen + hidden)) -eq "$placed" ]] || { echo "placed controls are missing"; exit 1; }
 xdotool search --sync --onlyvisible --name "Zorvik Lumo 2" >/dev/null
-# Without a sound device the program says so in a modeless box; acknowledge it like a user
+# Without a sound device the program says so in a modeless box; it is acknowledged like a user
 # would, whenever it appears.
-dismiss_message_box() {
-  local box
-  box=$(xdotool search --onlyvisible --name '^Message$' 2>/dev/null | head -1 || true)
-  [[ -n "$box" ]] && xdotool windowfocus --sync "$box" key Return 2>/dev/null || true
-}
 xdotool mousemove 0 0  # no hint under the pointer
 
 # Controls draw from the skin image, so the screen must match the skin's picture except where
@@ -78,15 +38,6 @@ done
 [[ -n "$reference" ]] && echo "pixels differing from the skin image: $differing"
 (( matched )) || { echo "the window does not show the skin"; exit 1; }
 
-kill -TERM "$app_pid"
-status=0
-for _ in $(seq 1 600); do
-  kill -0 "$app_pid" 2>/dev/null || break
-  sleep 0.1
-done
-if kill -0 "$app_pid" 2>/dev/null; then echo "program did not close"; exit 1; fi
-wait "$app_pid" || status=$?
-app_pid=""
+stop_program
 grep -q "error - NO SKIN WAS LOADED" "$home/stderr.txt" && { echo "no skin loaded"; exit 1; }
-[[ $status -eq 0 ]] || { echo "program exit status $status"; cat "$home/stderr.txt"; exit 1; }
 echo "saved $output"

@@ -1,0 +1,68 @@
+#!/usr/bin/env bash
+# The library as a DJ uses it, with real pointer and key events on a private Xvfb display:
+# pick the home folder in the tree, Tab to the list, arrow down to the second song and press
+# Enter, and deck A loads it; type into the search box and the list narrows to the one song
+# that matches, which Enter then loads. The deck's own log line is the proof that the engine's
+# deck holds the song. Screenshots go to the artifacts folder.
+#
+#   browser_window.sh PROGRAM ARTIFACTS-FOLDER
+set -euo pipefail
+program=$1 artifacts=$2
+
+home=$(mktemp -d)
+source "$(dirname "$0")/window-session.sh"
+mkdir -p "$home/music" "$artifacts"
+for name in "Alpha Beat" "Bravo Tune" "Charlie Groove"; do
+  sox -n -r 44100 -c 2 -b 16 "$home/music/$name.wav" synth 4 sine 440 2>/dev/null
+done
+
+start_display 1280 800
+# The tree's first item is the home folder: the songs are all it holds.
+start_program "$program" HOME="$home/music"
+window=$(xdotool search --sync --onlyvisible --name "Zorvik Lumo 2" | head -1)
+for _ in $(seq 1 20); do dismiss_message_box; sleep 0.2; done
+# Without a window manager nothing gives the window the keyboard: do it as one would.
+xdotool windowfocus --sync "$window"
+
+# Where the default 1280x800 skin puts them (window at the screen's origin).
+tree_x=40 tree_first_row_y=581 search_x=100 search_y=537 list_x=600 list_y=620
+
+# Waits until the deck's log says it loaded a file whose name holds $1.
+wait_for_load() {
+  for _ in $(seq 1 300); do
+    grep -q "deck 0: loaded .*$1" "$home/stderr.txt" && return 0
+    sleep 0.1
+  done
+  echo "deck A did not load $1"; grep -- "-- xkn" "$home/stderr.txt" | tail -20; exit 1
+}
+
+# The list area, to see rows arrive: the list fills from a background worker.
+list_area() { import -window root -crop 900x150+265+580 +repage -format '%[fx:mean]' info:; }
+wait_for_rows() {
+  for _ in $(seq 1 100); do
+    [[ "$(list_area)" != "$1" ]] && return 0
+    sleep 0.1
+  done
+  echo "the list stayed empty"; exit 1
+}
+
+empty=$(list_area)
+xdotool mousemove $tree_x $tree_first_row_y click 1
+wait_for_rows "$empty"
+sleep 0.5  # the last rows of the folder
+import -window root "$artifacts/browser-list.png"
+xdotool key Tab Down Down Return
+wait_for_load "Bravo Tune.wav"
+echo "keyboard: deck A loaded Bravo Tune"
+
+xdotool mousemove $search_x $search_y click 1
+xdotool type --delay 80 "charl"
+sleep 1
+import -window root "$artifacts/browser-search.png"
+xdotool key Return Return
+wait_for_load "Charlie Groove.wav"
+echo "search: the list narrowed to Charlie Groove, which Enter loaded"
+
+xdotool key Escape
+stop_program
+echo "saved $artifacts/browser-list.png $artifacts/browser-search.png"
