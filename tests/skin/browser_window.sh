@@ -2,12 +2,13 @@
 # The library as a DJ uses it, with real pointer and key events on a private Xvfb display:
 # pick the home folder in the tree, Tab to the list, arrow down to the second song and press
 # Enter, and deck A loads it; type into the search box and the list narrows to the one song
-# that matches, which Enter then loads. The deck's own log line is the proof that the engine's
-# deck holds the song. Screenshots go to the artifacts folder.
+# that matches, which Enter then loads; drag the first row onto deck A's drop zone and deck A
+# loads that. The deck's own log line is the proof that the engine's deck holds the song.
+# Screenshots go to the artifacts folder.
 #
-#   browser_window.sh PROGRAM ARTIFACTS-FOLDER
+#   browser_window.sh PROGRAM SHIPPED-DATA-FOLDER ARTIFACTS-FOLDER
 set -euo pipefail
-program=$1 artifacts=$2
+program=$1 shipped=$2 artifacts=$3
 
 home=$(mktemp -d)
 source "$(dirname "$0")/window-session.sh"
@@ -16,9 +17,17 @@ for name in "Alpha Beat" "Bravo Tune" "Charlie Groove"; do
   sox -n -r 44100 -c 2 -b 16 "$home/music/$name.wav" synth 4 sine 440 2>/dev/null
 done
 
+# The shipped data with a drop zone over deck A's title, wherever the skin itself puts one.
+mkdir -p "$home/data/skins"
+for item in "$shipped"/*; do [[ "$(basename "$item")" == skins ]] || ln -s "$item" "$home/data/"; done
+skin="Zorvik Default 4 decks 1280x800"
+ln -s "$shipped/skins/$skin.png" "$home/data/skins/"
+zone='<dropzone action="dz_deck" deck="0" posx="277" posy="221" width="204" height="20" graphics_mode="1" backcolor="#20242c"/>'
+sed "0,/<\/window>/s||    $zone\n  </window>|" "$shipped/skins/$skin.xml" >"$home/data/skins/$skin.xml"
+
 start_display 1280 800
 # The tree's first item is the home folder: the songs are all it holds.
-start_program "$program" HOME="$home/music"
+start_program "$program" HOME="$home/music" ZORVIK_LUMO_DATA="$home/data"
 window=$(xdotool search --sync --onlyvisible --name "Zorvik Lumo 2" | head -1)
 for _ in $(seq 1 20); do dismiss_message_box; sleep 0.2; done
 # Without a window manager nothing gives the window the keyboard: do it as one would.
@@ -63,6 +72,20 @@ xdotool key Return Return
 wait_for_load "Charlie Groove.wav"
 echo "search: the list narrowed to Charlie Groove, which Enter loaded"
 
-xdotool key Escape
+# Escape empties the search box; the first row is Alpha Beat again. It is dragged by hand:
+# press, a few moves (a toolkit starts a drag only after the pointer has travelled), release.
+xdotool mousemove $search_x $search_y click 1 key Escape
+sleep 1
+xdotool mousemove 400 581 mousedown 1
+for step in $(seq 1 12); do xdotool mousemove $((400 - step * 2)) $((581 - step * 30)); sleep 0.05; done
+xdotool mousemove 379 231
+sleep 0.3
+xdotool mousemove 380 231
+sleep 0.3
+xdotool mouseup 1
+wait_for_load "Alpha Beat.wav"
+echo "drag and drop: the row dropped on deck A's zone loaded Alpha Beat"
+import -window root "$artifacts/browser-drop.png"
+
 stop_program
-echo "saved $artifacts/browser-list.png $artifacts/browser-search.png"
+echo "saved $artifacts/browser-list.png $artifacts/browser-search.png $artifacts/browser-drop.png"
