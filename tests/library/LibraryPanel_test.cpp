@@ -185,6 +185,13 @@ TEST_F(LibraryPanelTest, TypingInTheSearchBoxNarrowsTheListCharacterByCharacter)
   ASSERT_TRUE(box.Backspace());
   panel->SetSearchText(box.Text());
   EXPECT_EQ(panel->list().RowCount(), 2);
+  // A song that arrives while the search is on shows when it matches, and the next letter
+  // still narrows it away.
+  AddSongs({{"Beatbox", "Crew", "100.0"}});
+  EXPECT_EQ(panel->list().RowCount(), 3);
+  box.Type(U' ');
+  panel->SetSearchText(box.Text());
+  EXPECT_EQ(panel->list().RowCount(), 1);
 
   // A word with a non-ASCII letter: Backspace takes the whole letter, not one byte of it.
   box.SetText("caf");
@@ -196,7 +203,37 @@ TEST_F(LibraryPanelTest, TypingInTheSearchBoxNarrowsTheListCharacterByCharacter)
   // Escape (or the stop button) empties the box and shows every row again.
   box.Clear();
   panel->SetSearchText(box.Text());
-  EXPECT_EQ(panel->list().RowCount(), 4);
+  EXPECT_EQ(panel->list().RowCount(), 5);
+}
+
+// Each letter typed tests only the rows still on show; the result must be the one a search of
+// the whole text from scratch gives, whatever the letters and however they fold.
+TEST(ListSearch, NarrowingLetterByLetterAgreesWithASearchFromScratch) {
+  CZQAbstractList typed, fresh;
+  std::vector<TZQListElement> rows;
+  const char* words[] = {"Été", "ete", "Beat", "beaT", "Straße", "Street", "été d'amour", "Ete Remix"};
+  for (int i = 0; i < 64; ++i) {
+    TZQListElement row;
+    row.column[kColTitle] = std::string(words[i % 8]) + " " + std::to_string(i);
+    row.column[kColArtist] = words[(i * 3) % 8];
+    row.isNew = i % 7 == 0;
+    rows.push_back(row);
+  }
+  typed.AddRows(std::vector<TZQListElement>(rows));
+  fresh.AddRows(std::move(rows));
+  for (const std::string text : {"été d", "stra", "beat 1", "ete r"}) {
+    for (bool newToo : {false, true}) {
+      for (size_t n = 1; n <= text.size(); ++n) {
+        // Whole characters only: a prefix may not end inside one.
+        if (n < text.size() && (static_cast<unsigned char>(text[n]) & 0xC0) == 0x80) continue;
+        typed.SetSearch(text.substr(0, n), newToo);
+        fresh.SetSearch("");
+        fresh.SetSearch(text.substr(0, n), newToo);
+        EXPECT_EQ(typed.GetVisibleCount(), fresh.GetVisibleCount()) << text.substr(0, n) << " newToo " << newToo;
+      }
+      typed.SetSearch("");
+    }
+  }
 }
 
 TEST(EditTextModel, EditsAtTheCaretAndRefusesWhatIsNotText) {
