@@ -58,7 +58,8 @@ int NavigationKeyOf(int keyCode) {
 }
 
 void SendNavigationKey(ZQCustomControl& control, wxKeyEvent& event) {
-  if (NavigationKeyOf(event.GetKeyCode()) == 0 || event.HasModifiers()) {
+  // In learn mode every key goes on to be learned.
+  if (NavigationKeyOf(event.GetKeyCode()) == 0 || event.HasModifiers() || control.LearnMode()) {
     event.Skip();
     return;
   }

@@ -11,6 +11,7 @@
 
 namespace {
 
+constexpr int kMenuNewList = 5010;
 constexpr int kMenuRename = 5100;
 constexpr int kMenuDelete = 5110;
 constexpr int kRedrawMs = 100;
@@ -95,12 +96,18 @@ void CZQBrowserTree::HandleEvent(const ControlEvent& event) {
 
 void CZQBrowserTree::ShowContextMenu(int node, int x, int y) {
   LibraryPanel* panel = CurrentLibraryPanel();
-  if (panel->browser().nodes[static_cast<size_t>(node)].nodeType != kNodeUserList) return;
+  const int type = panel->browser().nodes[static_cast<size_t>(node)].nodeType;
+  if (type != kNodeUserList && type != kNodeLists) return;
   wxMenu menu;
-  menu.Append(kMenuRename, "Rename...");
-  menu.Append(kMenuDelete, "Delete");
+  menu.Append(kMenuNewList, "New list");
+  if (type == kNodeUserList) {
+    menu.Append(kMenuRename, "Rename...");
+    menu.Append(kMenuDelete, "Delete");
+  }
   const int choice = GetPopupMenuSelectionFromUser(menu, x, y);
-  if (choice == kMenuRename) {
+  if (choice == kMenuNewList) {
+    panel->browser().CreateList("");
+  } else if (choice == kMenuRename) {
     const std::string old = panel->browser().nodes[static_cast<size_t>(node)].label;
     const wxString name = wxGetTextFromUser("New name of the list", "Rename", wxString::FromUTF8(old), this);
     if (!name.empty()) panel->RenameUserList(node, name.utf8_string());

@@ -13,6 +13,10 @@ void ClearSearchBox() {
 CZQEditText::CZQEditText(wxWindow* parent, int logicalId, int deck) : CZQSkinnedControl(parent, logicalId, deck, 9) {
   // Editing keys are the box's own: they must not move the focus or reach the shortcuts.
   Bind(wxEVT_KEY_DOWN, [this](wxKeyEvent& event) {
+    if (LearnMode()) {
+      event.Skip();
+      return;
+    }
     switch (event.GetKeyCode()) {
       case WXK_BACK: case WXK_DELETE: case WXK_NUMPAD_DELETE: case WXK_LEFT: case WXK_RIGHT: case WXK_HOME:
       case WXK_END: case WXK_ESCAPE: case WXK_RETURN: case WXK_NUMPAD_ENTER: case WXK_DOWN: case WXK_TAB: {
@@ -26,6 +30,8 @@ CZQEditText::CZQEditText(wxWindow* parent, int logicalId, int deck) : CZQSkinned
     }
   });
 }
+
+bool EditTextHasFocus() { return dynamic_cast<CZQEditText*>(wxWindow::FindFocus()) != nullptr; }
 
 bool CZQEditText::IsSearchBox() const { return CatalogueId() == ControlIdByName("et_search"); }
 

@@ -29,3 +29,5 @@ class CZQEditText : public CZQSkinnedControl {
 
 // Empties the search box and ends the search ("search_stop").
 void ClearSearchBox();
+// True while an edit box has the keyboard: typed letters are text then, not shortcuts.
+bool EditTextHasFocus();

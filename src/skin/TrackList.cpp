@@ -2,6 +2,7 @@
 
 #include <wx/dataobj.h>
 #include <wx/dnd.h>
+#include <wx/menu.h>
 
 #include <cstdlib>
 
@@ -93,6 +94,7 @@ void CZQPlaylist::HandleEvent(const ControlEvent& event) {
         view.SetCursor(row);
         pressRow_ = event.button == 1 ? row : -1;
         pressX_ = event.x, pressY_ = event.y;
+        if (event.button == 3) ShowRowMenu(event.x, event.y);
       }
       break;
     case kEventMouseUp: pressRow_ = -1, scrolling_ = false; changed = false; break;
@@ -122,6 +124,22 @@ void CZQPlaylist::HandleEvent(const ControlEvent& event) {
   if (!changed) return;
   panel->MarkChanged();
   Repaint();
+}
+
+void CZQPlaylist::ShowRowMenu(int x, int y) {
+  LibraryPanel* panel = CurrentLibraryPanel();
+  constexpr int kLoadOnDeck = 5300, kAnalyze = 5310;
+  wxMenu menu;
+  for (int deck = 0; deck < 4; ++deck) menu.Append(kLoadOnDeck + deck, wxString::Format("Load on deck %c", 'A' + deck));
+  menu.AppendSeparator();
+  menu.Append(kAnalyze, "Analyze");
+  const int choice = GetPopupMenuSelectionFromUser(menu, x, y);
+  if (choice >= kLoadOnDeck && choice < kLoadOnDeck + 4) {
+    panel->LoadSelectedTrackToDeck(choice - kLoadOnDeck);
+  } else if (choice == kAnalyze) {
+    CZQBrowser& browser = panel->browser();
+    browser.AnalyzeRows(browser.ListInControl(0), {panel->list().Cursor()});
+  }
 }
 
 void CZQPlaylist::StartRowDrag() {

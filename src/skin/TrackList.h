@@ -24,6 +24,8 @@ class CZQPlaylist : public CZQSkinnedControl {
   int RowHeight() const;
   void PaintHeader(wxDC& dc, int rowHeight);
   void StartRowDrag();
+  // Right click on a row: load it on a chosen deck, or queue it for analysis.
+  void ShowRowMenu(int x, int y);
   LibraryScrollBar ScrollBar() const;
 
   wxTimer redrawTimer_;
