@@ -1,5 +1,6 @@
 #include "skin/BrowserSetup.h"
 
+#include <wx/app.h>
 #include <wx/defs.h>
 
 #include <memory>
@@ -29,6 +30,19 @@ void CreateLibraryPanel() {
   g_libraryPanel->browser().LoadLists();
   g_libraryPanel->Build();
   SetCurrentLibraryPanel(g_libraryPanel.get());
+  // A song the file worker analysed shows its tempo, length and key in every list. The worker
+  // reports on its own thread; the lists are the GUI thread's, so the news is posted there.
+  EngineAnalysisHooks hooks;
+  hooks.songAnalysed = [](const std::string& bareName) {
+    if (!wxTheApp) return;
+    wxTheApp->CallAfter([bareName] {
+      if (LibraryPanel* panel = CurrentLibraryPanel()) {
+        panel->browser().SongAnalysed(bareName);
+        panel->MarkChanged();
+      }
+    });
+  };
+  EngineSetAnalysisHooks(std::move(hooks));
   // The search stop button empties the search box, and with it the search.
   if (ZQCustomControl* stop = ControlAt(ControlIdByName("search_stop"), -1))
     stop->onPress = [](int, int, int) { ClearSearchBox(); };

@@ -12,8 +12,9 @@
 
 class ZQCustomControl;
 
-// Builds the browser (lists.knx, the tree) and makes it the current LibraryPanel. Call after
-// the song database is loaded and the catalogue controls exist.
+// Builds the browser (lists.knx, the tree) and makes it the current LibraryPanel, with the
+// file worker's results going to its rows. Call after the song database is loaded and the
+// catalogue controls exist, before the analysis objects are made.
 void CreateLibraryPanel();
 // Saves the lists and frees the panel; call before the decks go.
 void DestroyLibraryPanel();
