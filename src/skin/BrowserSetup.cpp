@@ -2,6 +2,7 @@
 
 #include <wx/app.h>
 #include <wx/defs.h>
+#include <wx/eventfilter.h>
 
 #include <memory>
 
@@ -15,7 +16,23 @@
 #include "skin/ZQCustomControl.h"
 
 namespace {
+
+// Enter loads on the deck the DJ last touched: a press on any control of a deck makes it the
+// panel's focused deck.
+class DeckTouchFilter : public wxEventFilter {
+ public:
+  int FilterEvent(wxEvent& event) override {
+    if (event.GetEventType() != wxEVT_LEFT_DOWN) return Event_Skip;
+    auto* control = dynamic_cast<ZQCustomControl*>(event.GetEventObject());
+    LibraryPanel* panel = CurrentLibraryPanel();
+    if (control && panel && control->Deck() >= 0) panel->SetFocusedDeck(control->Deck());
+    return Event_Skip;
+  }
+};
+
 std::unique_ptr<LibraryPanel> g_libraryPanel;
+DeckTouchFilter g_deckTouchFilter;
+
 }  // namespace
 
 void CreateLibraryPanel() {
@@ -30,6 +47,7 @@ void CreateLibraryPanel() {
   g_libraryPanel->browser().LoadLists();
   g_libraryPanel->Build();
   SetCurrentLibraryPanel(g_libraryPanel.get());
+  wxEvtHandler::AddFilter(&g_deckTouchFilter);
   // A song the file worker analysed shows its tempo, length and key in every list. The worker
   // reports on its own thread; the lists are the GUI thread's, so the news is posted there.
   EngineAnalysisHooks hooks;
@@ -51,6 +69,7 @@ void CreateLibraryPanel() {
 void DestroyLibraryPanel() {
   if (!g_libraryPanel) return;
   SetCurrentLibraryPanel(nullptr);
+  wxEvtHandler::RemoveFilter(&g_deckTouchFilter);
   g_libraryPanel->browser().SaveLists();
   g_libraryPanel.reset();
 }
