@@ -170,7 +170,15 @@ int CZQBrowser::CreateList(const std::string& name, int type) {
   // The counter runs on across deletions, so a new default list never takes an old one's name.
   if (list->name == Text(118)) list->name += std::to_string(++defaultNameCounter_);
   const int index = PlaceList(std::move(list));
-  if (index >= 0 && type == 0 && !nodes.empty()) AddNode(kNodeUserList, 1, lists_[index]->name, "", index);
+  if (index >= 0 && type == 0 && !nodes.empty()) {
+    // Under the Lists item, after the lists already there (iTunes may follow them).
+    auto at = std::find_if(nodes.begin(), nodes.end(), [](const BrowserNode& n) { return n.nodeType == kNodeLists; });
+    if (at != nodes.end()) {
+      const int depth = at->depth;
+      at = std::find_if(at + 1, nodes.end(), [&](const BrowserNode& n) { return n.depth <= depth; });
+    }
+    nodes.insert(at, BrowserNode{kNodeUserList, 1, lists_[index]->name, "", index});
+  }
   return index;
 }
 

@@ -304,7 +304,12 @@ TEST_F(LibraryPanelTest, DroppedFilesLoadTheFirstSongOnADeckAndJoinTheList) {
 
 TEST_F(LibraryPanelTest, UserListMenuRenamesAndDeletesOnlyUserLists) {
   CZQBrowser& browser = panel->browser();
+  // An iTunes library's items come after the lists: a new list still goes under Lists.
+  browser.nodes.push_back({kNodeITunes, 0, "iTunes Library", "", -1});
   const int index = browser.CreateList("Friday");
+  ASSERT_GE(browser.nodes.size(), 2u);
+  EXPECT_EQ(browser.nodes[browser.nodes.size() - 2].listIndex, index);
+  EXPECT_EQ(browser.nodes.back().nodeType, kNodeITunes);
   browser.List(index)->AddRow(TZQListElement{});
   ASSERT_EQ(browser.SaveLists(), 1);
   auto nodeOf = [&](int list) {
