@@ -33,7 +33,10 @@ CZQEditText::CZQEditText(wxWindow* parent, int logicalId, int deck) : CZQSkinned
 
 bool EditTextHasFocus() { return dynamic_cast<CZQEditText*>(wxWindow::FindFocus()) != nullptr; }
 
-bool CZQEditText::IsSearchBox() const { return CatalogueId() == ControlIdByName("et_search"); }
+bool CZQEditText::IsSearchBox() const {
+  static const int kSearchBox = ControlIdByName("et_search");
+  return CatalogueId() == kSearchBox;
+}
 
 void CZQEditText::SetValue(const std::string& text) {
   model_.SetText(text);

@@ -56,7 +56,10 @@ CZQPlaylist::CZQPlaylist(wxWindow* parent, int logicalId, int deck)
   });
 }
 
-bool CZQPlaylist::ShowsPanel() const { return CatalogueId() == ControlIdByName("playlist"); }
+bool CZQPlaylist::ShowsPanel() const {
+  static const int kPanelList = ControlIdByName("playlist");
+  return CatalogueId() == kPanelList;
+}
 
 int CZQPlaylist::RowHeight() const { return LibraryRowHeight(lineHeight_, font_); }
 
