@@ -94,6 +94,19 @@ bool LibraryPanel::HandleKey(int key) {
   return handled;
 }
 
+void LibraryPanel::MoveListCursor(int delta) {
+  // From no cursor, the first step down lands on the first row.
+  const int cursor = list_.Cursor();
+  list_.SetCursor(cursor < 0 ? (delta > 0 ? delta - 1 : 0) : cursor + delta);
+  MarkChanged();
+}
+
+void LibraryPanel::MoveTreeCursor(int delta) {
+  const int cursor = tree_.Cursor();
+  tree_.SetCursor(cursor < 0 ? 0 : cursor + delta);
+  MarkChanged();
+}
+
 bool LibraryPanel::LoadSelectedTrackToDeck(int deck) {
   TZQListElement row;
   if (!list_.CursorRow(row)) return false;

@@ -54,6 +54,12 @@ class LibraryPanel {
   // deck. False for a key the panel does not take.
   bool HandleKey(int key);
 
+  // What controllers and scripts browse with (an encoder turns by delta steps): the list's
+  // cursor, the tree's cursor, and opening the tree's cursor node (its songs show in the list).
+  void MoveListCursor(int delta);
+  void MoveTreeCursor(int delta);
+  void ActivateTreeCursor() { ActivateNode(tree_.Cursor()); }
+
   // The list cursor's track onto deck (-1: the focused deck). False with nothing selected, a
   // deck out of range, or the deck refusing.
   bool LoadSelectedTrackToDeck(int deck);

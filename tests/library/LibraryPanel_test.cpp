@@ -100,6 +100,15 @@ TEST_F(LibraryPanelTest, ListKeysMoveTheCursorAndKeepItOnScreen) {
   panel->HandleKey(kNavHome);
   EXPECT_EQ(view.FirstRow(), 0);
 
+  // A controller's encoder steps by its own amounts and stops at the ends too.
+  panel->MoveListCursor(7);
+  EXPECT_EQ(view.Cursor(), 7);
+  panel->MoveListCursor(-100);
+  EXPECT_EQ(view.Cursor(), 0);
+  panel->MoveListCursor(100);
+  EXPECT_EQ(view.Cursor(), 34);
+  panel->HandleKey(kNavHome);
+
   // The wheel scrolls without moving the cursor, and never past either end.
   view.Scroll(100);
   EXPECT_EQ(view.FirstRow(), 25);
