@@ -30,7 +30,12 @@ start_display 1280 800
 start_program "$program" HOME="$home/music" ZORVIK_LUMO_DATA="$home/data"
 window=$(xdotool search --sync --onlyvisible --name "Zorvik Lumo 2" | head -1)
 for _ in $(seq 1 20); do dismiss_message_box; sleep 0.2; done
-# Without a window manager nothing gives the window the keyboard: do it as one would.
+# Without a window manager nothing gives the window the keyboard: do it as one would, after
+# the "no sound device" box, which may come up late on a busy machine, is gone.
+keys() {
+  dismiss_message_box
+  xdotool windowfocus --sync "$window" key "$@"
+}
 xdotool windowfocus --sync "$window"
 
 # Where the default 1280x800 skin puts them (window at the screen's origin).
@@ -45,22 +50,21 @@ wait_for_load() {
   echo "deck A did not load $1"; grep -- "-- xkn" "$home/stderr.txt" | tail -20; exit 1
 }
 
-# The list area, to see rows arrive: the list fills from a background worker.
-list_area() { import -window root -crop 900x150+265+580 +repage -format '%[fx:mean]' info:; }
+# The list's third row, to see the folder's songs arrive: a background worker adds them.
+third_row() { import -window root -crop 900x18+265+608 +repage -format '%[fx:mean]' info:; }
 wait_for_rows() {
-  for _ in $(seq 1 100); do
-    [[ "$(list_area)" != "$1" ]] && return 0
+  for _ in $(seq 1 300); do
+    [[ "$(third_row)" != "$1" ]] && return 0
     sleep 0.1
   done
-  echo "the list stayed empty"; exit 1
+  echo "the list did not fill"; exit 1
 }
 
-empty=$(list_area)
+empty=$(third_row)
 xdotool mousemove $tree_x $tree_first_row_y click 1
 wait_for_rows "$empty"
-sleep 0.5  # the last rows of the folder
 import -window root "$artifacts/browser-list.png"
-xdotool key Tab Down Down Return
+keys Tab Down Down Return
 wait_for_load "Bravo Tune.wav"
 echo "keyboard: deck A loaded Bravo Tune"
 
@@ -68,13 +72,14 @@ xdotool mousemove $search_x $search_y click 1
 xdotool type --delay 80 "charl"
 sleep 1
 import -window root "$artifacts/browser-search.png"
-xdotool key Return Return
+keys Return Return
 wait_for_load "Charlie Groove.wav"
 echo "search: the list narrowed to Charlie Groove, which Enter loaded"
 
 # Escape empties the search box; the first row is Alpha Beat again. It is dragged by hand:
 # press, a few moves (a toolkit starts a drag only after the pointer has travelled), release.
-xdotool mousemove $search_x $search_y click 1 key Escape
+xdotool mousemove $search_x $search_y click 1
+keys Escape
 sleep 1
 xdotool mousemove 400 581 mousedown 1
 for step in $(seq 1 12); do xdotool mousemove $((400 - step * 2)) $((581 - step * 30)); sleep 0.05; done
