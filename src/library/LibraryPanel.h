@@ -47,7 +47,10 @@ class LibraryPanel {
   int FocusedDeck() const { return focusedDeck_; }
   void SetFocusedDeck(int deck);
   Pane Focus() const { return focus_; }
-  void SetFocus(Pane pane) { focus_ = pane; }
+  void SetFocus(Pane pane) {
+    focus_ = pane;
+    MarkChanged();
+  }
 
   // One key of the tree or the list: arrows and page keys move in the pane with the focus,
   // Tab moves the focus, Enter opens a tree node or loads the list's cursor row to the focused
