@@ -12,6 +12,7 @@
 #include "deck/SoundSource.h"
 #include "library/LibraryPanel.h"
 #include "skin/ControlTable.h"
+#include "skin/DropZone.h"
 #include "skin/EditText.h"
 #include "skin/ZQCustomControl.h"
 
@@ -48,6 +49,7 @@ void CreateLibraryPanel() {
   g_libraryPanel->Build();
   SetCurrentLibraryPanel(g_libraryPanel.get());
   wxEvtHandler::AddFilter(&g_deckTouchFilter);
+  AcceptDropsOnDeckControls();
   // A song the file worker analysed shows its tempo, length and key in every list. The worker
   // reports on its own thread; the lists are the GUI thread's, so the news is posted there.
   EngineAnalysisHooks hooks;

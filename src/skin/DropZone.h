@@ -1,7 +1,9 @@
 #pragma once
 // CZQDropZone: the area of a deck that takes files dragged from a file manager or rows dragged
 // from the list (they travel as files): the first song among them loads on the zone's deck.
-// It takes no other input; while something is dragged over it, it draws a frame.
+// It takes no other input; while something is dragged over it, it draws a frame. Every other
+// control of a deck takes such drops too (AcceptDropsOnDeckControls), so a song dropped
+// anywhere on a deck loads there, whether or not the skin places a zone.
 //
 // Threads: GUI thread only.
 
@@ -17,3 +19,7 @@ class CZQDropZone : public CZQSkinnedControl {
  private:
   bool dragOver_ = false;
 };
+
+// Makes every catalogue control of decks 0-3 a drop target for its deck. Call once the
+// catalogue controls exist.
+void AcceptDropsOnDeckControls();

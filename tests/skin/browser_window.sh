@@ -3,8 +3,8 @@
 # pick the home folder in the tree, Tab to the list, arrow down to the second song and press
 # Enter, and deck A loads it; type into the search box and the list narrows to the one song
 # that matches, which Enter then loads; drag the first row onto deck A's drop zone and deck A
-# loads that. The deck's own log line is the proof that the engine's deck holds the song.
-# Screenshots go to the artifacts folder.
+# loads that, and so does deck A's wheel. The deck's own log line is the proof that the
+# engine's deck holds the song. Screenshots go to the artifacts folder.
 #
 #   browser_window.sh PROGRAM SHIPPED-DATA-FOLDER ARTIFACTS-FOLDER
 set -euo pipefail
@@ -41,10 +41,11 @@ xdotool windowfocus --sync "$window"
 # Where the default 1280x800 skin puts them (window at the screen's origin).
 tree_x=40 tree_first_row_y=581 search_x=100 search_y=537 list_x=600 list_y=620
 
-# Waits until the deck's log says it loaded a file whose name holds $1.
+# Waits until the deck's log says it loaded a file whose name holds $1, for the $2nd time
+# (1 when not given).
 wait_for_load() {
   for _ in $(seq 1 300); do
-    grep -q "deck 0: loaded .*$1" "$home/stderr.txt" && return 0
+    (( $(grep -c "deck 0: loaded .*$1" "$home/stderr.txt") >= ${2:-1} )) && return 0
     sleep 0.1
   done
   echo "deck A did not load $1"; grep -- "-- xkn" "$home/stderr.txt" | tail -20; exit 1
@@ -91,6 +92,17 @@ xdotool mouseup 1
 wait_for_load "Alpha Beat.wav"
 echo "drag and drop: the row dropped on deck A's zone loaded Alpha Beat"
 import -window root "$artifacts/browser-drop.png"
+
+# Any control of the deck takes a drop: Bravo Tune onto deck A's wheel.
+xdotool mousemove 400 599 mousedown 1
+for step in $(seq 1 12); do xdotool mousemove $((400 - step * 6)) $((599 - step * 20)); sleep 0.05; done
+xdotool mousemove 323 347
+sleep 0.3
+xdotool mousemove 324 347
+sleep 0.3
+xdotool mouseup 1
+wait_for_load "Bravo Tune.wav" 2
+echo "drag and drop: the row dropped on deck A's wheel loaded Bravo Tune"
 
 stop_program
 echo "saved $artifacts/browser-list.png $artifacts/browser-search.png $artifacts/browser-drop.png"
