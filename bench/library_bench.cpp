@@ -13,6 +13,7 @@
 #include "app/base/Trace.h"
 #include "library/AbstractList.h"
 #include "library/TagReader.h"
+#include "BenchRows.h"
 
 namespace {
 
@@ -25,24 +26,10 @@ std::string Folder() {
   return folder;
 }
 
-TZQListElement RowOf(int i) {
-  TZQListElement row;
-  row.column[kColArtist] = "Artist " + std::to_string(i % 997);
-  row.column[kColTitle] = "Title number " + std::to_string(i) + " (Extended Mix)";
-  row.column[kColComment] = i % 5 ? "" : "peak time, remastered";
-  row.column[kColAlbum] = "Album " + std::to_string(i % 3001);
-  row.column[kColTempo] = "128.0";
-  row.column[kColTime] = "06:12";
-  row.column[kColGenre] = "Techno";
-  row.column[kColPath] = "/home/dj/Music/Artist " + std::to_string(i % 997) + "/Title number " + std::to_string(i) + ".mp3";
-  row.durationMs = 372000;
-  return row;
-}
-
 // One search per keystroke of "extended mi", the list rebuilt from all rows each time.
 void BM_SearchKeystroke(benchmark::State& state) {
   CZQAbstractList list;
-  for (int i = 0; i < state.range(0); ++i) list.AddRow(RowOf(i));
+  for (int i = 0; i < state.range(0); ++i) list.AddRow(BenchRowOf(i));
   const std::string typed = "number 4711";
   size_t k = 0;
   for (auto _ : state) {
@@ -56,7 +43,7 @@ void BM_KnlLoad10k(benchmark::State& state) {
   const std::string path = Folder() + "big.knl";
   {
     CZQAbstractList list;
-    for (int i = 0; i < 10000; ++i) list.AddRow(RowOf(i));
+    for (int i = 0; i < 10000; ++i) list.AddRow(BenchRowOf(i));
     list.SaveToFile(path, true);
   }
   CZQAbstractList list;

@@ -176,6 +176,7 @@ void CSoundSource::DoLoad() {
     PauseForRender(100);
     statusCode.store(kStatusAnalysed, std::memory_order_release);
   }
+  TraceLine("deck %d: loaded %s (%d frames)", id_, path.c_str(), length);
   if (onLoaded_) onLoaded_(1, id_);
 }
 

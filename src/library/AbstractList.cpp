@@ -254,10 +254,25 @@ void CZQAbstractList::RebuildVisible() {
 }
 
 void CZQAbstractList::SetSearch(const std::string& text, bool newToo) {
-  searchText_ = SearchFold(text);
+  std::string folded = SearchFold(text);
+  // Typing one more letter can only narrow what shows: a row that missed the shorter text
+  // misses the longer one too, so only the rows on show are tested again.
+  const bool narrowing = searchActive_ && newToo == searchNewToo_ && folded.size() > searchText_.size() &&
+                         folded.compare(0, searchText_.size(), searchText_) == 0;
+  searchText_ = std::move(folded);
   searchNewToo_ = newToo;
   searchActive_ = !searchText_.empty();
-  RebuildVisible();
+  if (!narrowing) {
+    RebuildVisible();
+    return;
+  }
+  {
+    std::lock_guard guard(rowsLock_);
+    std::erase_if(visible_, [&](const Entry* entry) { return !Passes(*entry); });
+    totalDurationMs_ = 0;
+    for (const Entry* entry : visible_) totalDurationMs_ += entry->row.durationMs;
+  }
+  Notify();
 }
 
 void CZQAbstractList::SetFilter(const ListFilter& filter) {

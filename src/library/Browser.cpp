@@ -177,7 +177,15 @@ int CZQBrowser::CreateList(const std::string& name, int type) {
   // The counter runs on across deletions, so a new default list never takes an old one's name.
   if (list->name == Text(118)) list->name += std::to_string(++defaultNameCounter_);
   const int index = PlaceList(std::move(list));
-  if (index >= 0 && type == 0 && !nodes.empty()) AddNode(kNodeUserList, 1, lists_[index]->name, "", index);
+  if (index >= 0 && type == 0 && !nodes.empty()) {
+    // Under the Lists item, after the lists already there (iTunes may follow them).
+    auto at = std::find_if(nodes.begin(), nodes.end(), [](const BrowserNode& n) { return n.nodeType == kNodeLists; });
+    if (at != nodes.end()) {
+      const int depth = at->depth;
+      at = std::find_if(at + 1, nodes.end(), [&](const BrowserNode& n) { return n.depth <= depth; });
+    }
+    nodes.insert(at, BrowserNode{kNodeUserList, 1, lists_[index]->name, "", index});
+  }
   return index;
 }
 
@@ -186,6 +194,22 @@ void CZQBrowser::DeleteList(int index) {
   ::unlink(ListFilePath(*lists_[index]).c_str());
   lists_[index].reset();
   std::erase_if(nodes, [&](const BrowserNode& n) { return n.nodeType == kNodeUserList && n.listIndex == index; });
+}
+
+int CZQBrowser::RenameList(int index, const std::string& name) {
+  CZQAbstractList* list = List(index);
+  if (!list || list->type != 0 || name.empty()) return 0;
+  const int other = FindList(name);
+  if (other >= 0 && other != index) return 0;
+  // Written under the new name before the old file goes, so a crash in between loses nothing.
+  const std::string oldPath = ListFilePath(*list);
+  list->name = name;
+  const std::string newPath = ListFilePath(*list);
+  if (newPath != oldPath && list->SaveToFile(newPath, true)) ::unlink(oldPath.c_str());
+  for (BrowserNode& node : nodes) {
+    if (node.nodeType == kNodeUserList && node.listIndex == index) node.label = name;
+  }
+  return 1;
 }
 
 int CZQBrowser::FindList(const std::string& name) const {

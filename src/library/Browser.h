@@ -64,6 +64,9 @@ class CZQBrowser {
   // places are taken.
   int CreateList(const std::string& name, int type = 0);
   void DeleteList(int index);
+  // Renames a user list, its tree item and its file; 0 for a built-in list, an empty name or
+  // the name of another list.
+  int RenameList(int index, const std::string& name);
   int FindList(const std::string& name) const;
   CZQAbstractList* List(int index) const;
   int SaveLists();

@@ -5,9 +5,14 @@
 #include "app/Language.h"
 #include "app/control/ControlModels.h"
 #include "app/base/Trace.h"
+#include "skin/BrowserTree.h"
+#include "skin/DropDown.h"
+#include "skin/DropZone.h"
+#include "skin/EditText.h"
 #include "skin/ImageControl.h"
 #include "skin/SkinControls.h"
 #include "skin/SoundDisplay.h"
+#include "skin/TrackList.h"
 #include "skin/VuMeter.h"
 #include "skin/ZQCustomPanel.h"
 
@@ -31,8 +36,14 @@ const Placeholder kPlaceholders[] = {
 
 }  // namespace
 
+// Types with a class of their own file; the rest come from CreateSkinControl.
 ZQCustomControl* MakeControl(int type, wxWindow* parent, int id, int deck) {
   switch (type) {
+    case kDropZone: return new CZQDropZone(parent, id, deck);
+    case kDropDownList: return new CZQDropDownList(parent, id, deck);
+    case kBrowser: return new CZQBrowserTree(parent, id, deck);
+    case kList: return new CZQPlaylist(parent, id, deck);
+    case kEditArea: return new CZQEditText(parent, id, deck);
     case kImage: return new CZQImageControl(parent, id, deck);
     case kVuMeter: return new CZQVUMeterControl(parent, id, deck);
     case kSoundDisplay: return new CZQSoundDisplayControl(parent, id, deck);

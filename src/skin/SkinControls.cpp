@@ -198,14 +198,6 @@ ZQCustomControl* CreateSkinControl(int type, wxWindow* parent, int logicalId, in
     case kButton: return new CZQButton(parent, logicalId, deck);
     case 2: return new CZQSlider(parent, logicalId, deck);
     case 3: return new CZQStaticText(parent, logicalId, deck);
-    case 4: return new CZQImage(parent, logicalId, deck);
-    case 5: return new CZQDropZone(parent, logicalId, deck);
-    case 6: return new CZQDropDownList(parent, logicalId, deck);
-    case 7: return new CZQBrowser(parent, logicalId, deck);
-    case 8: return new CZQPlaylist(parent, logicalId, deck);
-    case 9: return new CZQEditText(parent, logicalId, deck);
-    case 10: return new CZQVUMeter(parent, logicalId, deck);
-    case 11: return new CZQSoundDisplay(parent, logicalId, deck);
     case 12: return new CSpecialKVButton(parent, logicalId, deck);
     case 13: return new CSpecialWheel(parent, logicalId, deck);
     case 14: return new CSpecialBeatPos(parent, logicalId, deck);

@@ -121,14 +121,6 @@ class CZQStaticText : public CZQSkinnedControl {
    public:                                                                                      \
     Class(wxWindow* parent, int logicalId, int deck) : CZQSkinnedControl(parent, logicalId, deck, TypeNumber) {} \
   };
-LUMO_PLAIN_CONTROL(CZQImage, 4)
-LUMO_PLAIN_CONTROL(CZQDropZone, 5)
-LUMO_PLAIN_CONTROL(CZQDropDownList, 6)
-LUMO_PLAIN_CONTROL(CZQBrowser, 7)
-LUMO_PLAIN_CONTROL(CZQPlaylist, 8)
-LUMO_PLAIN_CONTROL(CZQEditText, 9)
-LUMO_PLAIN_CONTROL(CZQVUMeter, 10)
-LUMO_PLAIN_CONTROL(CZQSoundDisplay, 11)
 LUMO_PLAIN_CONTROL(CSpecialKVButton, 12)
 LUMO_PLAIN_CONTROL(CSpecialKVFlow, 16)
 #undef LUMO_PLAIN_CONTROL

@@ -11,29 +11,12 @@ set -euo pipefail
 program=$1 width=$2 height=$3 output=$4
 
 home=$(mktemp -d)
-display=""
-xvfb_pid="" app_pid=""
-cleanup() {
-  [[ -n "$app_pid" ]] && kill "$app_pid" 2>/dev/null || true
-  [[ -n "$xvfb_pid" ]] && kill "$xvfb_pid" 2>/dev/null || true
-  rm -rf "$home"
-}
-trap cleanup EXIT
-
-source "$(dirname "$0")/xvfb-session.sh"
-start_xvfb
+source "$(dirname "$0")/window-session.sh"
+start_display "$width" "$height"
 
 mkdir -p "$(dirname "$output")"
-ZORVIK_LUMO_HOME=$home ZORVIK_LUMO_STARTUP_REPORT=1 "$program" ${TRACK:+"$TRACK"} >"$home/stdout.txt" 2>"$home/stderr.txt" &
-app_pid=$!
-
-# The first frame is reported on stdout once it has been painted.
-for _ in $(seq 1 600); do
-  grep -q startup-to-first-frame-ms "$home/stdout.txt" 2>/dev/null && break
-  kill -0 "$app_pid" 2>/dev/null || { echo "program exited early"; cat "$home/stderr.txt"; exit 1; }
-  sleep 0.1
-done
-grep startup-to-first-frame-ms "$home/stdout.txt" || { echo "no first frame"; cat "$home/stderr.txt"; exit 1; }
+[[ -n "${TRACK:-}" ]] && program_args=("$TRACK")
+start_program "$program"
 # Every control the skin placed is on screen or on a tab page that is not showing.
 read -r placed on_screen hidden < <(sed -n 's/^placed=\([0-9]*\) on-screen=\([0-9]*\) on-hidden-pages=\([0-9]*\)$/\1 \2 \3/p' "$home/stdout.txt")
 echo "placed $placed, on screen $on_screen, on hidden tab pages $hidden"
@@ -79,15 +62,6 @@ done
 [[ -n "$reference" ]] && echo "pixels differing from the skin image: $differing"
 (( matched )) || { echo "the window does not show the skin"; exit 1; }
 
-kill -TERM "$app_pid"
-status=0
-for _ in $(seq 1 600); do
-  kill -0 "$app_pid" 2>/dev/null || break
-  sleep 0.1
-done
-if kill -0 "$app_pid" 2>/dev/null; then echo "program did not close"; exit 1; fi
-wait "$app_pid" || status=$?
-app_pid=""
+stop_program
 grep -q "error - NO SKIN WAS LOADED" "$home/stderr.txt" && { echo "no skin loaded"; exit 1; }
-[[ $status -eq 0 ]] || { echo "program exit status $status"; cat "$home/stderr.txt"; exit 1; }
 echo "saved $output"

@@ -11,15 +11,8 @@ program=$1 artifacts=$2
 width=1280 height=800
 
 home=$(mktemp -d)
-xvfb_pid="" app_pid=""
-cleanup() {
-  [[ -n "$app_pid" ]] && kill "$app_pid" 2>/dev/null || true
-  [[ -n "$xvfb_pid" ]] && kill "$xvfb_pid" 2>/dev/null || true
-  rm -rf "$home"
-}
-trap cleanup EXIT
-source "$(dirname "$0")/xvfb-session.sh"
-start_xvfb
+source "$(dirname "$0")/window-session.sh"
+start_display "$width" "$height"
 mkdir -p "$artifacts"
 
 sox -n -r 44100 -c 2 -b 16 "$home/track.wav" synth 60 sine 440 vol 0.5

@@ -30,8 +30,7 @@ for command in $("$prefix/bin/lumo" --help | sed -n 's/^  \([a-z][a-z-]*\) .*/\1
 done
 
 sox -n -r 44100 -c 2 -b 16 "$work/tone.wav" synth 45 sine 440 vol 0.5 || fail "sox"
-cp "$source_dir/tests/skin/screenshot.sh" "$work/screenshot.sh"
-cp "$source_dir/tests/skin/xvfb-session.sh" "$work/xvfb-session.sh"
+cp "$source_dir/tests/skin/screenshot.sh" "$source_dir/tests/skin/window-session.sh" "$work/"
 reference="$work/reference.png"
 cp "$source_dir/data/skins/Zorvik Default 4 decks 1280x800.png" "$reference"
 cat >"$work/run-hidden.sh" <<INNER

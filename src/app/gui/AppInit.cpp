@@ -17,6 +17,7 @@
 #include "app/Engine.h"
 #include "app/CrashReport.h"
 #include "app/Settings.h"
+#include "skin/BrowserSetup.h"
 #include "skin/ControlTable.h"
 #include "skin/ZQCustomControl.h"
 #include "skin/SkinLoader.h"
@@ -82,6 +83,7 @@ bool AppInit(ZQMainWindow* main) {
     if (ZQCustomControl* control = ControlAt(id, deck)) control->SendEvent(event);
     else if (ControlModel* model = ModelAt(id, deck)) model->HandleEvent(event);
   });
+  CreateLibraryPanel();
 
   // Steps 12-19: the engine's objects, and their state shown in the controls.
   EngineCreateAudioObjects();
@@ -132,6 +134,7 @@ void AppClose() {
   std::string message;
   if (!EngineSaveSettings(&message)) wxMessageBox(wxString::FromUTF8(message), "Message");
   ForgetMainWindow();
+  DestroyLibraryPanel();
   EngineCloseOutputs();
   ReleaseSkinObjects();
   EngineDeleteAudioObjects();
