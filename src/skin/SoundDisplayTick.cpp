@@ -111,21 +111,3 @@ void RefreshSoundDisplays(CSoundSource* const* decks, int count) {
     }
   }
 }
-
-void StartDisplayTicker(wxWindow* window) {
-  constexpr int kTickMs = 38;
-  auto* timer = new wxTimer();
-  timer->Bind(wxEVT_TIMER, [](wxTimerEvent&) {
-    RefreshSoundDisplays(g_engine.decks, kDeckCount);
-    RefreshVuMeters(g_engine.mixer);
-  });
-  // The timer goes with the window, before the controls it paints and the engine it reads.
-  window->Bind(wxEVT_DESTROY, [window, timer](wxWindowDestroyEvent& event) {
-    if (event.GetEventObject() == window) {
-      timer->Stop();
-      delete timer;
-    }
-    event.Skip();
-  });
-  timer->Start(kTickMs);
-}

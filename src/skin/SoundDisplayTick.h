@@ -13,7 +13,3 @@ void RefreshSoundDisplays(CSoundSource* const* decks, int count);
 
 class wxWindow;
 
-// Drives RefreshSoundDisplays and RefreshVuMeters from the engine's objects at the main
-// tick's rate (38 ms) on a timer that lives as long as `window`. A main tick that makes these
-// calls itself replaces it.
-void StartDisplayTicker(wxWindow* window);

@@ -69,6 +69,15 @@ const std::vector<ButtonBinding>& ButtonBindings() {
         Switch("mic_kill_low", C::kMicKill, 1, "micKillLow"),
         Switch("mic_kill_mid", C::kMicKill, 2, "micKillMid"),
         Switch("mic_kill_high", C::kMicKill, 3, "micKillHigh"),
+        Press("deck_sync", C::kBeatSync),
+        Press("deck_match", C::kMatchTempo),
+        Press("deck_sync_to_a", C::kSyncTo, 0),
+        Press("deck_sync_to_b", C::kSyncTo, 1),
+        Switch("limiter", C::kLimiter, 0, nullptr),
+        Switch("autodj", C::kAutoMix, 0, "autoDj"),
+        Press("autodj_next", C::kAutoMixNext),
+        Press("autodj_to_left", C::kAutoMixTowards, -1),
+        Press("autodj_to_right", C::kAutoMixTowards, 1),
     };
     const char* kills[][2] = {{"deck_kill_low", "killLow"}, {"deck_kill_mid", "killMid"}, {"deck_kill_high", "killHigh"}};
     for (int band = 0; band < 3; ++band) {
@@ -142,13 +151,11 @@ const std::vector<SliderBinding>& SliderBindings() {
 
 const std::vector<UnboundControl>& UnboundControls() {
   static const std::vector<UnboundControl> table = {
-      {"deck_sync", "beat sync not built"}, {"deck_match", "beat sync not built"},
-      {"deck_sync_to_a", "beat sync not built"}, {"deck_sync_to_b", "beat sync not built"},
-      {"sync_lock", "beat sync not built"},
+      {"sync_lock", "sync lock not built"},
       {"deck_boost", "channel boost not in the mixer"}, {"deck_mute", "channel mute not in the mixer"},
       {"deck_in_master", "master routing switch not in the mixer"},
-      {"deck_edit_bpm", "BPM dialog not built"}, {"deck_slow_bpm", "BPM dialog not built"},
-      {"deck_load", "the browser's selected track (browser work)"},
+      {"deck_edit_bpm", "BPM dialog not built"}, {"deck_slow_bpm", "BPM halving not built"},
+
       {"deck_loop_song", "song loop has no deck call yet"},
       {"deck_analogin", "live input not built"}, {"deck_timecodein", "timecode not built"},
       {"deck_timecode_relative", "timecode not built"},
@@ -163,19 +170,16 @@ const std::vector<UnboundControl>& UnboundControls() {
       {"deck_fx_on1", "user effect chain not built"}, {"deck_fx_on2", "user effect chain not built"},
       {"deck_fx_on3", "user effect chain not built"}, {"deck_fx_on4", "user effect chain not built"},
       {"deck_jw", "jog wheel goes to the sound display's scratch (not built)"},
-      {"recording", "recorder not built"}, {"limiter", "limiter not built"},
-      {"autodj", "Auto-Mix not built"}, {"autodj_next", "Auto-Mix not built"},
-      {"autodj_to_left", "Auto-Mix not built"}, {"autodj_to_right", "Auto-Mix not built"},
-      {"autodj_more", "Auto-Mix not built"}, {"autodj_less", "Auto-Mix not built"},
+      {"autodj_more", "Auto-Mix list length not built"}, {"autodj_less", "Auto-Mix list length not built"},
       {"preview", "preview player not built"}, {"ss_preview", "preview player not built"},
       {"cf_audio", "video crossfade not built"}, {"cf_video", "video crossfade not built"},
       {"enable_video", "video not built"}, {"enable_karaoke", "video not built"},
       {"lock_crossfaders", "video not built"},
       {"monitor_gain2", "second output not built"}, {"cue_pgm_mix", "second cue mix not in the mixer"},
       {"learn", "learn mode belongs to the controllers work"},
-      {"cfg", "options dialog not built"}, {"cfg2", "options dialog not built"},
+
       {"about", "about box not built"}, {"about2", "about box not built"},
-      {"special_dialog_ok", "skinned dialogs not built"}, {"special_dialog_cancel", "skinned dialogs not built"},
+
       {"button_template", "template, never placed"}, {"slider_template", "template, never placed"},
       {"insert", "library command (browser work)"}, {"insert_all", "library command (browser work)"},
       {"list_new", "library command (browser work)"}, {"list_delete", "library command (browser work)"},
@@ -183,11 +187,11 @@ const std::vector<UnboundControl>& UnboundControls() {
       {"list_load", "library command (browser work)"}, {"list_saveas", "library command (browser work)"},
       {"add", "library command (browser work)"}, {"add_dir", "library command (browser work)"},
       {"remove", "library command (browser work)"}, {"clear", "library command (browser work)"},
-      {"search_stop", "library command (browser work)"}, {"random", "library command (browser work)"},
+ {"random", "library command (browser work)"},
       {"shuffle", "library command (browser work)"}, {"drag_up", "library command (browser work)"},
       {"drag_down", "library command (browser work)"}, {"drag_top", "library command (browser work)"},
       {"drag_bottom", "library command (browser work)"}, {"playlist_sel", "library command (browser work)"},
-      {"list_color_clear", "library command (browser work)"}, {"list_tag_edit", "tag dialog not built"},
+      {"list_color_clear", "library command (browser work)"}, 
       {"list_color_1", "library command (browser work)"}, {"list_color_2", "library command (browser work)"},
       {"list_color_3", "library command (browser work)"}, {"list_color_4", "library command (browser work)"},
       {"list_color_5", "library command (browser work)"}, {"list_color_6", "library command (browser work)"},
@@ -213,6 +217,10 @@ const std::vector<UnboundControl>& WindowControlNames() {
       {"maximize", "toggles full screen"},   {"maximize2", "toggles full screen"},
       {"reload_skin", "reloads the skin"},   {"fx_sel", "shows the deck's effect page"},
       {"fx_mic_sel", "shows the microphone page"}, {"fx_master_sel", "shows the master page"},
-      {"fx_samples_sel", "shows the samplers page"}};
+      {"fx_samples_sel", "shows the samplers page"},
+      {"cfg", "opens the options dialog"},   {"cfg2", "opens the options dialog"},
+      {"special_dialog_ok", "answers the skin's dialog"}, {"special_dialog_cancel", "answers the skin's dialog"},
+      {"list_tag_edit", "opens the tag editor"}, {"deck_load", "loads the list's selected song"},
+      {"search_stop", "empties the search box"}, {"recording", "starts or stops the recorder"}};
   return table;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "app/AutoMix.h"
 #include "app/Engine.h"
 #include "audio/Mixer.h"
 #include "audio/MixerChannel.h"
@@ -25,7 +26,9 @@ constexpr const char* kTexts[] = {
     "mixer.SetCrossfader(v)", "mixer.SetCrossfaderCurve(v)", "mixer.SetCueMix(v)",
     "mixer.SetMasterGain(v / 10 dB)", "mixer.SetMonitorGain(v / 10 dB)", "mixer.SetMicGain(v / 10 dB)",
     "mic.SetBandLevel(band, v / 10 dB)", "mic.SetBandKill(band, on)", "mixer.SetTalkOver(on)",
-    "mixer.SetMicOn(on)", "mixer.SetSplitCue(on)"};
+    "mixer.SetMicOn(on)", "mixer.SetSplitCue(on)",
+    "EngineBeatSync(deck)", "EngineMatchTempo(deck)", "deck.beatSync(deck arg)", "EngineSetLimiter(on)",
+    "autoMix.SetEnabled(on)", "autoMix.Start()", "autoMix.StartLeft/Right()"};
 static_assert(sizeof(kTexts) / sizeof(kTexts[0]) == static_cast<size_t>(EngineCommand::kCount));
 
 constexpr int kMonitorOnLevel = 110;
@@ -96,6 +99,21 @@ class EngineSink : public EngineCommandSink {
       case C::kTalkOver: if (mixer) mixer->SetTalkOver(value); break;
       case C::kMicOn: if (mixer) mixer->SetMicOn(value); break;
       case C::kSplitCue: if (mixer) mixer->SetSplitCue(value); break;
+      case C::kBeatSync: if (d) EngineBeatSync(deck); break;
+      case C::kMatchTempo: if (d) EngineMatchTempo(deck); break;
+      case C::kSyncTo:
+        if (d && arg != deck && arg >= 0 && arg < kDeckCount && g_engine.decks[arg]) d->beatSync(*g_engine.decks[arg]);
+        break;
+      case C::kLimiter: EngineSetLimiter(value != 0); break;
+      case C::kAutoMix:
+        g_autoMix.SetEnabled(value != 0);
+        // Switched on with both decks stopped, it mixes to the next song at once.
+        if (value && g_engine.decks[0] && g_engine.decks[1] && !g_engine.decks[0]->playing.load() &&
+            !g_engine.decks[1]->playing.load())
+          g_autoMix.Start();
+        break;
+      case C::kAutoMixNext: g_autoMix.Start(); break;
+      case C::kAutoMixTowards: arg < 0 ? g_autoMix.StartLeft() : g_autoMix.StartRight(); break;
       case C::kCount: break;
     }
   }

@@ -20,6 +20,8 @@ enum class EngineCommand : int {
   // Global mixer.
   kCrossfader, kCrossfaderCurve, kCueMix, kMasterGain, kMonitorGain, kMicGain, kMicEqBand, kMicKill,
   kTalkOver, kMicOn, kSplitCue,
+  // Beat sync (the partner deck, or deck `arg`), the limiter and Auto-Mix.
+  kBeatSync, kMatchTempo, kSyncTo, kLimiter, kAutoMix, kAutoMixNext, kAutoMixTowards,
   kCount
 };
 

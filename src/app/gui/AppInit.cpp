@@ -18,7 +18,9 @@
 #include "app/CrashReport.h"
 #include "app/Settings.h"
 #include "skin/BrowserSetup.h"
+#include "app/gui/WheelBinding.h"
 #include "skin/ControlTable.h"
+#include "skin/SkinnedDialogs.h"
 #include "skin/ZQCustomControl.h"
 #include "skin/SkinLoader.h"
 #include "skin/ZQMainWindow.h"
@@ -76,6 +78,8 @@ bool AppInit(ZQMainWindow* main) {
   CreateCatalogueControls(main);
   ApplyLabelTexts();
   BindWindowControls(main);
+  BindDeckWheels();
+  CreateSkinDialogWindows(main);
   BindControlsToEngine();
   InstallControlActions();
   // Scripts, keys and controllers reach a control as the mouse does, through its learn guard.

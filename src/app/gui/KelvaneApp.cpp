@@ -183,7 +183,6 @@ bool KelvaneApp::OnInit() {
     if (g_engine.decks[i]) g_engine.decks[i]->load(g_commandLineFiles[i], 0, nullptr, 1);
   }
   WatchSignals();
-  StartDisplayTicker(main);  // waveforms and meters, until the main tick feeds them
   return true;
 }
 

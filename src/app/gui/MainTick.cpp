@@ -13,7 +13,13 @@
 
 #include "app/Engine.h"
 #include "app/base/AtomicFile.h"
+#include "app/Engine.h"
+#include "app/Language.h"
 #include "app/control/GuiTick.h"
+#include "app/gui/WheelBinding.h"
+#include "app/gui/WindowControls.h"
+#include "skin/SoundDisplayTick.h"
+#include "skin/VuMeterTick.h"
 #include "audio/Mixer.h"
 #include "audio/MixerChannel.h"
 #include "deck/SoundSource.h"
@@ -67,6 +73,12 @@ class MainTickTimer : public wxTimer {
   void Notify() override {
     std::string notice = tick_.Run();
     if (!notice.empty()) ShowNotice(wxString::FromUTF8(notice), window_);
+    // Samplers' and preview's events; a recording whose disk failed is stopped and said so.
+    if (EnginePlayersTick()) ShowNotice(wxString::FromUTF8(LangString(kStrRecorderDiskFailure)), window_);
+    RefreshSoundDisplays(g_engine.decks, kDeckCount);
+    RefreshVuMeters(g_engine.mixer);
+    TurnDeckWheels();
+    ShowWindowLamps();
     if (!reportPath_.empty() && tick_.counter() % kReportEveryTicks == 0) WriteStateReport(reportPath_);
   }
 

@@ -5,8 +5,9 @@
 //
 // Threads: GUI thread.
 
-// Ties every deck's `deck_wheel` to the deck's scratch. Call once the catalogue controls and the
-// decks exist.
+// Ties every deck's `deck_wheel`, and the waveforms `sd_deck` and `sd_deck_alt`, to the deck's
+// scratch (the waveform is dragged like the record under it; a double-click seeks there). Call
+// once the catalogue controls exist.
 void BindDeckWheels();
 // The tick's step: each record shows its deck's position (seconds of music at 44.1 kHz).
 void TurnDeckWheels();

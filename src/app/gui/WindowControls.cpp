@@ -2,6 +2,14 @@
 
 #include <initializer_list>
 
+#include <wx/filedlg.h>
+#include <wx/msgdlg.h>
+
+#include "app/Engine.h"
+#include "app/gui/OptionsDialog.h"
+#include "app/gui/TagEditorDialog.h"
+#include "audio/MixRecorder.h"
+#include "library/LibraryPanel.h"
 #include "skin/ControlTable.h"
 #include "skin/SkinControls.h"
 #include "skin/SkinLoader.h"
@@ -31,9 +39,41 @@ void OnRelease(std::initializer_list<const char*> names, ControlCallback callbac
   }
 }
 
+// The record button: a running recording stops (what is still in the ring is written); otherwise
+// a save dialog names the file and the recorder starts on the master.
+void ToggleRecording(wxWindow* parent) {
+  CMixRecorder* recorder = g_engine.recorder;
+  if (!recorder) return;
+  if (recorder->IsRecording()) {
+    recorder->Stop();
+    return;
+  }
+  const bool mp3 = CMixRecorder::HasEncoder();
+  wxFileDialog dialog(parent, "Record the mix", "", "mix",
+                      mp3 ? "MPEG 1 Layer 3 (*.mp3)|*.mp3|Windows PCM (*.wav)|*.wav" : "Windows PCM (*.wav)|*.wav",
+                      wxFD_SAVE | wxFD_OVERWRITE_PROMPT);
+  if (dialog.ShowModal() != wxID_OK) return;
+  const std::string path = WithRecordingExtension(dialog.GetPath().utf8_string(), mp3 && dialog.GetFilterIndex() == 0);
+  if (!recorder->Start(path))
+    wxMessageBox(wxString::FromUTF8("The recording could not start: " + path), "Message", wxOK, parent);
+}
+
 }  // namespace
 
 void BindWindowControls(ZQMainWindow* main) {
+  // Dialogs open after the control's own event has finished.
+  OnRelease({"cfg", "cfg2"}, [main](int, int, int) { main->CallAfter([main] { ShowOptionsDialog(main); }); });
+  OnRelease({"recording"}, [main](int, int, int) { main->CallAfter([main] { ToggleRecording(main); }); });
+  OnRelease({"list_tag_edit"}, [main](int, int, int) {
+    main->CallAfter([main] {
+      LibraryPanel* panel = CurrentLibraryPanel();
+      TZQListElement row;
+      if (panel && panel->list().CursorRow(row)) ShowTagEditor(main, row.column[kColPath], panel->browser());
+    });
+  });
+  for (int deck = 0; deck < kDeckCount; ++deck) {
+    if (CZQButton* load = Button("deck_load", deck)) load->onRelease = [](int, int, int d) { LoadSelectedTrackToDeck(d); };
+  }
   OnRelease({"close", "close2"}, [](int, int, int) {
     if (ZQMainWindow* window = MainWindow()) window->Close();
   });
@@ -60,4 +100,9 @@ void BindWindowControls(ZQMainWindow* main) {
       main->MainGroup().ShowPanel(selected ? selector.page : 0);
     };
   }
+}
+
+void ShowWindowLamps() {
+  if (CZQButton* record = Button("recording", -1))
+    record->SetSelected(g_engine.recorder && g_engine.recorder->IsRecording());
 }

@@ -7,3 +7,7 @@
 class ZQMainWindow;
 
 void BindWindowControls(ZQMainWindow* mainWindow);
+
+// The tick's step for the lamps of those controls: the record button is lit while the recorder
+// runs, the limiter button while the limiter is on.
+void ShowWindowLamps();
