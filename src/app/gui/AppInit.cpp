@@ -18,6 +18,7 @@
 #include "app/CrashReport.h"
 #include "app/Settings.h"
 #include "skin/BrowserSetup.h"
+#include "app/gui/ControllerBinding.h"
 #include "app/gui/WheelBinding.h"
 #include "skin/ControlTable.h"
 #include "skin/SkinnedDialogs.h"
@@ -114,6 +115,9 @@ bool AppInit(ZQMainWindow* main) {
   EngineOpenOutputs();
   EngineCreateAnalysis();
 
+  // Controllers and shortcuts before the skin, whose script their host evaluates.
+  StartControllers(main);
+
   // Step 24.
   if (skin >= 0) LoadSkin(SkinTable()[skin].xmlPath, main);
   if (!main->IsShown()) {
@@ -132,6 +136,7 @@ bool AppInit(ZQMainWindow* main) {
 void AppClose() {
   if (ZQMainWindow* main = MainWindow()) main->Hide();
   StopMainTick();
+  StopControllers();
   SetActionRunner(nullptr);
   SetControlEventRoute(nullptr);
   EngineStopThreads();

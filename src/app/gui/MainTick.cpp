@@ -16,6 +16,7 @@
 #include "app/Engine.h"
 #include "app/Language.h"
 #include "app/control/GuiTick.h"
+#include "app/gui/ControllerBinding.h"
 #include "app/gui/WheelBinding.h"
 #include "app/gui/WindowControls.h"
 #include "skin/SoundDisplayTick.h"
@@ -78,6 +79,7 @@ class MainTickTimer : public wxTimer {
     RefreshSoundDisplays(g_engine.decks, kDeckCount);
     RefreshVuMeters(g_engine.mixer);
     TurnDeckWheels();
+    TickControllers();
     ShowWindowLamps();
     if (!reportPath_.empty() && tick_.counter() % kReportEveryTicks == 0) WriteStateReport(reportPath_);
   }

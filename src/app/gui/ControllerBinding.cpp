@@ -1,0 +1,100 @@
+#include "app/gui/ControllerBinding.h"
+
+#include <wx/event.h>
+#include <wx/window.h>
+
+#include <memory>
+
+#include "app/DataFolders.h"
+#include "app/Settings.h"
+#include "app/base/Trace.h"
+#include "app/gui/OptionsDialog.h"
+#include "controllers/ControllerLayer.h"
+#include "controllers/ControllerTransport.h"
+#include "controllers/KeyCodes.h"
+#include "skin/ControlTable.h"
+#include "skin/EditText.h"
+#include "skin/SkinScripting.h"
+#include "skin/ZQCustomControl.h"
+
+namespace {
+
+std::unique_ptr<ControllerLayer> g_layer;
+wxWindow* g_window = nullptr;
+
+// Bound keys and notes become the control's own events.
+class WindowShortcutSink : public ShortcutSink {
+ public:
+  void KeyEvent(int id, int deck, int slot) override {
+    ControlEvent event;
+    event.kind = kEventBoundKey;
+    event.keyIndex = slot;
+    event.deck = deck;
+    if (ZQCustomControl* control = ControlAt(id, deck)) control->SendEvent(event);
+  }
+  void MidiEvent(int id, int deck, int status, int channel, int data1, int value) override {
+    ControlEvent event;
+    event.kind = kEventMessage;
+    event.status = status;
+    event.channel = channel;
+    event.data1 = data1;
+    event.value = value;
+    event.deck = deck;
+    if (ZQCustomControl* control = ControlAt(id, deck)) control->SendEvent(event);
+  }
+  void BindingsChanged(int id, int deck) override {
+    if (ZQCustomControl* control = ControlAt(id, deck)) control->Repaint();
+  }
+};
+WindowShortcutSink g_sink;
+
+// Runs on a MIDI driver's thread: only posts the drain to the GUI thread.
+void WakeGuiThread(void* context) {
+  static_cast<wxWindow*>(context)->CallAfter([] {
+    if (g_layer) g_layer->DrainMidi();
+  });
+}
+
+}  // namespace
+
+void StartControllers(wxWindow* window) {
+  g_window = window;
+  g_layer = std::make_unique<ControllerLayer>(MakeRtMidiSystem("", "Zorvik Lumo"), MakeHidApiSystem());
+  g_layer->Shortcuts().SetSink(&g_sink);
+  g_layer->Start(Folders().settings, Folders().programData + "controllers", g_settings.midiInputs, &WakeGuiThread,
+                 window);
+  ConnectSkinScripts(&g_layer->Scripts());
+  // Keys reach the shortcut tables before the focused control; the rest go on as usual.
+  window->Bind(wxEVT_CHAR_HOOK, [](wxKeyEvent& event) {
+    if (!ControllersTakeKey(event)) event.Skip();
+  });
+  SetMidiInputLister([] { return g_layer ? g_layer->Controllers().InputNames() : std::vector<std::string>{}; });
+  SetMidiSelectionApplier([] {
+    if (g_layer) g_layer->Controllers().ApplyMidiSelection(g_settings.midiInputs);
+  });
+}
+
+void TickControllers() {
+  if (g_layer) g_layer->Tick();
+}
+
+bool ControllersTakeKey(const wxKeyEvent& event) {
+  if (!g_layer) return false;
+  ShortcutTables::KeyPress key;
+  const KeyInfo info = GetKeyInfo(event, true);
+  key.code = StoredKeyCode(event.GetKeyCode());
+  key.flags = info.modifiers;
+  key.character = info.character;
+  key.searchHasFocus = EditTextHasFocus();
+  return g_layer->Shortcuts().OnKey(key);
+}
+
+void StopControllers() {
+  if (!g_layer) return;
+  g_layer->SaveShortcuts(Folders().settings);
+  ConnectSkinScripts(nullptr);
+  SetMidiInputLister(nullptr);
+  SetMidiSelectionApplier(nullptr);
+  g_layer.reset();
+  g_window = nullptr;
+}
