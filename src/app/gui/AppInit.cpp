@@ -18,6 +18,7 @@
 #include "app/CrashReport.h"
 #include "app/Settings.h"
 #include "skin/BrowserSetup.h"
+#include "app/gui/CdDriveRows.h"
 #include "app/gui/ControllerBinding.h"
 #include "app/gui/WheelBinding.h"
 #include "skin/ControlTable.h"
@@ -117,6 +118,7 @@ bool AppInit(ZQMainWindow* main) {
 
   // Controllers and shortcuts before the skin, whose script their host evaluates.
   StartControllers(main);
+  StartCdDriveScan();
 
   // Step 24.
   if (skin >= 0) LoadSkin(SkinTable()[skin].xmlPath, main);
@@ -137,6 +139,7 @@ void AppClose() {
   if (ZQMainWindow* main = MainWindow()) main->Hide();
   StopMainTick();
   StopControllers();
+  StopCdDriveScan();
   SetActionRunner(nullptr);
   SetControlEventRoute(nullptr);
   EngineStopThreads();

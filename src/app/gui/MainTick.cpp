@@ -16,6 +16,7 @@
 #include "app/Engine.h"
 #include "app/Language.h"
 #include "app/control/GuiTick.h"
+#include "app/gui/CdDriveRows.h"
 #include "app/gui/ControllerBinding.h"
 #include "app/gui/WheelBinding.h"
 #include "app/gui/WindowControls.h"
@@ -80,6 +81,7 @@ class MainTickTimer : public wxTimer {
     RefreshVuMeters(g_engine.mixer);
     TurnDeckWheels();
     TickControllers();
+    PollCdDriveScan();
     ShowWindowLamps();
     if (!reportPath_.empty() && tick_.counter() % kReportEveryTicks == 0) WriteStateReport(reportPath_);
   }
