@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -17,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "codecs/EncoderLame.h"
 #include "codecs/DecoderWAV.h"
 #include "support/TestFiles.h"
 
@@ -227,9 +230,15 @@ TEST_F(LumoAutoMix, AnOutputThatCannotBeWrittenFailsBeforeAnyWork) {
   EXPECT_NE(run.errors.find("can not write " + root.path() + "no/such/folder/mix.wav"), std::string::npos) << run.errors;
   EXPECT_EQ(run.errors.find("analys"), std::string::npos) << "nothing was analysed first";
 
+  // MP3 goes through the recorder's LAME, when the machine has it.
   run = RunAutoMix("'" + list + "' -o '" + root.path() + "mix.mp3'", root.path());
-  EXPECT_EQ(run.status >> 8, 1);
-  EXPECT_NE(run.errors.find("MP3 output needs the recorder"), std::string::npos) << run.errors;
+  if (CEncoderLame::Available()) {
+    EXPECT_EQ(run.status, 0) << run.errors;
+    EXPECT_GT(std::filesystem::file_size(root.path() + "mix.mp3"), 10000u);
+  } else {
+    EXPECT_EQ(run.status >> 8, 1);
+    EXPECT_NE(run.errors.find("MP3 needs LAME"), std::string::npos) << run.errors;
+  }
 
   run = RunAutoMix("'" + list + "'", root.path());
   EXPECT_EQ(run.status >> 8, 2) << "no output named";

@@ -1,57 +1,60 @@
 #include "MixOutput.h"
 
-#include <algorithm>
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstring>
-#include <vector>
 
-#include "audio/SampleConversions.h"
-#include "codecs/DecoderWAV.h"
+#include "app/Engine.h"
+#include "audio/MixRecorder.h"
 
 namespace {
 bool HasExtension(const std::string& path, const char* extension) {
   const size_t n = std::strlen(extension);
-  if (path.size() < n) return false;
-  return std::equal(path.end() - static_cast<long>(n), path.end(), extension,
-                    [](char a, char b) { return std::tolower(static_cast<unsigned char>(a)) == b; });
+  return path.size() >= n && strcasecmp(path.c_str() + path.size() - n, extension) == 0;
 }
 }  // namespace
 
-MixOutput::MixOutput() = default;
 MixOutput::~MixOutput() { Close(); }
 
-bool MixOutput::Open(const std::string& path, std::string* error) {
+bool MixOutput::Check(const std::string& path, std::string* error) {
   if (HasExtension(path, ".mp3")) {
-    *error = "MP3 output needs the recorder, which this build does not have yet; write a .wav";
-    return false;
-  }
-  if (!HasExtension(path, ".wav")) {
+    if (!CMixRecorder::HasEncoder()) {
+      *error = "MP3 needs LAME (libmp3lame.so.0), which is not on this machine; write a .wav";
+      return false;
+    }
+  } else if (!HasExtension(path, ".wav")) {
     *error = path + ": the mix is written as .wav or .mp3";
     return false;
   }
-  wav_ = std::make_unique<CDecoderWAV>(100);
-  AudioFormat format{44100, 2, 16, 16, 0, 0};
-  errno = 0;
-  if (!wav_->open(path, &format, 1)) {
-    *error = "can not write " + path + (errno ? std::string(": ") + std::strerror(errno) : std::string());
-    wav_.reset();
+  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+  if (fd < 0) {
+    *error = "can not write " + path + ": " + std::strerror(errno);
     return false;
   }
+  ::close(fd);
+  path_ = path;
   return true;
 }
 
-// The one place the master reaches the file, so the recorder can take this over.
-bool MixOutput::Write(const float* master, int frames) {
-  if (!wav_) return false;
-  static thread_local std::vector<short> pcm;
-  pcm.resize(2 * static_cast<size_t>(frames));
-  DeviceInt16FromFloat(master, pcm.data(), 2 * frames);  // the 16-bit output stage
-  return wav_->write(pcm.data(), frames) == frames;
+bool MixOutput::Start(std::string* error) {
+  if (!g_engine.recorder || !g_engine.recorder->Start(path_)) {
+    *error = "the recorder could not start on " + path_ + " (see log.txt)";
+    return false;
+  }
+  started_ = true;
+  return true;
+}
+
+bool MixOutput::Healthy() {
+  if (!started_) return false;
+  // The players' tick stops a recording whose disk failed and says so once.
+  return !EnginePlayersTick() && !g_engine.recorder->Failed();
 }
 
 bool MixOutput::Close() {
-  if (!wav_) return true;
-  wav_->close();
-  wav_.reset();
-  return true;
+  if (!started_) return true;
+  started_ = false;
+  return g_engine.recorder && g_engine.recorder->Stop() == 1;
 }

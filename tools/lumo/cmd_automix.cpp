@@ -192,7 +192,7 @@ int RunOffline(const Options& options, MixOutput& output, double listSeconds, Mi
   auto start = std::chrono::steady_clock::now();
   while (tail != 0) {
     offline.PullBlock(master.data());
-    if (!output.Write(master.data(), kBlockFrames)) {
+    if (!output.Healthy()) {
       std::fprintf(stderr, "\nlumo automix: can not write %s (disk full?)\n", options.output.c_str());
       return 1;
     }
@@ -221,8 +221,8 @@ int RunRealtime(const Options& options, double listSeconds, double& clock) {
   g_outputSelection.primary = ChooseDevice(options.device, OutputDeviceCount(true));
   g_outputSelection.secondary = -1;
   EngineOpenOutputs();
-  std::fprintf(stderr, "lumo automix: playing on %s; recording a real-time set needs the recorder, so %s is not "
-               "written\n", CurrentOutputStatus().primaryName.c_str(), options.output.c_str());
+  std::fprintf(stderr, "lumo automix: playing on %s and recording to %s\n", CurrentOutputStatus().primaryName.c_str(),
+               options.output.c_str());
   CEngineTick tick;
   CSoundSource* decks[kDeckCount];
   for (int d = 0; d < kDeckCount; ++d) decks[d] = g_engine.decks[d];
@@ -251,14 +251,9 @@ int RunAutoMixCommand(int argc, char** argv) {
   // The output first: a path that cannot be written fails before any work.
   MixOutput output;
   std::string error;
-  if (!output.Open(options.output, &error)) {
+  if (!output.Check(options.output, &error)) {
     std::fprintf(stderr, "lumo automix: %s\n", error.c_str());
     return 1;
-  }
-  if (options.realtime) {
-    // A real-time set is not recorded yet: the path was only checked.
-    output.Close();
-    std::remove(options.output.c_str());
   }
   if (options.demo) {
     const char* tmp = std::getenv("TMPDIR");
@@ -301,6 +296,8 @@ int RunAutoMixCommand(int argc, char** argv) {
   int result = 1;
   if (!StartSet(!options.realtime)) {
     std::fprintf(stderr, "lumo automix: none of the songs in %s could be played\n", options.source.c_str());
+  } else if (!output.Start(&error)) {
+    std::fprintf(stderr, "lumo automix: %s\n", error.c_str());
   } else {
     g_settings.mixaut = 1;
     result = options.realtime ? RunRealtime(options, listSeconds, clock)
@@ -308,9 +305,12 @@ int RunAutoMixCommand(int argc, char** argv) {
   }
   g_settings.mixaut = 0;
   g_autoMix.SetListener(nullptr);
-  output.Close();
+  if (!output.Close() && result == 0) {
+    std::fprintf(stderr, "lumo automix: %s is incomplete (disk full?)\n", options.output.c_str());
+    result = 1;
+  }
   EngineSaveLibrary();
-  if (result == 0 && !options.realtime) {
+  if (result == 0) {
     if (options.json) {
       std::printf("{\"mix\":%s,\"songs\":%d,\"transitions\":%d,\"seconds\":%s}\n", JsonString(options.output).c_str(),
                   report.songs(), report.transitions(), FormatFixed(clock, 3).c_str());

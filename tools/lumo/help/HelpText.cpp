@@ -125,8 +125,8 @@ const std::vector<CommandHelp> kCommands = {
      "Prints one line per transition (time, songs, tempi, pitch, how far apart the beats were when "
      "the fade started and ended). Songs that are missing, undecodable or empty are skipped. "
      "Offline by default: as fast as the machine goes, and the same list gives the same file.",
-     {{"-o, --output MIX.wav", "The file the mix is written to (MP3 needs the recorder)."},
-      {"--realtime", "Play the set through a sound device in real time instead."},
+     {{"-o, --output MIX.wav", "The file the mix is recorded to: .wav, or .mp3 when LAME is installed."},
+      {"--realtime", "Play the set through a sound device in real time (still recorded to the file)."},
       {"--device DEVICE", kDeviceText},
       {"--mixtime S", "The fade time in seconds, 0.1 to 600 (default: the mixtim setting, 10 s)."},
       {"--shuffle", "Take the songs in random order."},
