@@ -95,12 +95,14 @@ void CZQSlider::PaintKnob() {
   int w = ControlWidth(), h = ControlHeight();
   double angle = model_->Angle(), rotation = model_->Rotation();
   if (positions_ > 1) {
-    // A film strip: one frame per position, laid out in rows of the skin image.
+    // A film strip: one frame per position, laid out in rows of the skin image from the over
+    // corner (the up corner when the skin gives none).
     int frames = aliasing_ * positions_;
     int index = (static_cast<int>(std::lround(angle / (360.0 / frames))) - 1) % positions_;
     index = std::max(index, 0);
     int step = w + spaceBetween_;
-    int x = upx_ + step * index, y = upy_;
+    const bool overCorner = overx_ >= 0 && overy_ >= 0;
+    int x = (overCorner ? overx_ : upx_) + step * index, y = overCorner ? overy_ : upy_;
     wxMemoryDC* skin = SkinSurfaceFor(this).Dc();
     int imageWidth = skin ? skin->GetSize().GetWidth() : 0;
     if (imageWidth > 0 && step > 0) {

@@ -15,7 +15,9 @@ source "$(dirname "$0")/window-session.sh"
 start_display "$width" "$height"
 mkdir -p "$artifacts"
 
-sox -n -r 44100 -c 2 -b 16 "$home/track.wav" synth 60 sine 440 vol 0.5
+# A bass tone that swells twice a second, so its waveform (drawn from the low band) has a shape
+# that can be seen to move.
+sox -n -r 44100 -c 2 -b 16 "$home/track.wav" synth 60 sine 120 tremolo 2 90 vol 0.5
 report=$home/state.txt
 ZORVIK_LUMO_HOME=$home ZORVIK_LUMO_STATE_REPORT=$report "$program" "$home/track.wav" \
   >"$home/stdout.txt" 2>"$home/stderr.txt" &
@@ -59,6 +61,23 @@ first=$(value deck0.position)
 wait_for '[[ $(value deck0.position) -gt $((first + 22050)) ]]'
 echo "deck A plays: position $first -> $(value deck0.position)"
 import -window root "$artifacts/controls-playing.png"
+
+# Deck A's waveform scrolls while it plays: two pictures of its lane half a second of music
+# apart differ. The wave appears once the deck's analysis has drawn its stripe (idle priority,
+# so a busy machine takes a while): pictures are taken until they move, or two minutes pass.
+read -r lx ly lw lh <<<"$(value rect.sd_deck)"
+lane() { import -window root "$home/screen.png" && convert "$home/screen.png" -crop "${lw}x${lh}+${lx}+${ly}" +repage "$1"; }
+moved=0
+for _ in $(seq 1 120); do
+  lane "$artifacts/controls-wave-1.png"
+  at=$(value deck0.position)
+  wait_for '[[ $(value deck0.position) -gt $((at + 22050)) ]]'
+  lane "$artifacts/controls-wave-2.png"
+  moved=$(compare -metric AE -fuzz 10% "$artifacts/controls-wave-1.png" "$artifacts/controls-wave-2.png" null: 2>&1 || true)
+  (( ${moved%.*} > lw * lh / 50 )) && break
+done
+echo "pixels of deck A's waveform that moved in half a second: $moved"
+(( ${moved%.*} > lw * lh / 50 )) || { echo "the waveform does not scroll"; exit 1; }
 
 # The crossfader, from its cursor to the left end.
 read -r cx cy <<<"$(centre crossfader)"

@@ -40,8 +40,9 @@ void WriteStateReport(const std::string& path) {
   for (int d = 0; d < kDeckCount; ++d) {
     CSoundSource* deck = g_engine.decks[d];
     if (!deck) continue;
-    std::snprintf(line, sizeof line, "deck%d.playing=%d\ndeck%d.position=%d\n", d, deck->IsPlaying() ? 1 : 0, d,
-                  deck->GetPosition());
+    std::snprintf(line, sizeof line, "deck%d.playing=%d\ndeck%d.position=%d\ndeck%d.loaded=%d\ndeck%d.analysed=%d\n", d,
+                  deck->IsPlaying() ? 1 : 0, d, deck->GetPosition(), d, deck->memory.percentLoaded(), d,
+                  deck->analysed.load());
     text += line;
     if (g_engine.mixer) {
       std::snprintf(line, sizeof line, "volume%d=%d\n", d, g_engine.mixer->ChannelVolumePosition(d));
@@ -57,13 +58,19 @@ void WriteStateReport(const std::string& path) {
     text += line;
   }
   const struct { const char* name; int deck; } kShown[] = {
-      {"deck_play_pause", 0}, {"crossfader", -1}, {"deck_volume", 0}, {"deck_eq_low", 0}, {"deck_elapsed", 0}};
+      {"deck_play_pause", 0}, {"crossfader", -1}, {"deck_volume", 0}, {"deck_eq_low", 0}, {"deck_elapsed", 0},
+      {"sd_deck", 0},          {"deck_play_pause", 1}, {"deck_play_pause", 2}, {"deck_play_pause", 3}};
   for (const auto& shown : kShown) {
     ZQCustomControl* control = ControlAt(ControlIdByName(shown.name), shown.deck);
     if (!control || !control->IsShownOnScreen()) continue;
     wxPoint at = control->GetScreenPosition();
     wxSize size = control->GetSize();
-    std::snprintf(line, sizeof line, "rect.%s=%d %d %d %d\n", shown.name, at.x, at.y, size.x, size.y);
+    // Deck A's and the global controls by name alone, the other decks' with their number.
+    if (shown.deck > 0) {
+      std::snprintf(line, sizeof line, "rect.%s.%d=%d %d %d %d\n", shown.name, shown.deck, at.x, at.y, size.x, size.y);
+    } else {
+      std::snprintf(line, sizeof line, "rect.%s=%d %d %d %d\n", shown.name, at.x, at.y, size.x, size.y);
+    }
     text += line;
   }
   WriteFileAtomically(path, text);
