@@ -249,7 +249,10 @@ TempoEstimate ZQTempoEstimator::Estimate(TempoRange range) {
   peakBpm = RefinePeak(peakBpm);
 
   result.bpm = ChooseLevel(peakBpm);
-  result.confidence = std::clamp((Sharpness(result.bpm) - kSharpnessFloor) / kSharpnessSpan, 0.0, 1.0);
+  // How clearly the music keeps a beat at any level of it: half-time drums repeat sharply at
+  // the groove's half tempo while their beat rests on hats alone.
+  const double sharpest = std::max({Sharpness(result.bpm), Sharpness(result.bpm / 2.0), Sharpness(result.bpm * 2.0)});
+  result.confidence = std::clamp((sharpest - kSharpnessFloor) / kSharpnessSpan, 0.0, 1.0);
   // Steady tones repeat sharply too (two partials in one band beat at an exact rate), but they
   // never attack: without attacks anywhere there is no beat, however regular the shimmer.
   if (bandMean_[0] + bandMean_[1] + bandMean_[2] < kFaintestAttacks) result.confidence = 0.0;
