@@ -3,7 +3,10 @@
 // true beat), for lumo and, when installed, bpm-tools, aubio and soundstretch on the same files.
 // Also the CPU time of the whole analysis per minute of audio.
 //
-//   build/bench/analysis_tempo_eval [pieces=150] [seconds=0: 20 s to 6 min by piece] [--others] [folder]
+//   build/bench/analysis_tempo_eval [pieces=150] [seconds=0: 20 s to 6 min by piece] [--others] [--from N] [folder]
+//
+// --from N starts at piece N of the set, so two processes can share the set on two cores; the
+// summary then counts only the pieces run.
 //
 // One line per piece and a summary; the figures go into docs/performance.md.
 
@@ -107,10 +110,12 @@ int main(int argc, char** argv) {
   int pieces = 150;
   double seconds = 0.0;
   bool others = false;
+  size_t first = 0;
   std::string folder = "/tmp/lumo-tempo-eval";
   int positional = 0;
   for (int i = 1; i < argc; ++i) {
     if (std::strcmp(argv[i], "--others") == 0) others = true;
+    else if (std::strcmp(argv[i], "--from") == 0 && i + 1 < argc) first = static_cast<size_t>(std::atoi(argv[++i]));
     else if (positional == 0) pieces = std::atoi(argv[i]), ++positional;
     else if (positional == 1) seconds = std::atof(argv[i]), ++positional;
     else folder = argv[i];
@@ -130,7 +135,7 @@ int main(int argc, char** argv) {
   const auto set = TempoEvaluationSet(pieces, seconds);
   std::printf("%-4s %7s %7s %5s %5s %5s %6s %7s %7s %7s\n", "#", "true", "lumo", "conf", "feel", "secs", "beatF",
               "bpm", "aubio", "sstr");
-  for (size_t i = 0; i < set.size(); ++i) {
+  for (size_t i = first; i < set.size(); ++i) {
     const SyntheticRecipe& r = set[i];
     const SyntheticTrack track = MakeSyntheticTrack(r);
     const std::string wav = folder + "piece" + std::to_string(i) + ".wav";
@@ -176,7 +181,7 @@ int main(int argc, char** argv) {
       std::remove(wav.c_str());
     }
   }
-  const double n = static_cast<double>(set.size());
+  const double n = static_cast<double>(set.size() - std::min(first, set.size()));
   std::printf("\n%-14s %6s %6s %7s\n", "analyser", "ACC1", "ACC2", "beat F");
   for (const Tool* t : {&lumo, &bpmTools, &aubio, &stretch}) {
     if (!t->available) continue;

@@ -20,8 +20,17 @@ double ZQGainAnalyzer::ChannelFilter::Step(double x, const double* yule, const d
   static_assert(sizeof yuleIn == 2 * kYuleOrder * sizeof(double), "each of the ten is stored twice");
   const double* in = yuleIn + yuleHead;
   const double* out = yuleOut + yuleHead;
-  double y = kDenormalGuard + x * yule[0];
-  for (int k = 0; k < kYuleOrder; ++k) y += in[k] * yule[2 * k + 2] - out[k] * yule[2 * k + 1];
+  // Four partial sums, not one: the adds of one long chain wait on each other, and the filter
+  // runs for every sample of every song.
+  static_assert(kYuleOrder % 2 == 0, "the history is summed in pairs");
+  double feedEven = kDenormalGuard + x * yule[0], feedOdd = 0.0, backEven = 0.0, backOdd = 0.0;
+  for (int k = 0; k < kYuleOrder; k += 2) {
+    feedEven += in[k] * yule[2 * k + 2];
+    feedOdd += in[k + 1] * yule[2 * k + 4];
+    backEven += out[k] * yule[2 * k + 1];
+    backOdd += out[k + 1] * yule[2 * k + 3];
+  }
+  const double y = (feedEven + feedOdd) - (backEven + backOdd);
   yuleHead = (yuleHead + kYuleOrder - 1) % kYuleOrder;
   yuleIn[yuleHead] = yuleIn[yuleHead + kYuleOrder] = x;
   yuleOut[yuleHead] = yuleOut[yuleHead + kYuleOrder] = y;

@@ -122,10 +122,19 @@ double ZQTempoEstimator::Sharpness(double bpm) const {
   return (AcfAt(lag) - sides) / acf_[0];
 }
 
+// The peak to a fraction of a frame: a whole-frame lag is 1.7 % at 100 BPM, enough for a grid
+// to drift off the beats within a bar or two, so the lag's multiples (as many as the
+// autocorrelation holds) are summed too, each of which sees the error that many times over.
 double ZQTempoEstimator::RefinePeak(double bpm) const {
-  double best = bpm, bestValue = Periodicity(bpm);
-  for (double b = bpm * 0.96; b <= bpm * 1.04; b += 0.1) {
-    const double v = Periodicity(b);
+  auto spread = [&](double b) {
+    const double lag = LagOf(b);
+    double sum = 0.0;
+    for (double at = lag; at + 1.0 < static_cast<double>(acf_.size()); at += lag) sum += AcfAt(at);
+    return sum;
+  };
+  double best = bpm, bestValue = -1.0;
+  for (double b = bpm * 0.96; b <= bpm * 1.04; b += 0.02) {
+    const double v = spread(b);
     if (v > bestValue) bestValue = v, best = b;
   }
   return best;
@@ -211,7 +220,9 @@ double ZQTempoEstimator::ChooseLevel(double peakBpm) {
   double fallback = 0.0, fallbackPrior = -1.0;
   bool tripled = false;
   for (; level <= kFastest; level *= 2.0) {
-    const double bpm = RefinePeak(level);
+    // Exact multiples of the refined peak: a weak level refined on its own may land a fraction of
+    // a percent off, enough on a short track for its grid to drift off the beats.
+    const double bpm = level;
     if (DjPrior(bpm) > fallbackPrior) fallbackPrior = DjPrior(bpm), fallback = bpm;
     const Subdivision kick = Subdivide(bandCurves_[kKick], bpm);
     if (!tripled && kick.third >= kRepeatsOnThirds && 3.0 * bpm <= kFastest) {
@@ -249,7 +260,10 @@ TempoEstimate ZQTempoEstimator::Estimate(TempoRange range) {
   peakBpm = RefinePeak(peakBpm);
 
   result.bpm = ChooseLevel(peakBpm);
-  result.confidence = std::clamp((Sharpness(result.bpm) - kSharpnessFloor) / kSharpnessSpan, 0.0, 1.0);
+  // How clearly the music keeps a beat at any level of it: half-time drums repeat sharply at
+  // the groove's half tempo while their beat rests on hats alone.
+  const double sharpest = std::max({Sharpness(result.bpm), Sharpness(result.bpm / 2.0), Sharpness(result.bpm * 2.0)});
+  result.confidence = std::clamp((sharpest - kSharpnessFloor) / kSharpnessSpan, 0.0, 1.0);
   // Steady tones repeat sharply too (two partials in one band beat at an exact rate), but they
   // never attack: without attacks anywhere there is no beat, however regular the shimmer.
   if (bandMean_[0] + bandMean_[1] + bandMean_[2] < kFaintestAttacks) result.confidence = 0.0;

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include "analysis/StripeFile.h"
+#include "analysis/StripeMarks.h"
 #include "analysis/TempoGrid.h"
 #include "app/base/Trace.h"
 #include "codecs/SongKey.h"
@@ -76,6 +77,7 @@ AnalysisOutcome CTrackAnalyzer::Analyze(const std::string& path, TrackAnalysis& 
       DetectTempoAndGrid(beats_, tempo_, stripe_.data(), onsets_.data(), n, seconds, PreferredTempoRange());
   result.bpm = tempo.bpm;
   result.bpmConfidence = tempo.confidence;
+  result.beats = static_cast<int>(std::count_if(stripe_.begin(), stripe_.end(), [](float v) { return IsMarked(v); }));
   result.key = key_.FinishDetection().key;
   result.pitchKey = KeyIndexOf(result.key);
   result.name = SongKeyOf(path);

@@ -25,6 +25,7 @@ struct TrackAnalysis {
   int entries = 0;
   float bpm = 0.0f;
   float bpmConfidence = 0.0f;  // 0..1: how clearly the music keeps a beat
+  int beats = 0;               // beat marks in the stripe
   double gain = ZQGainAnalyzer::kNoGain;
   ZQKey key;
   int pitchKey = 0;

@@ -11,6 +11,8 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
+#include <map>
+#include <mutex>
 #include <unistd.h>
 
 #include "AnalysisFixture.h"
@@ -18,6 +20,7 @@
 #include "analysis/FileWorker.h"
 #include "analysis/StripeMarks.h"
 #include "analysis/TrackAnalyzer.h"
+#include "support/WaitFor.h"
 
 namespace {
 
@@ -134,6 +137,56 @@ TEST_F(StripeFileTest, FileWorkerSkipsWhatIsDoneAndGoneAndAnalysesTheRest) {
   ASSERT_EQ(shown.size(), 2u);
   EXPECT_EQ(shown[0], song);
   EXPECT_EQ(shown[1], "");
+}
+
+// What `lumo analyse --jobs 2` relies on: unpaced lanes drain the queue back to back, and every
+// path comes back exactly once, analysed or with the reason it was not.
+TEST_F(StripeFileTest, FileWorkerLanesReportEveryPathOnce) {
+  SyntheticRecipe recipe;
+  recipe.seconds = 12.0;
+  const auto stereo = MakeSyntheticTrack(recipe).stereo;
+  std::vector<std::string> songs;
+  for (const char* name : {"one.wav", "two.wav", "three.wav"}) {
+    songs.push_back(PathOf(name));
+    ASSERT_TRUE(WriteWav(songs.back(), stereo));
+  }
+  const std::string notAudio = PathOf("notes.wav");
+  { std::FILE* f = std::fopen(notAudio.c_str(), "w"); ASSERT_TRUE(f); std::fputs("not audio", f); std::fclose(f); }
+  std::mutex lock;
+  std::map<std::string, std::string> outcomes;  // path -> "analysed" or the skip text
+  std::atomic<int> reported{0};
+  FileWorkerConfig config;
+  config.lanes = 2;
+  config.paced = false;
+  CFileWorker worker(
+      nullptr,
+      [&](const std::string& path, const TrackAnalysis& result) {
+        std::lock_guard guard(lock);
+        outcomes[path] += result.beats > 0 ? "analysed" : "analysed without beats";
+        ++reported;
+      },
+      [&](const std::string& path, FileSkip why) {
+        std::lock_guard guard(lock);
+        outcomes[path] += FileSkipText(why);
+        ++reported;
+      },
+      config);
+  for (const std::string& song : songs) worker.Enqueue(song);
+  worker.Enqueue(PathOf("gone.wav"));
+  worker.Enqueue(notAudio);
+  worker.Start();
+  ASSERT_TRUE(WaitFor([&] { return reported.load() == 5; }, kIdleWorkDeadline));
+  worker.Enqueue(songs[0]);  // the lanes sleep now; the next wake finds it done
+  ASSERT_TRUE(WaitFor([&] { return reported.load() == 6; }, kIdleWorkDeadline));
+  worker.Close();
+  std::lock_guard guard(lock);
+  EXPECT_EQ(outcomes[songs[0]], "analysedalready analysed");
+  EXPECT_EQ(outcomes[songs[1]], "analysed");
+  EXPECT_EQ(outcomes[songs[2]], "analysed");
+  EXPECT_EQ(outcomes[PathOf("gone.wav")], "no such file");
+  EXPECT_EQ(outcomes[notAudio], "cannot be decoded");
+  EXPECT_TRUE(FileSkipIsFailure(FileSkip::kUndecodable));
+  EXPECT_FALSE(FileSkipIsFailure(FileSkip::kAlreadyDone));
 }
 
 }  // namespace

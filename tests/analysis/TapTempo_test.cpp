@@ -44,9 +44,7 @@ TEST(TapTempo, APauseOrAClockGoingBackStartsANewCount) {
 TEST(BpmDialog, ModesGiveTheWalkItsRangeAndTheFieldItsText) {
   EXPECT_EQ(BpmDialogHint(BpmDialogMode::kManual, 127.6), 128);
   EXPECT_EQ(BpmDialogHint(BpmDialogMode::kManual, 0.0), 0) << "nothing typed: the default search";
-  EXPECT_EQ(BpmDialogHint(BpmDialogMode::kAuto75to150, 127.6), 0);
-  EXPECT_EQ(BpmDialogHint(BpmDialogMode::kBelow100, 0.0), -1);
-  EXPECT_EQ(BpmDialogHint(BpmDialogMode::kAbove100, 0.0), -2);
+  EXPECT_EQ(BpmDialogHint(BpmDialogMode::kAuto75to150, 127.6), 0) << "a typed tempo is ignored in automatic modes";
 
   // Each automatic mode folds a detected tempo to where the mode says it lies.
   EXPECT_DOUBLE_EQ(FoldIntoTempoRange(174.0, BpmDialogRange(BpmDialogMode::kBelow100, TempoRange::kAuto)), 87.0);

@@ -3,29 +3,27 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
+#include <cmath>
+#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <memory>
 #include <mutex>
-#include <set>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "LumoSession.h"
+#include "analysis/FileWorker.h"
 #include "analysis/StripeFile.h"
-#include "analysis/StripeMarks.h"
 #include "analysis/TempoRange.h"
 #include "analysis/TrackAnalyzer.h"
 #include "JsonText.h"
 #include "app/DataFolders.h"
 #include "app/base/NumberText.h"
 #include "app/base/Trace.h"
-#include "codecs/SongKey.h"
 #include "library/SongDatabase.h"
 #include "library/SongDatabaseSaver.h"
 
@@ -33,7 +31,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int kMaxJobs = 64;
+constexpr int kMaxJobs = CFileWorker::kMaxLanes;
 
 struct Options {
   bool json = false;
@@ -111,7 +109,7 @@ std::string NotAnalysedLine(const std::string& path, const char* reason, bool fa
   return "lumo analyse: " + path + ": " + reason;
 }
 
-std::string ResultLine(const std::string& path, const TrackAnalysis& r, int marks, bool json) {
+std::string ResultLine(const std::string& path, const TrackAnalysis& r, bool json) {
   const bool hasGain = r.gain != ZQGainAnalyzer::kNoGain;
   const std::string key = r.key.known() ? KeyText(r.key) : "";
   if (json) {
@@ -121,7 +119,7 @@ std::string ResultLine(const std::string& path, const TrackAnalysis& r, int mark
            ",\"key\":" + JsonString(key) + ",\"keycode\":" +
            JsonString(r.key.known() ? KeyCodeText(KeyCodeOf(r.key)) : "") +
            ",\"pitch_key\":" + std::to_string(r.pitchKey) + ",\"duration_ms\":" + std::to_string(r.durationMs) +
-           ",\"beats\":" + std::to_string(marks) + ",\"stripe\":" + (r.stripeWritten ? "true" : "false") + "}";
+           ",\"beats\":" + std::to_string(r.beats) + ",\"stripe\":" + (r.stripeWritten ? "true" : "false") + "}";
   }
   char line[128];
   std::snprintf(line, sizeof line, "%7s BPM (%s)  %9s  %-4s  ", FormatFixed(r.bpm, 2).c_str(),
@@ -188,58 +186,45 @@ int RunAnalyseCommand(int argc, char** argv) {
   const std::vector<std::string> files = CollectFiles(options.paths, missing);
   Progress progress(files.size());
   std::mutex outputLock;
-  std::atomic<size_t> next{0};
+  std::condition_variable allReported;
   size_t done = 0, analysed = 0, skipped = 0, failed = missing;
-  // Record and stripe are keyed by the bare file name: a name is analysed once per run, so two
-  // files of one name in two folders never run at the same time and mix their results.
-  std::set<std::string> claimed;
   progress.Draw(0);
   SetPreferredTempoRange(options.range);
 
+  // The hooks run on the worker's lanes, several at once with --jobs.
   auto report = [&](const std::string& line, bool toStdout) {
     progress.Clear();
     std::fprintf(toStdout ? stdout : stderr, "%s\n", line.c_str());
     std::fflush(toStdout ? stdout : stderr);
+    progress.Draw(++done);
+    if (done == files.size()) allReported.notify_all();
   };
-  auto work = [&] {
-    CTrackAnalyzer analyzer;
-    for (size_t i; (i = next.fetch_add(1)) < files.size();) {
-      const std::string& path = files[i];
-      {
+  FileWorkerConfig config;
+  config.lanes = std::min<int>(options.jobs, static_cast<int>(std::max<size_t>(files.size(), 1)));
+  config.paced = false;
+  config.force = options.force;
+  config.priorityClass = 3;  // the user is waiting: normal priority, not the program's idle pass
+  CFileWorker worker(
+      nullptr,
+      [&](const std::string& path, const TrackAnalysis& result) {
         std::lock_guard guard(outputLock);
-        const bool fresh = claimed.insert(SongKeyOf(path)).second;
-        if (!fresh || (!options.force && !NeedsAnalysis(path))) {
-          ++done, ++skipped;
-          report(NotAnalysedLine(path, fresh ? "already analysed" : "a file of the same name was analysed in this run",
-                                 false, options.json),
-                 options.json);
-          progress.Draw(done);
-          continue;
-        }
-      }
-      TrackAnalysis result;
-      const AnalysisOutcome outcome = analyzer.Analyze(path, result);
-      int marks = 0;
-      for (float v : analyzer.stripe()) marks += IsMarked(v);
-      std::lock_guard guard(outputLock);
-      ++done;
-      if (outcome == AnalysisOutcome::kDone) {
         ++analysed;
-        report(ResultLine(path, result, marks, options.json), true);
-      } else {
-        ++failed;
-        const char* reason = outcome == AnalysisOutcome::kTooLong ? "longer than 20 minutes" : "cannot be decoded";
-        TraceLine("analyse: %s: %s", path.c_str(), reason);
-        report(NotAnalysedLine(path, reason, true, options.json), options.json);
-      }
-      progress.Draw(done);
-    }
-  };
-  const int jobs = std::min<int>(options.jobs, static_cast<int>(std::max<size_t>(files.size(), 1)));
-  std::vector<std::thread> workers;
-  for (int j = 1; j < jobs; ++j) workers.emplace_back(work);
-  work();
-  for (auto& worker : workers) worker.join();
+        report(ResultLine(path, result, options.json), true);
+      },
+      [&](const std::string& path, FileSkip why) {
+        std::lock_guard guard(outputLock);
+        const bool failure = FileSkipIsFailure(why);
+        ++(failure ? failed : skipped);
+        report(NotAnalysedLine(path, FileSkipText(why), failure, options.json), options.json);
+      },
+      config);
+  for (const std::string& path : files) worker.Enqueue(path);
+  worker.Start();
+  {
+    std::unique_lock guard(outputLock);
+    allReported.wait(guard, [&] { return done == files.size(); });
+  }
+  worker.Close();
   progress.Clear();
 
   saver.reset();
