@@ -1,12 +1,14 @@
 #include "app/control/EngineCommands.h"
 
 #include <algorithm>
+#include <deque>
 
 #include "app/AutoMix.h"
 #include "app/Engine.h"
 #include "audio/Mixer.h"
 #include "audio/MixerChannel.h"
 #include "deck/SoundSource.h"
+#include "library/LibraryPanel.h"
 
 namespace {
 
@@ -32,6 +34,21 @@ constexpr const char* kTexts[] = {
 static_assert(sizeof(kTexts) / sizeof(kTexts[0]) == static_cast<size_t>(EngineCommand::kCount));
 
 constexpr int kMonitorOnLevel = 110;
+
+// Auto-Mix plays the list on screen from the row under the cursor: that row itself when no
+// deck holds a song yet, else the rows after it.
+void TakeAutoMixListFromLibrary() {
+  LibraryPanel* panel = CurrentLibraryPanel();
+  CZQAbstractList* list = panel ? panel->list().list() : nullptr;
+  if (!list) return;
+  const bool empty = !(g_engine.decks[0] && g_engine.decks[0]->fileOpen.load()) &&
+                     !(g_engine.decks[1] && g_engine.decks[1]->fileOpen.load());
+  std::deque<std::string> paths;
+  TZQListElement row;
+  for (int r = std::max(0, panel->list().Cursor() + (empty ? 0 : 1)); list->GetRow(r, row); ++r)
+    paths.push_back(row.column[kColPath]);
+  g_autoMix.SetPlaylist(std::move(paths));
+}
 
 // The engine's own sink: each command is one setter on a deck, a channel or the mixer. A deck
 // or channel that does not exist (yet) takes nothing.
@@ -106,6 +123,7 @@ class EngineSink : public EngineCommandSink {
         break;
       case C::kLimiter: EngineSetLimiter(value != 0); break;
       case C::kAutoMix:
+        if (value) TakeAutoMixListFromLibrary();
         g_autoMix.SetEnabled(value != 0);
         // Switched on with both decks stopped, it mixes to the next song at once.
         if (value && g_engine.decks[0] && g_engine.decks[1] && !g_engine.decks[0]->playing.load() &&
