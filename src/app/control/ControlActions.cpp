@@ -1,16 +1,29 @@
 #include "app/control/ControlActions.h"
 
+#include <algorithm>
 #include <cctype>
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <thread>
 
 #include "app/Engine.h"
 #include "app/control/ControlModels.h"
+#include "app/control/EngineCommands.h"
+#include "audio/SamplerPlayer.h"
 #include "deck/SoundSource.h"
+#include "library/LibraryPanel.h"
+#include "library/TrackListView.h"
 #include "skin/model/ActionTable.h"
 
 namespace {
+
+std::function<void(const char*, int)>& PanelHandler() {
+  static std::function<void(const char*, int)> handler;
+  return handler;
+}
+
 
 constexpr double kSecondsPerFrame = 1.0 / 44100.0;
 constexpr int kCueNear = 441;      // "cue" lights within this many frames of the cue point
@@ -81,11 +94,15 @@ ControlValue DeckValue(const char* name, int deck) {
 
 }  // namespace
 
-void ControlActionRunner::RunAction(int row, int value, int, int deck) {
+void ControlActionRunner::RunAction(int row, int value, int aux, int deck) {
   if (row < 0 || row >= kActionCount) return;
   const ScriptAction& action = kActionTable[row];
+  if (action.group == kDirect) {
+    RunDirectAction(action.name, value, aux, deck);
+    return;
+  }
   int id = ControlIdByName(action.control);
-  if (id <= 0) return;  // direct rows name no control; their engine parts are not built yet
+  if (id <= 0) return;
   if (action.group == kSliderSet) SetSliderByScript(id, deck, value);
   else if (action.group == kPress) PressControl(id, deck, value);
 }
@@ -107,3 +124,43 @@ ControlValue ControlActionRunner::GetValue(const char* name, int deck) {
 }
 
 void InstallControlActions() { SetActionRunner(&g_runner); }
+
+void SetPanelActionHandler(std::function<void(const char* name, int value)> handler) {
+  PanelHandler() = std::move(handler);
+}
+
+void RunDirectAction(const char* name, int value, int aux, int deck) {
+  CSoundSource* source = deck >= 0 && deck < kDeckCount ? g_engine.decks[deck] : nullptr;
+  LibraryPanel* library = CurrentLibraryPanel();
+  // A jog wheel sends signed steps; aux is its steps per turn (100 unless the script says).
+  if (Is(name, "scratchDeckJW") || Is(name, "moveDeckJogWheel")) {
+    if (source && value != 0) source->jogMove(value, -100, 0, Is(name, "scratchDeckJW") ? 1 : 0, aux > 0 ? aux : 100);
+  } else if (Is(name, "deckLoopNormal64ths")) {
+    if (value > 0) CurrentEngineSink().Run(EngineCommand::kBeatLoop, deck, 0, value);
+  } else if (Is(name, "deckLoopInstant64ths")) {
+    if (value > 0) CurrentEngineSink().Run(EngineCommand::kBeatLoopBack, deck, 0, value);
+  } else if (Is(name, "samplerPlay")) {
+    // samplerPlay(n, on): sampler 1 to 8; on 1 plays, 0 stops, missing (-1) toggles.
+    if (value >= 1 && value <= 8 && g_engine.samplers[value - 1]) {
+      CSamplerPlayer& sampler = *g_engine.samplers[value - 1];
+      sampler.Play(aux < 0 ? (sampler.IsPlaying() ? 0 : 1) : aux);
+    }
+  } else if (Is(name, "sleep")) {
+    // Blocks the GUI thread, as scripts expect of it; bounded so a typo cannot freeze the set.
+    if (value > 0) std::this_thread::sleep_for(std::chrono::milliseconds(std::min(value, 1000)));
+  } else if (Is(name, "lbMoveCursor")) {
+    if (library && value != 0) library->MoveListCursor(value);
+  } else if (Is(name, "lbBrowserSelect")) {
+    // An encoder on the tree: steps move its cursor, 0 opens the node under it.
+    if (library) value == 0 || value == -1 ? library->ActivateTreeCursor() : library->MoveTreeCursor(value);
+  } else if (Is(name, "lbListSelect")) {
+    if (library && value != 0 && value != -1) library->MoveListCursor(value);
+    else if (library) library->SetFocus(LibraryPanel::kListPane);
+  } else if (Is(name, "lbToggleSelect")) {
+    if (library) library->HandleKey(kNavTab);
+  } else if (Is(name, "deckLBLoad")) {
+    if (library) library->LoadSelectedTrackToDeck(deck);
+  } else if (PanelHandler()) {
+    PanelHandler()(name, value);  // showPanel, showPrevPanel, showNextPanel
+  }
+}

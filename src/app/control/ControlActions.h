@@ -5,6 +5,8 @@
 //
 // Threads: GUI thread only.
 
+#include <functional>
+
 #include "skin/model/ActionDispatch.h"
 
 class ControlActionRunner : public ActionRunner {
@@ -15,3 +17,9 @@ class ControlActionRunner : public ActionRunner {
 
 // The one runner; InstallControlActions makes it current (SetActionRunner).
 void InstallControlActions();
+
+// The rows that name no control run here: the jog wheels, the 64ths loops, the samplers, the
+// library's browsing, and sleep. The main group's panels (showPanel, showPrevPanel,
+// showNextPanel) belong to the window, which installs its own step for them.
+void RunDirectAction(const char* name, int value, int aux, int deck);
+void SetPanelActionHandler(std::function<void(const char* name, int value)> handler);

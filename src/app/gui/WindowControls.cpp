@@ -1,11 +1,14 @@
 #include "app/gui/WindowControls.h"
 
+#include <algorithm>
+#include <cstring>
 #include <initializer_list>
 
 #include <wx/filedlg.h>
 #include <wx/msgdlg.h>
 
 #include "app/Engine.h"
+#include "app/control/ControlActions.h"
 #include "app/gui/OptionsDialog.h"
 #include "app/gui/TagEditorDialog.h"
 #include "audio/MixRecorder.h"
@@ -13,6 +16,7 @@
 #include "skin/ControlTable.h"
 #include "skin/SkinControls.h"
 #include "skin/SkinLoader.h"
+#include "skin/ZQCustomGroup.h"
 #include "skin/ZQMainWindow.h"
 
 namespace {
@@ -61,6 +65,15 @@ void ToggleRecording(wxWindow* parent) {
 }  // namespace
 
 void BindWindowControls(ZQMainWindow* main) {
+  // Scripts page through the main group: showPanel(n), and the panel before or after the one
+  // on show, wrapping round.
+  SetPanelActionHandler([main](const char* name, int value) {
+    ZQCustomGroup& group = main->MainGroup();
+    const int count = std::max(1, group.PanelCount());
+    if (!std::strcmp(name, "showPanel") && value >= 0 && value < count) group.ShowPanel(value);
+    if (!std::strcmp(name, "showPrevPanel")) group.ShowPanel((group.CurrentPanel() + count - 1) % count);
+    if (!std::strcmp(name, "showNextPanel")) group.ShowPanel((group.CurrentPanel() + 1) % count);
+  });
   // Dialogs open after the control's own event has finished.
   OnRelease({"cfg", "cfg2"}, [main](int, int, int) { main->CallAfter([main] { ShowOptionsDialog(main); }); });
   OnRelease({"recording"}, [main](int, int, int) { main->CallAfter([main] { ToggleRecording(main); }); });

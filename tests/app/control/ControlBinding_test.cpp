@@ -112,6 +112,25 @@ TEST_F(ControlBinding, ScriptPressesAreWholeClicksAndShortCallsFail) {
   EXPECT_EQ(sink_.calls, (std::vector<Call>{{EngineCommand::kBeatLoop, 0, 0, 256}}));
 }
 
+TEST_F(ControlBinding, DirectRowsReachTheEngineAndTheWindowsPanels) {
+  // 64ths loops straight to the deck's loop calls, normal and instant.
+  ASSERT_TRUE(Script("deckLoopNormal64ths", {2, 32}));
+  ASSERT_TRUE(Script("deckLoopInstant64ths", {3, 16}));
+  EXPECT_EQ(sink_.calls, (std::vector<Call>{{EngineCommand::kBeatLoop, 2, 0, 32}, {EngineCommand::kBeatLoopBack, 3, 0, 16}}));
+  // The panel rows go to the window's own step, with their value.
+  std::vector<std::string> panels;
+  SetPanelActionHandler([&](const char* name, int value) { panels.push_back(name + std::to_string(value)); });
+  ASSERT_TRUE(Script("showPanel", {3}));
+  ASSERT_TRUE(Script("showNextPanel", {0}));
+  SetPanelActionHandler(nullptr);
+  EXPECT_EQ(panels, (std::vector<std::string>{"showPanel3", "showNextPanel0"}));
+  // Rows whose engine part is missing (no library, no sampler here) do nothing and say nothing.
+  TraceCapture trace;
+  EXPECT_TRUE(Script("deckLBLoad", {1}));
+  EXPECT_TRUE(Script("samplerPlay", {4}));
+  EXPECT_FALSE(trace.Saw("js function"));
+}
+
 TEST_F(ControlBinding, SwitchesTellTheEngineAndTheNotifierTheirNewState) {
   ButtonModel* reverse = ButtonModelNamed("deck_reverse", 3);
   ASSERT_NE(reverse, nullptr);
