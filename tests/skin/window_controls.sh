@@ -2,8 +2,9 @@
 # The window as a DJ uses it, with real pointer events: a generated track given on the command
 # line is on deck A; a click on PLAY starts it and its time display runs; dragging the
 # crossfader and deck A's channel fader with the mouse changes the engine's gains; an EQ knob
-# turns by dragging upwards. The program writes its engine state to a file each few ticks
-# (ZORVIK_LUMO_STATE_REPORT), which is what this script reads back. Screenshots go to ARTIFACTS.
+# turns by dragging upwards; a hand turning deck A's record moves the music by the turn. The
+# program writes its engine state to a file each few ticks (ZORVIK_LUMO_STATE_REPORT), which is
+# what this script reads back. Screenshots go to ARTIFACTS.
 #
 #   window_controls.sh PROGRAM ARTIFACTS_DIR
 set -euo pipefail
@@ -103,6 +104,30 @@ xdotool mousemove "$kx" "$ky" click 5 click 5
 wait_for '[[ "$(value eqlow0)" == 6.1 ]]'
 echo "wheel down twice: $(value eqlow0) dB"
 import -window root "$artifacts/controls-after-drags.png"
+
+# A hand on deck A's record, the deck stopped first: 200 degrees clockwise at 33 1/3 rpm is
+# one second of music forward. The hand rests a moment before letting go, so the platter has
+# pulled the sound to where it was put.
+read -r wx wy ww wh <<<"$(value rect.deck_wheel)"
+wcx=$((wx + ww / 2)) wcy=$((wy + wh / 2)) radius=$((ww * 3 / 8))
+read -r px py <<<"$(centre deck_play_pause)"
+xdotool mousemove "$px" "$py" click 1
+wait_for '[[ "$(value deck0.playing)" == 0 ]]'
+before=$(value deck0.position)
+point() {  # the point at a clockwise angle from twelve o'clock
+  awk -v a="$1" -v r="$radius" -v x="$wcx" -v y="$wcy" \
+    'BEGIN { t = a * 3.14159265358979 / 180; printf "%d %d", x + r * sin(t) + 0.5, y - r * cos(t) + 0.5 }'
+}
+xdotool mousemove $(point 0) mousedown 1
+for step in $(seq 5 5 200); do
+  xdotool mousemove $(point "$step")
+  sleep 0.02
+done
+sleep 1
+xdotool mouseup 1
+wait_for '[[ $(( $(value deck0.position) - before )) -ge 43659 && $(( $(value deck0.position) - before )) -le 44541 ]]'
+echo "record turned 200 degrees: position $before -> $(value deck0.position)"
+wait_for '[[ "$(value deck0.scratching)" == 0 && "$(value deck0.playing)" == 0 ]]'
 
 kill -TERM "$app_pid"
 for _ in $(seq 1 600); do kill -0 "$app_pid" 2>/dev/null || break; sleep 0.1; done

@@ -40,9 +40,10 @@ void WriteStateReport(const std::string& path) {
   for (int d = 0; d < kDeckCount; ++d) {
     CSoundSource* deck = g_engine.decks[d];
     if (!deck) continue;
-    std::snprintf(line, sizeof line, "deck%d.playing=%d\ndeck%d.position=%d\ndeck%d.loaded=%d\ndeck%d.analysed=%d\n", d,
+    std::snprintf(line, sizeof line,
+                  "deck%d.playing=%d\ndeck%d.position=%d\ndeck%d.loaded=%d\ndeck%d.analysed=%d\ndeck%d.scratching=%d\n", d,
                   deck->IsPlaying() ? 1 : 0, d, deck->GetPosition(), d, deck->memory.percentLoaded(), d,
-                  deck->analysed.load());
+                  deck->analysed.load(), d, deck->scratching.load());
     text += line;
     if (g_engine.mixer) {
       std::snprintf(line, sizeof line, "volume%d=%d\n", d, g_engine.mixer->ChannelVolumePosition(d));
@@ -59,7 +60,8 @@ void WriteStateReport(const std::string& path) {
   }
   const struct { const char* name; int deck; } kShown[] = {
       {"deck_play_pause", 0}, {"crossfader", -1}, {"deck_volume", 0}, {"deck_eq_low", 0}, {"deck_elapsed", 0},
-      {"sd_deck", 0},          {"deck_play_pause", 1}, {"deck_play_pause", 2}, {"deck_play_pause", 3}};
+      {"sd_deck", 0},          {"deck_wheel", 0},      {"deck_play_pause", 1}, {"deck_play_pause", 2},
+      {"deck_play_pause", 3}};
   for (const auto& shown : kShown) {
     ZQCustomControl* control = ControlAt(ControlIdByName(shown.name), shown.deck);
     if (!control || !control->IsShownOnScreen()) continue;
