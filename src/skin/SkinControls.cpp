@@ -5,7 +5,7 @@
 
 #include "skin/SkinDraw.h"
 #include "skin/SkinSurface.h"
-#include "skin/SpecialWheel.h"
+#include "skin/RecordWheel.h"
 
 CZQSkinnedControl::CZQSkinnedControl(wxWindow* parent, int logicalId, int deck, int type)
     : ZQCustomControl(parent, logicalId, deck), type_(type) {

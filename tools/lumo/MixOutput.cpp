@@ -8,23 +8,17 @@
 
 #include "app/Engine.h"
 #include "audio/MixRecorder.h"
-
-namespace {
-bool HasExtension(const std::string& path, const char* extension) {
-  const size_t n = std::strlen(extension);
-  return path.size() >= n && strcasecmp(path.c_str() + path.size() - n, extension) == 0;
-}
-}  // namespace
+#include "codecs/PathRules.h"
 
 MixOutput::~MixOutput() { Close(); }
 
 bool MixOutput::Check(const std::string& path, std::string* error) {
-  if (HasExtension(path, ".mp3")) {
+  if (IsMp3Path(path)) {
     if (!CMixRecorder::HasEncoder()) {
       *error = "MP3 needs LAME (libmp3lame.so.0), which is not on this machine; write a .wav";
       return false;
     }
-  } else if (!HasExtension(path, ".wav")) {
+  } else if (!EndsWith(ToLowerAscii(path), ".wav")) {
     *error = path + ": the mix is written as .wav or .mp3";
     return false;
   }

@@ -4,7 +4,7 @@
 #include "deck/SoundSource.h"
 #include "skin/ControlTable.h"
 #include "skin/SoundDisplay.h"
-#include "skin/SpecialWheel.h"
+#include "skin/RecordWheel.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "skin/SpecialWheel.h"
+#include "skin/RecordWheel.h"
 
 #include <wx/dcgraph.h>
 #include <wx/graphics.h>
