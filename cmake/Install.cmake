@@ -15,6 +15,7 @@ install(DIRECTORY data/ DESTINATION ${share}/zorvik-lumo
         PATTERN hicolor EXCLUDE)
 install(FILES data/desktop/org.zorvik.Lumo.desktop DESTINATION ${share}/applications)
 install(FILES data/desktop/org.zorvik.Lumo.metainfo.xml DESTINATION ${share}/metainfo)
+install(FILES data/desktop/org.zorvik.Lumo.mime.xml DESTINATION ${share}/mime/packages RENAME zorvik-lumo.xml)
 install(DIRECTORY data/icons/hicolor DESTINATION ${share}/icons)
 install(FILES data/completion/lumo DESTINATION ${share}/bash-completion/completions)
 

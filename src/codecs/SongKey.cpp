@@ -4,6 +4,7 @@
 #include <map>
 #include <mutex>
 
+#include "app/base/PathNames.h"
 #include "codecs/CdDrive.h"
 
 namespace {
@@ -20,11 +21,6 @@ std::string KnownDiscId(const std::string& source) {
   return it == DiscIds().end() ? std::string() : it->second;
 }
 
-std::string BareName(std::string_view path) {
-  const size_t slash = path.find_last_of('/');
-  return std::string(slash == std::string_view::npos ? path : path.substr(slash + 1));
-}
-
 }  // namespace
 
 void RememberCdDiscId(const std::string& source, const std::string& discId) {
@@ -38,7 +34,7 @@ void RememberCdDiscId(const std::string& source, const std::string& discId) {
 
 std::string SongKeyOf(std::string_view path) {
   CdTrackPath track;
-  if (!ParseCdTrackPath(std::string(path), &track)) return BareName(path);
+  if (!ParseCdTrackPath(std::string(path), &track)) return FileNameOf(path);
   std::string id = KnownDiscId(track.source);
   // Reading the table of contents remembers the id as a side effect.
   if (id.empty()) id = DescribeCdSource(track.source).discId;

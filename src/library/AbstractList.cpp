@@ -113,8 +113,7 @@ int CZQAbstractList::AddFolder(const std::string& path, bool recurse, bool playl
   int added = 0;
   for (const fs::path& file : files) {
     const std::string text = file.string();
-    const std::string extension = SearchFold(file.extension().string());
-    if (playlistsToo && (extension == ".m3u" || extension == ".m3u8" || extension == ".knl")) {
+    if (playlistsToo && IsListFilePath(text)) {
       LoadFromFile(text, false);
     } else {
       added += AddFile(text, 1);

@@ -9,6 +9,7 @@
 #include <deque>
 #include <functional>
 
+#include "app/base/PathNames.h"
 #include "app/base/AtomicFile.h"
 #include "app/base/Trace.h"
 #include "library/AbstractList.h"
@@ -216,6 +217,5 @@ int ScanForPlaylists(const std::string& path, std::vector<ITunesPlaylist>& playl
 int ParseITunesXML(const std::string& path, CZQAbstractList& list, int playlistId) {
   std::string bytes;
   if (!ReadWholeFile(path, bytes)) return -1;
-  const size_t slash = path.find_last_of('/');
-  return ParseITunesText(bytes, slash == std::string::npos ? "./" : path.substr(0, slash + 1), list, playlistId);
+  return ParseITunesText(bytes, FolderPartOf(path, "./"), list, playlistId);
 }

@@ -12,6 +12,7 @@
 #include <ctime>
 #include <thread>
 
+#include "app/base/PathNames.h"
 #include "app/base/Trace.h"
 
 namespace {
@@ -37,9 +38,7 @@ void RemoveStaleTemporaries(const std::string& folder) {
 }  // namespace
 
 std::string LibraryLockFile(const std::string& path) {
-  const size_t slash = path.find_last_of('/');
-  const std::string folder = slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
-  return folder + ".library.lock";
+  return FolderPartOf(path) + ".library.lock";
 }
 
 CLibraryLock::CLibraryLock(const std::string& path, int waitMs) {
@@ -66,8 +65,7 @@ CLibraryLock::CLibraryLock(const std::string& path, int waitMs) {
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
   fd_ = fd;
-  const size_t slash = file.find_last_of('/');
-  RemoveStaleTemporaries(slash == std::string::npos ? std::string() : file.substr(0, slash + 1));
+  RemoveStaleTemporaries(FolderPartOf(file));
 }
 
 CLibraryLock::~CLibraryLock() {

@@ -137,6 +137,19 @@ int LibraryPanel::DropOnList(const std::vector<std::string>& paths) {
   return queued;
 }
 
+bool LibraryPanel::OpenListFile(const std::string& path) {
+  CZQAbstractList* main = browser_->List(browser_->mainList);
+  if (!main || !IsListFilePath(path)) return false;
+  main->Clear();
+  if (!main->LoadFromFile(path, true)) return false;
+  SetSearchText("");
+  ShowList(browser_->mainList);
+  list_.SetCursor(list_.RowCount() > 0 ? 0 : -1);
+  listScroll_.dataOffsetVert = 0;
+  MarkChanged();
+  return true;
+}
+
 bool LibraryPanel::DropOnDeck(int deck, const std::vector<std::string>& paths) {
   for (const std::string& path : paths) {
     std::error_code error;

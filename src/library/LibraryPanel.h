@@ -70,6 +70,10 @@ class LibraryPanel {
   // Files dropped on the list: songs join the list shown and folders add their songs, sub-
   // folders too; rows are built in the background. Returns how many songs were queued.
   int DropOnList(const std::vector<std::string>& paths);
+  // A list file (.m3u, .m3u8, .knl) given to the program, e.g. opened from a file manager: its
+  // songs fill the main list, as a folder's do, and show; the user's lists are not changed.
+  // False for a file that is not a list or cannot be read (logged).
+  bool OpenListFile(const std::string& path);
   // Files dropped on a deck: the first song among them loads; folders and other files are
   // passed over. False when none of them is a song or the deck refused it.
   bool DropOnDeck(int deck, const std::vector<std::string>& paths);

@@ -2,9 +2,11 @@
 
 #include <sys/stat.h>
 
+#include "app/base/PathNames.h"
 #include "app/base/AtomicFile.h"
 #include "app/base/Trace.h"
 #include "library/AbstractList.h"
+#include "library/ListRow.h"
 #include "library/M3uFile.h"
 #include "library/TagReader.h"
 #include "library/XmlWalk.h"
@@ -12,12 +14,6 @@
 namespace {
 
 const char* const kHeader = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\" ?>\n";
-
-bool EndsWith(const std::string& text, const char* suffix) {
-  const std::string s = SearchFold(text);
-  const std::string tail = suffix;
-  return s.size() >= tail.size() && s.compare(s.size() - tail.size(), tail.size(), tail) == 0;
-}
 
 void AppendRow(std::string& text, const TZQListElement& row, int number, bool withAux) {
   text += "<song ";
@@ -123,7 +119,7 @@ int CZQAbstractList::LoadFromFile(const std::string& path, bool clearFirst) {
     return 0;
   }
   if (clearFirst) Clear();
-  if (EndsWith(path, ".m3u") || EndsWith(path, ".m3u8")) return LoadM3u(path);
+  if (IsM3uPath(path)) return LoadM3u(path);
   std::string bytes;
   if (!ReadWholeFile(path, bytes)) {
     TraceLine("CZQAbstractList::LoadListContents -- cannot read %s", path.c_str());
@@ -138,8 +134,7 @@ int CZQAbstractList::LoadM3u(const std::string& path) {
     TraceLine("CZQAbstractList::LoadListContents -- cannot read %s", path.c_str());
     return 0;
   }
-  const size_t slash = path.find_last_of('/');
-  const std::string folder = slash == std::string::npos ? std::string("./") : path.substr(0, slash + 1);
+  const std::string folder = FolderPartOf(path, "./");
   for (const std::string& song : ParseM3u(bytes, folder)) AddFile(song, 1);
   FlushJobs();
   return 1;

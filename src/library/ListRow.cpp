@@ -4,21 +4,13 @@
 
 #include <cstdio>
 
+#include "app/base/PathNames.h"
 #include "codecs/SongKey.h"
 #include "library/KeyNaming.h"
 #include "library/SongDatabase.h"
 #include "library/TagReader.h"
 
 namespace {
-
-std::string LowerExtension(const std::string& path) {
-  const size_t slash = path.find_last_of('/');
-  const size_t dot = path.find_last_of('.');
-  if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return "";
-  std::string extension = path.substr(dot + 1);
-  for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return extension;
-}
 
 bool OneOf(const std::string& word, std::initializer_list<const char*> words) {
   for (const char* w : words) {
@@ -31,13 +23,17 @@ bool OneOf(const std::string& word, std::initializer_list<const char*> words) {
 
 bool IsAcceptedListFile(const std::string& path) {
   if (path.find('$') != std::string::npos) return true;
-  return OneOf(LowerExtension(path), {"mp3", "m4a", "ogg", "opus", "wma", "aif", "aiff", "flac", "wav", "au",
+  return OneOf(LowerExtensionOf(path), {"mp3", "m4a", "ogg", "opus", "wma", "aif", "aiff", "flac", "wav", "au",
                                       "mp4", "aac", "avi", "mov", "wmv", "mkv", "asf", "mpg", "mpeg", "mpe", "m3e",
                                       "cda", "cda$", "aif$", "aiff$"});
 }
 
+bool IsM3uPath(const std::string& path) { return OneOf(LowerExtensionOf(path), {"m3u", "m3u8"}); }
+
+bool IsListFilePath(const std::string& path) { return IsM3uPath(path) || LowerExtensionOf(path) == "knl"; }
+
 int MediaTypeOf(const std::string& path) {
-  const std::string extension = LowerExtension(path);
+  const std::string extension = LowerExtensionOf(path);
   if (OneOf(extension, {"avi", "mpg", "mov", "m4v", "mp4", "asf", "wmv", "mkv", "mpeg", "mpe"})) return 1;
   if (extension == "mp3") {
     std::string twin = path.substr(0, path.size() - 3);

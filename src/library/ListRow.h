@@ -10,6 +10,9 @@ class ZQTagReader;
 
 // True for the audio, video and CD extensions lists take, and for virtual paths (with '$').
 bool IsAcceptedListFile(const std::string& path);
+// True for the playlist files a list reads, in any case: .m3u and .m3u8 (IsM3uPath) and .knl.
+bool IsListFilePath(const std::string& path);
+bool IsM3uPath(const std::string& path);
 
 // 1 video, 2 karaoke (an .mp3 with a .cdg of the same name beside it), else 0.
 int MediaTypeOf(const std::string& path);

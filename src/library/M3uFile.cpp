@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include "app/base/PathNames.h"
 #include "library/ListElement.h"
 #include "library/XmlNameText.h"
 
@@ -27,11 +28,6 @@ std::string Latin1ToUtf8(const std::string& bytes) {
 
 bool HasDriveLetter(const std::string& path) {
   return path.size() >= 2 && path[1] == ':' && std::isalpha(static_cast<unsigned char>(path[0]));
-}
-
-std::string FileNameOf(const std::string& path) {
-  const size_t slash = path.find_last_of('/');
-  return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
 int HexValue(char c) {

@@ -20,6 +20,7 @@
 #include <algorithm>
 #include <regex>
 
+#include "app/base/PathNames.h"
 #include "library/ListElement.h"
 
 namespace {
@@ -27,13 +28,6 @@ namespace {
 std::string Lower(std::string text) {
   for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
   return text;
-}
-
-std::string ExtensionOf(const std::string& path) {
-  const size_t slash = path.find_last_of('/');
-  const size_t dot = path.find_last_of('.');
-  if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return "";
-  return Lower(path.substr(dot + 1));
 }
 
 std::string Utf8(const TagLib::String& text) { return text.to8Bit(true); }
@@ -98,7 +92,7 @@ int ZQTagReader::FileKind(const std::string& path) {
                 {"wav", 5},  {"au", 6},   {"m4a", 7},  {"m4p", 7},  {"mp4", 7},  {"aac", 7},   {"flac", 8},
                 {"avi", 9},  {"wmv", 9},  {"mov", 9},  {"asf", 9},  {"mkv", 9},  {"mpg", 9},   {"mpeg", 9},
                 {"mpe", 9},  {"m3e", 9},  {"cda", 10}, {"cda$", 10}, {"aif$", 10}, {"aiff$", 10}};
-  const std::string extension = ExtensionOf(path);
+  const std::string extension = LowerExtensionOf(path);
   for (const auto& k : kKinds) {
     if (extension == k.extension) return k.kind;
   }
@@ -114,10 +108,7 @@ int ZQTagReader::Open(const std::string& path, int wantTagsFlag, int /*flags*/) 
   struct stat info {};
   if (!virtualPath && ::stat(path.c_str(), &info) != 0) return 0;
 
-  const size_t slash = path.find_last_of('/');
-  std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
-  const size_t dot = name.find_last_of('.');
-  bareName_ = dot == std::string::npos ? name : name.substr(0, dot);
+  bareName_ = TitleFromFileName(path);
   const size_t split = bareName_.find(" - ");
   if (split == std::string::npos) {
     nameTitle_ = bareName_;
@@ -138,7 +129,7 @@ int ZQTagReader::Open(const std::string& path, int wantTagsFlag, int /*flags*/) 
 void ZQTagReader::ReadTags() {
   std::string tagPath = path_;
   // A karaoke .cdg file has its sound, and its tags, in the .mp3 of the same name.
-  if (ExtensionOf(tagPath) == "cdg") tagPath.replace(tagPath.size() - 3, 3, "mp3");
+  if (LowerExtensionOf(tagPath) == "cdg") tagPath.replace(tagPath.size() - 3, 3, "mp3");
   try {
     TagLib::FileRef file(tagPath.c_str(), false);
     if (file.isNull() || !file.tag()) return;

@@ -1,4 +1,5 @@
 #include "library/TrackListView.h"
+#include "app/base/PathNames.h"
 
 #include <algorithm>
 #include <iterator>
@@ -132,10 +133,7 @@ std::string TrackListView::CellText(const TZQListElement& row, int column) {
   const std::string& text = row.column[column];
   if (column == kColTitle && text.empty()) {
     const std::string& path = row.column[kColPath];
-    const size_t slash = path.find_last_of('/');
-    std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
-    const size_t dot = name.find_last_of('.');
-    return dot == std::string::npos || dot == 0 ? name : name.substr(0, dot);
+    return TitleFromFileName(path);
   }
   // The stored tempo has a leading zero below 100 so that text order is value order; the
   // screen shows the plain number.

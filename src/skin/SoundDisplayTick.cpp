@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "app/base/PathNames.h"
 #include "app/Engine.h"
 #include "deck/SoundSource.h"
 #include "skin/ControlTable.h"
@@ -32,11 +33,6 @@ std::array<CZQSoundDisplayControl*, 2> DisplaysOf(int deck) {
     if (display && display->Placed() && display->IsShown()) displays[i] = display;
   }
   return displays;
-}
-
-std::string BareName(const std::string& path) {
-  const size_t slash = path.find_last_of('/');
-  return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
 // Feeds one deck's displays; returns the beat it is in when the deck plays on a beat grid.
@@ -86,7 +82,7 @@ void RefreshSoundDisplays(CSoundSource* const* decks, int count) {
     std::string path = length > 0 ? deck->FilePath() : std::string();
     if (path != held[d]) {
       held[d] = std::move(path);
-      const std::string title = BareName(held[d]);
+      const std::string title = FileNameOf(held[d]);
       for (CZQSoundDisplayControl* display : displays[d]) {
         if (display) display->SetText(title);
       }

@@ -311,6 +311,36 @@ TEST_F(LibraryPanelTest, DroppedFilesLoadTheFirstSongOnADeckAndJoinTheList) {
   EXPECT_EQ(panel->list().RowCount(), 3);
 }
 
+// A playlist opened from the file manager or the command line: its songs show in the main list,
+// whatever list was on screen, and the user's own lists stay as they were.
+TEST_F(LibraryPanelTest, APlaylistGivenToTheProgramFillsTheMainList) {
+  TouchFile(folder, "crate/one.wav");
+  TouchFile(folder, "crate/two.mp3");
+  WriteFileAtomically(folder.File("crate/Party.M3U"), "#EXTM3U\none.wav\n# a comment\ntwo.mp3\n");
+  CZQBrowser& browser = panel->browser();
+  const int crate = browser.CreateList("crate");
+  ASSERT_GE(crate, 0);
+  panel->ShowList(crate);
+  panel->SetSearchText("zzz");
+
+  ASSERT_TRUE(panel->OpenListFile(folder.File("crate/Party.M3U")));
+  panel->list().list()->FlushJobs();
+  EXPECT_EQ(panel->list().list(), browser.List(browser.mainList));
+  EXPECT_EQ(panel->list().RowCount(), 2) << "relative lines are read beside the playlist";
+  EXPECT_EQ(panel->SearchText(), "");
+  EXPECT_EQ(browser.List(crate)->GetTotalCount(), 0);
+
+  // The program's own list file reads the same way.
+  browser.List(crate)->AddFile(folder.File("crate/one.wav"), 1);
+  browser.List(crate)->FlushJobs();
+  ASSERT_EQ(browser.SaveLists(), 1);
+  ASSERT_TRUE(panel->OpenListFile(folder.File("Playlists/crate.knl")));
+  EXPECT_EQ(panel->list().RowCount(), 1);
+
+  EXPECT_FALSE(panel->OpenListFile(folder.File("crate/one.wav"))) << "a song is not a list";
+  EXPECT_FALSE(panel->OpenListFile(folder.File("gone.knl")));
+}
+
 TEST_F(LibraryPanelTest, UserListMenuRenamesAndDeletesOnlyUserLists) {
   CZQBrowser& browser = panel->browser();
   // An iTunes library's items come after the lists: a new list still goes under Lists.

@@ -24,6 +24,11 @@ done
 desktop-file-validate "$prefix/share/applications/org.zorvik.Lumo.desktop" || fail "desktop entry"
 appstreamcli validate --no-net "$prefix/share/metainfo/org.zorvik.Lumo.metainfo.xml" >"$work/appstream.txt" ||
   fail "AppStream: $(cat "$work/appstream.txt")"
+# The desktop learns the list file's type from the installed package.
+mkdir -p "$work/mime/packages"
+cp "$prefix/share/mime/packages/zorvik-lumo.xml" "$work/mime/packages/" || fail "not installed: the list file's MIME type"
+update-mime-database "$work/mime" || fail "update-mime-database"
+grep -q '^application/x-zorvik-lumo-list:\*\.knl$' "$work/mime/globs" || fail "*.knl is not a known type"
 # The manual page says what --help says: every command is in both.
 for command in $("$prefix/bin/lumo" --help | sed -n 's/^  \([a-z][a-z-]*\) .*/\1/p'); do
   zcat "$prefix/share/man/man1/lumo.1.gz" | sed "s/\\\\-/-/g" | grep "^\.SS lumo $command" >/dev/null || fail "lumo.1 lacks $command"

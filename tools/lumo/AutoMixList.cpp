@@ -6,6 +6,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "app/base/PathNames.h"
 #include "DemoTrack.h"
 #include "LumoSession.h"
 #include "analysis/TrackAnalyzer.h"
@@ -46,8 +47,7 @@ bool ReadPlaylist(const std::string& path, std::vector<std::string>& songs, std:
   }
   std::stringstream bytes;
   bytes << in.rdbuf();  // an empty playlist reads as no songs
-  const size_t slash = path.find_last_of('/');
-  const std::string folder = slash == std::string::npos ? std::string("./") : path.substr(0, slash + 1);
+  const std::string folder = FolderPartOf(path, "./");
   for (const std::string& song : ParseM3u(bytes.str(), folder)) songs.push_back(MapForeignPath(song, folder));
   return true;
 }

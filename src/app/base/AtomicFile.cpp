@@ -10,6 +10,7 @@
 #include <atomic>
 #include <random>
 
+#include "app/base/PathNames.h"
 #include "app/base/Trace.h"
 
 namespace {
@@ -27,8 +28,7 @@ bool WriteAll(int fd, std::string_view data) {
 }
 
 void SyncParentFolder(const std::string& path) {
-  size_t slash = path.find_last_of('/');
-  std::string folder = slash == std::string::npos ? std::string(".") : path.substr(0, slash + 1);
+  const std::string folder = FolderPartOf(path, ".");
   int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY);
   if (fd >= 0) {
     ::fsync(fd);
@@ -42,8 +42,7 @@ void SyncParentFolder(const std::string& path) {
 int CreateTemporary(const std::string& path, std::string& temporary) {
   static std::atomic<unsigned> counter{0};
   thread_local std::mt19937 random{std::random_device{}()};
-  const size_t slash = path.find_last_of('/');
-  const std::string folder = slash == std::string::npos ? std::string() : path.substr(0, slash + 1);
+  const std::string folder = FolderPartOf(path);
   for (int attempt = 0; attempt < 100; ++attempt) {
     char name[40];
     std::snprintf(name, sizeof name, ".zl%05x%04x.tmp", static_cast<unsigned>(::getpid()) & 0xfffff,

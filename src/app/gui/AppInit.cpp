@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "app/AppCloseSequence.h"
 #include "app/DataFolders.h"
 #include "app/Language.h"
 #include "app/base/Trace.h"
@@ -136,20 +137,34 @@ bool AppInit(ZQMainWindow* main) {
 }
 
 void AppClose() {
-  if (ZQMainWindow* main = MainWindow()) main->Hide();
-  StopMainTick();
-  StopControllers();
-  StopCdDriveScan();
-  SetActionRunner(nullptr);
-  SetControlEventRoute(nullptr);
-  EngineStopThreads();
-  std::string message;
-  if (!EngineSaveSettings(&message)) wxMessageBox(wxString::FromUTF8(message), "Message");
-  ForgetMainWindow();
-  DestroyLibraryPanel();
-  EngineCloseOutputs();
-  ReleaseSkinObjects();
-  EngineDeleteAudioObjects();
-  EngineSaveLibrary();
-  TraceLine("closed");
+  AppCloseSteps steps;
+  steps.hideWindows = [] {
+    if (ZQMainWindow* main = MainWindow()) main->Hide();
+  };
+  steps.stopInputs = [] {
+    StopMainTick();
+    StopControllers();
+    StopCdDriveScan();
+    SetActionRunner(nullptr);
+    SetControlEventRoute(nullptr);
+  };
+  steps.saveSettings = [] {
+    std::string message;
+    if (!EngineSaveSettings(&message)) wxMessageBox(wxString::FromUTF8(message), "Message");
+  };
+  steps.stopThreads = EngineStopThreads;
+  steps.forgetMainWindow = [] {
+    ForgetMainWindow();
+    DestroyLibraryPanel();
+  };
+  steps.closeOutputs = EngineCloseOutputs;
+  steps.releaseObjects = [] {
+    ReleaseSkinObjects();
+    EngineDeleteAudioObjects();
+  };
+  steps.saveLibrary = [] {
+    EngineSaveLibrary();
+    TraceLine("closed");
+  };
+  RunAppClose(steps);
 }

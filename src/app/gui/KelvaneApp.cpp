@@ -23,6 +23,8 @@
 #include "app/gui/AppInit.h"
 #include "app/Engine.h"
 #include "deck/SoundSource.h"
+#include "library/LibraryPanel.h"
+#include "library/ListRow.h"
 #include "skin/model/ControlCatalogue.h"
 #include "skin/ControlTable.h"
 #include "skin/ZQMainWindow.h"
@@ -73,7 +75,8 @@ const char* const kUsage =
     "usage: zorvik-lumo [FILE...]\n"
     "       zorvik-lumo --help | --version | --list-bindings\n"
     "Starts the Zorvik Lumo DJ window. Audio files named on the command line (or opened from\n"
-    "the file manager) are loaded on decks A to D in order.\n"
+    "the file manager) are loaded on decks A to D in order; a playlist (.m3u, .m3u8, .knl)\n"
+    "shows its songs in the main list.\n"
     "  --list-bindings  print every skin control with the engine call it makes, or why it\n"
     "                   is not bound yet, and exit\n";
 
@@ -179,8 +182,15 @@ bool KelvaneApp::OnInit() {
     });
   }
   if (!AppInit(main)) return true;  // the window closes itself; the loop ends at once
-  for (size_t i = 0; i < g_commandLineFiles.size() && i < static_cast<size_t>(kDeckCount); ++i) {
-    if (g_engine.decks[i]) g_engine.decks[i]->load(g_commandLineFiles[i], 0, nullptr, 1);
+  int deck = 0;
+  for (const std::string& file : g_commandLineFiles) {
+    if (IsListFilePath(file)) {
+      LibraryPanel* panel = CurrentLibraryPanel();
+      if (!panel || !panel->OpenListFile(file)) TraceLine("command line: cannot open the list %s", file.c_str());
+    } else if (deck < kDeckCount) {
+      if (g_engine.decks[deck]) g_engine.decks[deck]->load(file, 0, nullptr, 1);
+      ++deck;
+    }
   }
   WatchSignals();
   return true;
