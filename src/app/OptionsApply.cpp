@@ -13,8 +13,8 @@ bool OutputChanged(const Settings& a, const Settings& b) {
 }
 
 // Spans a DJ expects, narrow for beat matching by ear, wide for effects; the default (index 3)
-// is the usual +/-10 %.
-constexpr int kPitchRanges[] = {400, 600, 800, 1000, 1200, 1600, 2500, 5000, 10000};
+// is the +/-8 % of a club turntable.
+constexpr int kPitchRanges[] = {200, 400, 600, 800, 1000, 1200, 1600, 2500, 5000, 10000};
 
 }  // namespace
 

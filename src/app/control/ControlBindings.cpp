@@ -4,6 +4,8 @@
 #include <cstring>
 
 #include "app/Language.h"
+#include "app/OptionsApply.h"
+#include "app/Settings.h"
 #include "app/control/ControlModels.h"
 #include "app/control/DisplayFormats.h"
 #include "app/control/GuiTick.h"
@@ -113,6 +115,7 @@ void BindControlsToEngine() {
   }
   for (const ButtonBinding& row : ButtonBindings()) BindButton(row);
   for (const SliderBinding& row : SliderBindings()) BindSlider(row);
+  ApplyPitchRange();
   ForEachDeckOf("deck_reset_pitch", [](int id, int deck) {
     if (ButtonModel* button = ButtonModelAt(id, deck))
       button->onPress = [](int, int, int d) { RequestSlowPitchReset(d); };
@@ -121,6 +124,27 @@ void BindControlsToEngine() {
   for (int deck = 0; deck < kDeckRows; ++deck) {
     if (TextModel* name = TextModelNamed("deck_songname", deck)) name->Scroller().Enable(true);
   }
+}
+
+namespace {
+
+template <typename Row>
+const Row* FindRow(const std::vector<Row>& table, const char* name);
+
+}  // namespace
+
+void ApplyPitchRange() {
+  const SliderBinding* row = FindRow(SliderBindings(), "deck_pitch");
+  const int span = PitchRangeHundredths(g_settings.ptchrg);
+  ForEachDeckOf("deck_pitch", [row, span](int id, int deck) {
+    SliderModel* slider = SliderModelAt(id, deck);
+    if (!slider) return;
+    const int before = slider->Value();
+    slider->SetRange(-span, span);
+    // A narrowed range pulls a fader beyond it in, and the deck follows the fader.
+    if (slider->Value() != before) Run(row->command, deck, slider->Value(), row->arg);
+    ShowSliderText(*row, deck, slider->Value());
+  });
 }
 
 namespace {

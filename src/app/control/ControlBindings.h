@@ -54,6 +54,10 @@ const std::vector<UnboundControl>& WindowControlNames();
 // start values, and installs the action runner that scripts and tests call through.
 void BindControlsToEngine();
 
+// The pitch faders' span from the "Pitch/Tempo Range" setting; called at binding and whenever
+// the options change it.
+void ApplyPitchRange();
+
 // One line per catalogue id: "id name: engine call", "... window: what", "... display",
 // "... label" or "... unbound (reason)".
 std::vector<std::string> BindingReport();

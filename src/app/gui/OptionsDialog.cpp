@@ -18,6 +18,7 @@
 
 #include "app/OptionsApply.h"
 #include "app/Settings.h"
+#include "app/control/ControlBindings.h"
 #include "audio/devices/OutputLayer.h"
 #include "skin/SkinLoader.h"
 #include "skin/ZQMainWindow.h"
@@ -243,6 +244,7 @@ bool ShowOptionsDialog(wxWindow* parent, int page) {
   };
   hooks.applyMidiSelection = g_midiApplier;
   const OptionsOutcome outcome = ApplyChosenOptions(dialog.Collected(), hooks);
+  ApplyPitchRange();
   if (!outcome.saved && !outcome.message.empty()) wxMessageBox(Utf8(outcome.message), "Message", wxOK, parent);
   return true;
 }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "app/Engine.h"
+#include "app/Settings.h"
 #include "app/control/ControlActions.h"
 #include "app/control/ControlBindings.h"
 #include "app/control/ControlModels.h"
@@ -169,6 +170,24 @@ TEST_F(ControlBinding, SliderRowsScaleTheControllerValueAndWriteTheirDisplay) {
   ASSERT_TRUE(Script("setDeckPitch", {0, 0}));
   EXPECT_EQ(sink_.calls.back(), (Call{EngineCommand::kPitch, 0, -800, 0}));
   EXPECT_EQ(TextModelNamed("deck_pitch_tempo", 0)->Text(), "PITCH  8.00");
+}
+
+// The options' pitch range sets the faders' span; narrowing it pulls a fader beyond the new
+// span in, and the deck follows the fader rather than keeping a pitch the fader cannot show.
+TEST_F(ControlBinding, PitchFadersSpanTheChosenRange) {
+  const int saved = g_settings.ptchrg;
+  g_settings.ptchrg = 6;  // +/-16 %
+  ApplyPitchRange();
+  ASSERT_TRUE(Script("setDeckPitch", {0, 0}));
+  EXPECT_EQ(sink_.calls.back(), (Call{EngineCommand::kPitch, 0, -1600, 0}));
+  SliderModelNamed("deck_pitch", 1)->SetValue(1500, true);
+  sink_.calls.clear();
+  g_settings.ptchrg = 3;  // back to +/-8 %
+  ApplyPitchRange();
+  EXPECT_EQ(SliderModelNamed("deck_pitch", 1)->Value(), 800);
+  EXPECT_EQ(sink_.Count(EngineCommand::kPitch), 2) << "decks A and B, pulled in; C and D were at 0";
+  EXPECT_EQ(sink_.calls.back(), (Call{EngineCommand::kPitch, 1, 800, 0}));
+  g_settings.ptchrg = saved;
 }
 
 TEST_F(ControlBinding, ResetPitchGlidesBackThroughTheFader) {
