@@ -331,10 +331,10 @@ std::vector<std::pair<std::string, int>> CZQAbstractList::GenreCounts() const {
 void CZQAbstractList::RemoveRow(int index, bool removeFile) {
   {
     std::lock_guard guard(rowsLock_);
-    auto doomed = [&](const Entry* entry) {
-      if (index >= 0) return index < static_cast<int>(visible_.size()) && entry == visible_[static_cast<size_t>(index)];
-      return entry->row.removed != 0;
-    };
+    // The row is picked before any is taken out: visible_ shifts under the loop.
+    const Entry* target = index >= 0 && index < static_cast<int>(visible_.size()) ? visible_[static_cast<size_t>(index)] : nullptr;
+    if (index >= 0 && !target) return;
+    auto doomed = [&](const Entry* entry) { return index >= 0 ? entry == target : entry->row.removed != 0; };
     for (auto it = rows_.begin(); it != rows_.end();) {
       if (!doomed(it->get())) {
         ++it;

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <filesystem>
@@ -13,6 +14,7 @@
 
 #include "audio/Threads.h"
 #include "deck/SoundSource.h"
+#include "library/LibraryCommands.h"
 #include "library/LibraryPanel.h"
 #include "library/SongDatabase.h"
 #include "skin/model/EditTextModel.h"
@@ -339,6 +341,87 @@ TEST_F(LibraryPanelTest, APlaylistGivenToTheProgramFillsTheMainList) {
 
   EXPECT_FALSE(panel->OpenListFile(folder.File("crate/one.wav"))) << "a song is not a list";
   EXPECT_FALSE(panel->OpenListFile(folder.File("gone.knl")));
+}
+
+// The library buttons that work on the cursor's song: it moves and the cursor goes with it, a
+// colour leaves it in its place, remove and clear take rows out, shuffle keeps every song.
+TEST_F(LibraryPanelTest, ListButtonsWorkOnTheCursorSong) {
+  AddNumberedSongs(5);
+  auto titles = [&] {
+    std::vector<std::string> out;
+    TZQListElement row;
+    for (int i = 0; panel->list().list()->GetRow(i, row); ++i) out.push_back(row.column[kColTitle]);
+    return out;
+  };
+  panel->list().SetCursor(1);
+  EXPECT_TRUE(RunLibraryCommand(*panel, "drag_down"));
+  EXPECT_EQ(titles(), (std::vector<std::string>{"song100", "song102", "song101", "song103", "song104"}));
+  EXPECT_EQ(CursorTitle(), "song101");
+  EXPECT_TRUE(RunLibraryCommand(*panel, "drag_top"));
+  EXPECT_TRUE(RunLibraryCommand(*panel, "drag_up")) << "already at the top: stays";
+  EXPECT_EQ(titles().front(), "song101");
+  EXPECT_TRUE(RunLibraryCommand(*panel, "drag_bottom"));
+  EXPECT_EQ(titles().back(), "song101");
+  EXPECT_EQ(CursorTitle(), "song101");
+
+  EXPECT_TRUE(RunLibraryCommand(*panel, "list_color_3"));
+  TZQListElement row;
+  ASSERT_TRUE(panel->list().CursorRow(row));
+  EXPECT_EQ(row.highlight, 2);
+  EXPECT_EQ(titles().back(), "song101");
+  EXPECT_FALSE(RunLibraryCommand(*panel, "list_color_9"));
+
+  // insert sends the cursor's song, insert_all every row, to the end of the second list.
+  CZQBrowser& browser = panel->browser();
+  EXPECT_TRUE(RunLibraryCommand(*panel, "insert"));
+  EXPECT_TRUE(RunLibraryCommand(*panel, "insert_all"));
+  EXPECT_EQ(browser.List(browser.secondList)->GetTotalCount(), 6);
+
+  EXPECT_TRUE(RunLibraryCommand(*panel, "remove"));
+  EXPECT_EQ(titles(), (std::vector<std::string>{"song100", "song102", "song103", "song104"}));
+  EXPECT_EQ(CursorTitle(), "song104") << "the cursor stays at the end";
+
+  EXPECT_TRUE(RunLibraryCommand(*panel, "shuffle"));
+  std::vector<std::string> shuffled = titles();
+  std::sort(shuffled.begin(), shuffled.end());
+  EXPECT_EQ(shuffled, (std::vector<std::string>{"song100", "song102", "song103", "song104"}));
+
+  EXPECT_TRUE(RunLibraryCommand(*panel, "list_filter_video"));
+  EXPECT_EQ(panel->list().RowCount(), 0) << "these songs are audio";
+  EXPECT_TRUE(RunLibraryCommand(*panel, "list_filter_all"));
+  EXPECT_EQ(panel->list().RowCount(), 4);
+  EXPECT_TRUE(RunLibraryCommand(*panel, "clear"));
+  EXPECT_EQ(panel->list().RowCount(), 0);
+  EXPECT_FALSE(RunLibraryCommand(*panel, "remove")) << "nothing left to remove";
+  EXPECT_FALSE(RunLibraryCommand(*panel, "autodj"));
+}
+
+// The list buttons that ask for a name or a file end here: a new list shows, a renamed or
+// saved-as list keeps its songs, an exported playlist reads back, built-in lists are refused.
+TEST_F(LibraryPanelTest, ListButtonsMakeRenameExportAndDeleteUserLists) {
+  AddNumberedSongs(3);
+  EXPECT_FALSE(RenameShownList(*panel, "party")) << "the main list is built in";
+  EXPECT_FALSE(DeleteShownList(*panel));
+  const int copy = SaveShownListAs(*panel, "party");
+  ASSERT_GE(copy, 0);
+  EXPECT_EQ(ShownListIndex(*panel), copy);
+  EXPECT_EQ(panel->list().RowCount(), 3);
+  EXPECT_EQ(SaveShownListAs(*panel, "party"), -1) << "the name is taken";
+
+  const std::string playlist = folder.File("party.m3u");
+  ASSERT_TRUE(ExportShownList(*panel, playlist));
+  ASSERT_TRUE(RunLibraryCommand(*panel, "list_new"));
+  EXPECT_TRUE(ShownListIsUsers(*panel));
+  EXPECT_EQ(panel->list().RowCount(), 0);
+  ASSERT_TRUE(AddListFileToShownList(*panel, playlist));
+  panel->list().list()->FlushJobs();
+  EXPECT_EQ(panel->list().RowCount(), 3);
+
+  EXPECT_TRUE(RenameShownList(*panel, "warm up"));
+  EXPECT_EQ(panel->browser().FindList("warm up"), ShownListIndex(*panel));
+  EXPECT_TRUE(DeleteShownList(*panel));
+  EXPECT_LT(panel->browser().FindList("warm up"), 0);
+  EXPECT_EQ(ShownListIndex(*panel), panel->browser().mainList);
 }
 
 TEST_F(LibraryPanelTest, UserListMenuRenamesAndDeletesOnlyUserLists) {

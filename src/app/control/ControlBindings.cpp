@@ -1,15 +1,20 @@
 #include "app/control/ControlBindings.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
+#include "app/Engine.h"
 #include "app/Language.h"
 #include "app/OptionsApply.h"
 #include "app/Settings.h"
 #include "app/control/ControlModels.h"
 #include "app/control/DisplayFormats.h"
 #include "app/control/GuiTick.h"
+#include "audio/PreviewPlayer.h"
 #include "effects/CutoffFilter.h"
+#include "library/LibraryCommands.h"
+#include "library/LibraryPanel.h"
 #include "skin/model/NotifierTable.h"
 
 namespace {
@@ -116,6 +121,20 @@ void BindControlsToEngine() {
   for (const ButtonBinding& row : ButtonBindings()) BindButton(row);
   for (const SliderBinding& row : SliderBindings()) BindSlider(row);
   ApplyPitchRange();
+  // The library's buttons work on the list on screen; those that ask for a name or a file are
+  // the window's (BindWindowControls).
+  ForEachDeckOf("ss_preview", [](int id, int deck) {
+    if (ButtonModel* button = ButtonModelAt(id, deck)) button->onRelease = [](int, int, int) { TogglePreview(); };
+  });
+  for (const char* name : LibraryCommandNames()) {
+    ForEachDeckOf(name, [name](int id, int deck) {
+      if (ButtonModel* button = ButtonModelAt(id, deck)) {
+        button->onRelease = [name](int, int, int) {
+          if (LibraryPanel* panel = CurrentLibraryPanel()) RunLibraryCommand(*panel, name);
+        };
+      }
+    });
+  }
   ForEachDeckOf("deck_reset_pitch", [](int id, int deck) {
     if (ButtonModel* button = ButtonModelAt(id, deck))
       button->onPress = [](int, int, int d) { RequestSlowPitchReset(d); };
@@ -132,6 +151,18 @@ template <typename Row>
 const Row* FindRow(const std::vector<Row>& table, const char* name);
 
 }  // namespace
+
+void TogglePreview() {
+  CZQPreviewPlayer* preview = g_engine.preview;
+  LibraryPanel* panel = CurrentLibraryPanel();
+  TZQListElement row;
+  if (!preview) return;
+  if (preview->IsRunning()) {
+    preview->Play(0);
+  } else if (panel && panel->list().CursorRow(row) && preview->OpenFileName(row.column[kColPath])) {
+    preview->Play(1);
+  }
+}
 
 void ApplyPitchRange() {
   const SliderBinding* row = FindRow(SliderBindings(), "deck_pitch");
@@ -186,8 +217,13 @@ std::vector<std::string> BindingReport() {
     } else if (const SliderBinding* s = FindRow(SliderBindings(), name)) {
       line += EngineCommandText(s->command);
       line += " range " + std::to_string(s->min) + ".." + std::to_string(s->max);
+    } else if (std::strcmp(name, "ss_preview") == 0) {
+      line += "press: the list's cursor song in the headphones, or stops it (preview player)";
     } else if (std::strcmp(name, "deck_reset_pitch") == 0) {
       line += "press: deck_pitch glides to 0 (deck.setPitch, 10 a cycle)";
+    } else if (std::find_if(LibraryCommandNames().begin(), LibraryCommandNames().end(),
+                            [name](const char* c) { return std::strcmp(c, name) == 0; }) != LibraryCommandNames().end()) {
+      line += "library: works on the list on screen";
     } else if (const UnboundControl* w = FindRow(WindowControlNames(), name)) {
       line += std::string("window: ") + w->reason;
     } else if (ControlIsLabel(id)) {

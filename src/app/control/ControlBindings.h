@@ -57,6 +57,9 @@ void BindControlsToEngine();
 // The pitch faders' span from the "Pitch/Tempo Range" setting; called at binding and whenever
 // the options change it.
 void ApplyPitchRange();
+// ss_preview: the library list's cursor song in the headphones from its start; a second press
+// stops it.
+void TogglePreview();
 
 // One line per catalogue id: "id name: engine call", "... window: what", "... display",
 // "... label" or "... unbound (reason)".

@@ -9,6 +9,7 @@
 
 #include "app/Engine.h"
 #include "app/control/ControlActions.h"
+#include "app/gui/LibraryDialogs.h"
 #include "app/gui/OptionsDialog.h"
 #include "app/gui/TagEditorDialog.h"
 #include "audio/MixRecorder.h"
@@ -77,6 +78,7 @@ void BindWindowControls(ZQMainWindow* main) {
   // Dialogs open after the control's own event has finished.
   OnRelease({"cfg", "cfg2"}, [main](int, int, int) { main->CallAfter([main] { ShowOptionsDialog(main); }); });
   OnRelease({"recording"}, [main](int, int, int) { main->CallAfter([main] { ToggleRecording(main); }); });
+  BindLibraryDialogs(main);
   OnRelease({"list_tag_edit"}, [main](int, int, int) {
     main->CallAfter([main] {
       LibraryPanel* panel = CurrentLibraryPanel();
