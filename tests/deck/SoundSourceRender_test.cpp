@@ -7,12 +7,16 @@
 
 namespace {
 
-TEST_F(DeckTest, PlaysBitExactAtSpeedOne) {
-  std::vector<int16_t> in = MakeTestSignal(3 * 44100);
-  LoadTrack(in, true);
-  std::vector<float> out = Render(2 * 44100, 360);
-  for (int k = 0; k < 2 * 44100 * 2; ++k) {
-    ASSERT_EQ(out[static_cast<size_t>(k)], in[static_cast<size_t>(k)] * kOutputScale) << "sample " << k;
+TEST_F(DeckTest, PlaysBitExactAtSpeedOneWithAndWithoutKeyLock) {
+  std::vector<int16_t> in = MakeTestSignal(3 * kSecond, 4);
+  for (bool keyLock : {true, false}) {
+    LoadTrack(in, true);
+    deck->setKeyLock(keyLock);  // at speed 1 the key lock passes the track through untouched
+    std::vector<float> out = Render(2 * kSecond, keyLock ? 333 : 360);
+    const size_t first = 2 * static_cast<size_t>(deck->cueTable[CSoundSource::kFirstSoundSlot].load());
+    for (size_t k = 0; k < out.size(); ++k) {
+      ASSERT_EQ(out[k], in[first + k] * kOutputScale) << "sample " << k << (keyLock ? " with key lock" : "");
+    }
   }
   // The 16-bit reader interpolates between the frame under the position and the next one.
   deck->position = 1000.0;
