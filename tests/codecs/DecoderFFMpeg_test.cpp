@@ -35,7 +35,8 @@ double ErrorDb(const std::vector<int16_t>& decoded, const std::vector<int16_t>& 
 
 TEST(FFMpegFormats, LosslessFilesDecodeSampleIdenticalToTheSource) {
   // The built-in readers take 16-bit PCM at 44100 Hz; FFmpeg decodes the rest (24 and 32-bit,
-  // AIFF-C). Both must give the source back exactly (the wider files hold it padded with zeros).
+  // AIFF-C). Both must give the source back exactly (the wider files hold it padded with zeros):
+  // 24 and 32-bit integer WAV once played as full-scale DC and noise.
   const std::pair<const char*, const char*> files[] = {
       {"source.wav", "wav"},          {"flac.flac", "ffmpeg-audio"},  {"wav24.wav", "ffmpeg-audio"},
       {"wav32.wav", "ffmpeg-audio"},  {"wavfloat.wav", "ffmpeg-audio"}, {"aiff16.aiff", "aiff"},
