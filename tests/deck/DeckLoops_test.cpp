@@ -135,23 +135,18 @@ TEST_F(LoopTest, TheCueButtonPreviewsAndReturns) {
   Render(500, 250);
   deck->setCueHere();
   int cue = deck->cuePos.load();
-  // On the cue of a stopped deck: press plays, release (moved on) stops and returns.
-  ASSERT_EQ(deck->cuePress(), 1);
-  EXPECT_TRUE(deck->IsPlaying());
-  Render(2000, 250);
-  deck->cueRelease();
-  Render(250, 250);
-  EXPECT_FALSE(deck->IsPlaying());
-  EXPECT_EQ(deck->Position(), cue);
-  // Pressed exactly on the cue of a playing deck, nothing happens until the release.
-  deck->setPlaying(1);
-  EXPECT_EQ(deck->cuePress(), 1);
-  EXPECT_TRUE(deck->IsPlaying());
-  Render(250, 250);
-  deck->cueRelease();
-  Render(250, 250);
-  EXPECT_FALSE(deck->IsPlaying());
-  EXPECT_EQ(deck->Position(), cue);
+  // On the cue of a stopped deck the press plays; pressed exactly on the cue of a playing deck
+  // nothing happens. Either way the release, once the deck has moved on, stops it at the cue.
+  for (int playing : {0, 1}) {
+    deck->setPlaying(playing);
+    ASSERT_EQ(deck->cuePress(), 1);
+    EXPECT_TRUE(deck->IsPlaying());
+    Render(playing ? 250 : 2000, 250);
+    deck->cueRelease();
+    Render(250, 250);
+    EXPECT_FALSE(deck->IsPlaying()) << "playing before: " << playing;
+    EXPECT_EQ(deck->Position(), cue) << "playing before: " << playing;
+  }
 }
 
 TEST_F(LoopTest, HotCuesStoreJumpAndDeleteOnAHold) {
