@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "app/base/AtomicFile.h"
 #include "codecs/ByteOrder.h"
 #include "codecs/CodecChain.h"
 #include "codecs/DecoderAIF.h"
@@ -57,14 +58,14 @@ TEST(BigEndianFiles, WritersProduceFilesOthersRead) {
   ASSERT_TRUE(au.open(folder.File("out.au"), &format, 1));
   EXPECT_EQ(au.write(signal.data(), 4000), 4000);
   au.close();
-  FILE* file = std::fopen(folder.File("out.au").c_str(), "rb");
-  std::vector<uint8_t> bytes(24 + 4 * 4000);
-  ASSERT_EQ(std::fread(bytes.data(), 1, bytes.size(), file), bytes.size());
-  std::fclose(file);
-  EXPECT_EQ(BigEndian32(bytes.data() + 12), 3u) << "16-bit linear";
-  EXPECT_EQ(BigEndian32(bytes.data() + 8), 4000u) << "the size field counts frames";
+  std::string text;
+  ASSERT_TRUE(ReadWholeFile(folder.File("out.au"), text));
+  ASSERT_GE(text.size(), 24u + 4 * 4000);
+  const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
+  EXPECT_EQ(BigEndian32(bytes + 12), 3u) << "16-bit linear";
+  EXPECT_EQ(BigEndian32(bytes + 8), 4000u) << "the size field counts frames";
   for (size_t i = 0; i < signal.size(); ++i) {
-    ASSERT_EQ(static_cast<int16_t>(BigEndian16(bytes.data() + 24 + 2 * i)), signal[i]) << i;
+    ASSERT_EQ(static_cast<int16_t>(BigEndian16(bytes + 24 + 2 * i)), signal[i]) << i;
   }
 }
 

@@ -8,10 +8,11 @@
 #include <thread>
 
 #include "app/base/Realtime.h"
-#include "app/base/Trace.h"
 #include "codecs/CodecChain.h"
 #include "support/AllocationCounter.h"
 #include "support/TestFiles.h"
+#include "support/TraceCapture.h"
+#include "support/WaitFor.h"
 
 namespace {
 
@@ -30,67 +31,6 @@ class CodecChainTest : public ::testing::Test {
   CCodecChain chain_{0};
   AudioFormat format_{};
 };
-
-struct TraceCapture {
-  TraceCapture() { SetTraceHook([](const char* line, void* self) { static_cast<TraceCapture*>(self)->lines.push_back(line); }, this); }
-  ~TraceCapture() { SetTraceHook(nullptr, nullptr); }
-  bool Saw(const std::string& text) const {
-    for (const auto& line : lines) {
-      if (line == text) return true;
-    }
-    return false;
-  }
-  std::vector<std::string> lines;
-};
-
-TEST_F(CodecChainTest, SixteenBitStereoAt44100IsBitExact) {
-  std::vector<int16_t> samples = MakeTestSignal(44100);
-  ASSERT_TRUE(Open(Write(WavLayout{}, Int16Bytes(samples))));
-  EXPECT_EQ(format_.frames, 44100);
-  std::vector<int16_t> read(samples.size());
-  ASSERT_EQ(chain_.read16(read.data(), 44100, 0), 44100);
-  EXPECT_EQ(read, samples);
-}
-
-TEST_F(CodecChainTest, EightBitMono22050PlaysAsStereoAt44100) {
-  // Other rates go to FFmpeg, whose resampler runs across blocks; the WAV reader refuses them.
-  WavLayout layout;
-  layout.channels = 1;
-  layout.rate = 22050;
-  layout.bits = 8;
-  std::vector<uint8_t> data(22050, 128);  // silence in unsigned 8-bit, then a level of 200
-  std::fill(data.begin() + 11025, data.end(), 200);
-  ASSERT_TRUE(Open(Write(layout, data)));
-  EXPECT_STREQ(chain_.activeCodecObject()->codecName(), "ffmpeg-audio");
-  EXPECT_EQ(format_.frames, 44100);
-  std::vector<int16_t> read(2 * 44100, 99);
-  ASSERT_EQ(chain_.read16(read.data(), 44100, 0), 44100);
-  for (int i = 0; i < 44100; ++i) ASSERT_EQ(read[2 * i], read[2 * i + 1]) << "frame " << i;
-  EXPECT_EQ(read[2 * 1000], 0) << "128 is the 8-bit zero";
-  // (200 - 128) / 128 of full scale, away from the step where the filter rings.
-  EXPECT_NEAR(read[2 * 33000], 72 * 256, 2);
-}
-
-TEST_F(CodecChainTest, TwentyFourAndThirtyTwoBitIntegerPcmKeepsItsSign) {
-  // -0.5 of full scale, little endian. These once read as large positive values (and 32-bit
-  // as float): DC and noise at full level.
-  for (int bits : {24, 32}) {
-    WavLayout layout;
-    layout.bits = bits;
-    layout.channels = 1;
-    std::vector<uint8_t> data;
-    for (int i = 0; i < 300; ++i) {
-      if (bits == 32) data.push_back(0x00);
-      data.insert(data.end(), {0x00, 0x00, 0xC0});
-    }
-    ASSERT_TRUE(Open(Write(layout, data, bits == 24 ? "t24.wav" : "t32.wav"))) << bits;
-    EXPECT_STREQ(chain_.activeCodecObject()->codecName(), "ffmpeg-audio");
-    std::vector<int16_t> read(600);
-    ASSERT_EQ(chain_.read16(read.data(), 300, 0), 300);
-    for (int16_t v : read) ASSERT_EQ(v, -16384) << bits << "-bit";
-    chain_.close();
-  }
-}
 
 TEST_F(CodecChainTest, FloatFilesRoundIntoSixteenBits) {
   WavLayout layout;
@@ -158,26 +98,18 @@ TEST_F(CodecChainTest, NotifySeekFromTheAudioThreadWhileTheLoaderOpensAndCloses)
   std::atomic<bool> stop{false};
   std::atomic<long> calls{0};
   ResetAudioThreadCounts();
-  struct Joiner {
-    std::atomic<bool>& stop;
-    std::thread thread;
-    ~Joiner() {
-      stop = true;
-      if (thread.joinable()) thread.join();
-    }
-  } audio{stop, std::thread([&] {
+  std::thread audio([&] {
     rt::AudioThreadScope scope;
-    while (!stop.load()) {
-      chain_.notifySeek(static_cast<int>(calls.fetch_add(1) % 1000), 1);
-    }
-  })};
+    while (!stop.load()) chain_.notifySeek(static_cast<int>(calls.fetch_add(1) % 1000), 1);
+  });
+  JoinGuard audioGuard{stop, audio};
   for (int i = 0; i < 200; ++i) {
     ASSERT_TRUE(Open(path));
     chain_.close();
   }
-  while (calls.load() < 1000) std::this_thread::yield();
+  ASSERT_TRUE(WaitFor([&] { return calls.load() >= 1000; }));
   stop = true;
-  audio.thread.join();
+  audio.join();
   EXPECT_EQ(AudioThreadAllocations(), 0u);
   EXPECT_EQ(rt::BlockingWaitsOnAudioThread(), 0u);
 }

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "MediaFiles.h"
+#include "app/base/AtomicFile.h"
 #include "audio/Threads.h"
 #include "codecs/CodecChain.h"
 #include "deck/SoundSource.h"
@@ -129,9 +130,7 @@ TEST_F(DeckPlayback, Mp3WithoutAHeaderLoadsWithItsRealLengthAndSilenceAfterIt) {
 
 TEST_F(DeckPlayback, FilesNoDecoderTakesLeaveTheDeckEmpty) {
   std::string path = media::Folder() + "not-audio.mp3";
-  FILE* file = std::fopen(path.c_str(), "wb");
-  std::fputs("ID3 but nothing after it", file);
-  std::fclose(file);
+  WriteFileAtomically(path, "ID3 but nothing after it");
   Load(path);
   EXPECT_EQ(deck->fileOpen.load(), 0);
   EXPECT_EQ(deck->GetLength(), 0);

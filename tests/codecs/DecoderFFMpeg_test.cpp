@@ -7,13 +7,13 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdio>
 #include <filesystem>
 #include <random>
 
 #include "MediaFiles.h"
-#include "app/base/Trace.h"
+#include "app/base/AtomicFile.h"
 #include "codecs/CodecChain.h"
+#include "support/TraceCapture.h"
 
 namespace {
 
@@ -35,7 +35,8 @@ double ErrorDb(const std::vector<int16_t>& decoded, const std::vector<int16_t>& 
 
 TEST(FFMpegFormats, LosslessFilesDecodeSampleIdenticalToTheSource) {
   // The built-in readers take 16-bit PCM at 44100 Hz; FFmpeg decodes the rest (24 and 32-bit,
-  // AIFF-C). Both must give the source back exactly (the wider files hold it padded with zeros).
+  // AIFF-C). Both must give the source back exactly (the wider files hold it padded with zeros):
+  // 24 and 32-bit integer WAV once played as full-scale DC and noise.
   const std::pair<const char*, const char*> files[] = {
       {"source.wav", "wav"},          {"flac.flac", "ffmpeg-audio"},  {"wav24.wav", "ffmpeg-audio"},
       {"wav32.wav", "ffmpeg-audio"},  {"wavfloat.wav", "ffmpeg-audio"}, {"aiff16.aiff", "aiff"},
@@ -123,7 +124,7 @@ TEST(FFMpegFormats, RandomJumpsMatchTheSequentialDecode) {
 }
 
 TEST(FFMpegFormats, OtherRatesHaveTheirLengthAndJoinBlocksSmoothly) {
-  // A 1 kHz sine at 48 and 22.05 kHz, read in the deck's one-second blocks. Between neighbouring
+  // A mono 1 kHz sine at 48 and 22.05 kHz, read in the deck's one-second blocks. Between neighbouring
   // samples a sine of amplitude A moves at most 2 pi f A / 44100; a block join that restarted or
   // pinned the resampler would jump further.
   const double amplitude = 16000, step = 2 * M_PI * 1000 * amplitude / 44100;
@@ -141,45 +142,36 @@ TEST(FFMpegFormats, OtherRatesHaveTheirLengthAndJoinBlocksSmoothly) {
     // The first and last milliseconds are the sine switching on and off.
     for (int i = 100; i + 101 < frames; ++i) {
       worst = std::max(worst, std::fabs(double(decoded[2 * i + 2]) - decoded[2 * i]));
+      ASSERT_EQ(decoded[2 * i], decoded[2 * i + 1]) << rate << ": a mono file plays on both sides, frame " << i;
     }
     EXPECT_LT(worst, step * 1.02 + 2) << rate;
   }
 }
-
-struct TraceLines {
-  TraceLines() {
-    SetTraceHook([](const char* line, void* self) { static_cast<TraceLines*>(self)->lines.push_back(line); }, this);
-  }
-  ~TraceLines() { SetTraceHook(nullptr, nullptr); }
-  std::vector<std::string> lines;
-};
 
 TEST(FFMpegFormats, BrokenFilesFailWithOneLineAndTruncatedOnesPlayWhatIsThere) {
   std::string mp3 = NeedFile("mp3.mp3");
   if (mp3.empty()) return;
   std::string folder = media::Folder();
   auto write = [&](const std::string& name, const std::string& bytes) {
-    FILE* file = std::fopen((folder + name).c_str(), "wb");
-    std::fwrite(bytes.data(), 1, bytes.size(), file);
-    std::fclose(file);
+    WriteFileAtomically(folder + name, bytes);
     return folder + name;
   };
   std::string garbage(20000, '\0');
   std::mt19937 random(3);
   for (char& c : garbage) c = static_cast<char>(random());
-  FILE* whole = std::fopen(mp3.c_str(), "rb");
-  std::string half(60000, '\0');
-  half.resize(std::fread(half.data(), 1, half.size(), whole));
-  std::fclose(whole);
+  std::string half;
+  ASSERT_TRUE(ReadWholeFile(mp3, half));
+  half.resize(60000);
 
   for (const std::string& path : {write("empty.mp3", ""), write("noise.flac", garbage),
                                   write("letter.m4a", "Dear DJ, this is a text file.\n"),
                                   write("cut.ogg", "OggS\0\2\0\0"), write("cut.wav", "RIFF\x24\0\0\0WAVEfmt ")}) {
-    TraceLines trace;
+    TraceCapture trace;
     CCodecChain chain(1);
     AudioFormat format = EngineFormat();
     EXPECT_EQ(chain.open(path, &format, 0, 88200), 0) << path;
-    EXPECT_EQ(trace.lines, std::vector<std::string>{"no suitable codec found"}) << path;
+    EXPECT_EQ(trace.Count(""), 1) << path << ": one line";
+    EXPECT_TRUE(trace.Saw("no suitable codec found")) << path;
   }
   // An MP3 cut short after its header (which still counts every frame) plays what is there.
   int frames = 0;
@@ -193,25 +185,19 @@ TEST(FFMpegFormats, BrokenFilesFailWithOneLineAndTruncatedOnesPlayWhatIsThere) {
 TEST(FFMpegFormats, DamagedFramesAreSkippedWithOneLineAndTheMusicKeepsItsTime) {
   std::string flac = NeedFile("flac.flac");
   if (flac.empty()) return;
-  FILE* in = std::fopen(flac.c_str(), "rb");
-  std::string bytes(1 << 22, '\0');
-  bytes.resize(std::fread(bytes.data(), 1, bytes.size(), in));
-  std::fclose(in);
+  std::string bytes;
+  ASSERT_TRUE(ReadWholeFile(flac, bytes));
   std::mt19937 random(9);
   for (size_t at : {bytes.size() / 3, bytes.size() / 2}) {
     for (size_t i = at; i < at + 400; ++i) bytes[i] = static_cast<char>(random());
   }
   std::string damaged = media::Folder() + "damaged.flac";
-  FILE* out = std::fopen(damaged.c_str(), "wb");
-  std::fwrite(bytes.data(), 1, bytes.size(), out);
-  std::fclose(out);
+  ASSERT_TRUE(WriteFileAtomically(damaged, bytes));
 
-  TraceLines trace;
+  TraceCapture trace;
   int frames = 0;
   std::vector<int16_t> decoded = media::DecodeWhole(damaged, &frames);
-  int lines = 0;
-  for (const std::string& line : trace.lines) lines += line.find("skipping damaged audio") != std::string::npos;
-  EXPECT_EQ(lines, 1) << "one line per file, not per packet";
+  EXPECT_EQ(trace.Count("skipping damaged audio"), 1) << "one line per file, not per packet";
   ASSERT_EQ(frames, media::kSourceFrames);
   // The lost frames became silence: the last second is still the source's last second.
   const size_t tail = 2 * static_cast<size_t>(media::kSourceFrames - 44100);
@@ -224,9 +210,7 @@ TEST(FFMpegFormats, CoverArtAndAGraphicsFileBesideChangeNothing) {
   // A .cdg no decoder takes yet: the MP3 beside it plays as audio.
   std::string karaoke = media::Folder() + "karaoke.mp3";
   std::filesystem::copy_file(mp3, karaoke, std::filesystem::copy_options::overwrite_existing);
-  FILE* graphics = std::fopen((media::Folder() + "karaoke.cdg").c_str(), "wb");
-  std::fputs("CD+G packets nobody decodes yet", graphics);
-  std::fclose(graphics);
+  WriteFileAtomically(media::Folder() + "karaoke.cdg", "CD+G packets nobody decodes yet");
   int plain = 0, frames = 0;
   std::vector<int16_t> reference = media::DecodeWhole(mp3, &plain);
   for (const std::string& path : {covered, karaoke}) {

@@ -5,6 +5,7 @@
 
 #include <cstring>
 
+#include "app/base/AtomicFile.h"
 #include "codecs/DecoderWAV.h"
 #include "support/TestFiles.h"
 
@@ -31,8 +32,6 @@ TEST_F(WavDecoderTest, ReportsFormatAndReadsSequentiallyAndBySeekAlike) {
   EXPECT_EQ(format.bitsPerSample, 16);
   EXPECT_EQ(format.storedBits, 16);
   EXPECT_EQ(format.frames, 5000);
-  EXPECT_STREQ(decoder_.codecName(), "wav");
-  EXPECT_DOUBLE_EQ(decoder_.durationSeconds(), 5000 / 44100.0);
 
   std::vector<int16_t> sequential(10000), seeked(10000);
   ASSERT_EQ(decoder_.read(sequential.data(), 3000, 0), 3000);
@@ -102,13 +101,12 @@ TEST_F(WavDecoderTest, WriterRoundTripsAndPatchesTheLengths) {
   decoder_.read(read.data(), 777, 0);
   EXPECT_EQ(read, samples);
 
-  FILE* file = std::fopen(path.c_str(), "rb");
-  unsigned char header[44];
-  ASSERT_EQ(std::fread(header, 1, 44, file), 44u);
-  std::fclose(file);
+  std::string header;
+  ASSERT_TRUE(ReadWholeFile(path, header));
+  ASSERT_GE(header.size(), 44u);
   uint32_t riff, data;
-  std::memcpy(&riff, header + 4, 4);
-  std::memcpy(&data, header + 40, 4);
+  std::memcpy(&riff, header.data() + 4, 4);
+  std::memcpy(&data, header.data() + 40, 4);
   EXPECT_EQ(data, 777u * 4);
   EXPECT_EQ(riff, data + 36);
 }

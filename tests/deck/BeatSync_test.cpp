@@ -3,11 +3,7 @@
 // scan's self-repair, and the loop-aware nudge. Alignment is measured on the decks' own play
 // heads against the injected grids.
 
-#include <gtest/gtest.h>
-
 #include <cmath>
-#include <memory>
-#include <vector>
 
 #include "TwoDeckFixture.h"
 #include "deck/BeatSync.h"
@@ -17,7 +13,6 @@ namespace {
 
 using BeatSync = TwoDeckTest;
 
-constexpr int kSecond = 44100;
 constexpr double kOneMs = 44.1;
 
 // 126 BPM: a beat is exactly 210 stripe entries, so the injected marks carry the beat frames

@@ -8,8 +8,6 @@
 
 namespace {
 
-constexpr int kSecond = 44100;
-
 TEST_F(DeckTest, ASeekMadeBeforeALoadDoesNotMoveTheNewTrack) {
   // On an empty deck there is nothing to seek in.
   EXPECT_EQ(deck->seek(30 * kSecond), 0);
@@ -21,7 +19,7 @@ TEST_F(DeckTest, ASeekMadeBeforeALoadDoesNotMoveTheNewTrack) {
   // A seek accepted on the old track but not yet served belongs to that track.
   ASSERT_EQ(deck->seek(30 * kSecond), 1);
   ASSERT_TRUE(deck->load(folder.File("track1.wav"), 1, nullptr, 1));
-  while (deck->loadPending.load()) deck->loaderPass();
+  FinishLoad(*deck);
   deck->loaderPass();
   Render(441, 441);
   EXPECT_LT(deck->Position(), kSecond);
@@ -46,7 +44,7 @@ TEST_F(DeckTest, PlayFromCueMovesToTheCueBeforeTheDeckStarts) {
   ASSERT_EQ(deck->playFromCue(), 1);
   EXPECT_EQ(g_positionAtStart, 5.0 * kSecond) << "anyone told the deck started sees it at the cue";
   std::vector<float> out = Render(10, 10);
-  EXPECT_EQ(out[0], in[2 * (5 * kSecond)] * 3e-05f) << "the first frame played is the cue's";
+  EXPECT_EQ(out[0], in[2 * (5 * kSecond)] * kOutputScale) << "the first frame played is the cue's";
   deck->SetCallbacks(nullptr, nullptr);
 }
 

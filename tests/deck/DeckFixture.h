@@ -9,11 +9,31 @@
 
 #include "app/base/Realtime.h"
 #include "audio/Threads.h"
+#include "deck/DeckAnalysis.h"
 #include "deck/SoundSource.h"
 #include "support/TestFiles.h"
 
+// An analysis port that does nothing; tests override the one step they care about.
+class StubAnalysis : public CDeckAnalysis {
+ public:
+  void ResetFilters(CSoundSource&) override {}
+  int LoadStripes(CSoundSource&) override { return 0; }
+  void FeedSecond(CSoundSource&, int, const short*, int) override {}
+  void AnalyseWholeTrack(CSoundSource&) override {}
+  float EstimateWindowBpm(const float*, int) override { return 0; }
+  void SaveStripes(CSoundSource&) override {}
+};
+
+// Runs a manual deck's loader until the pending load is taken.
+inline void FinishLoad(CSoundSource& deck) {
+  while (deck.loadPending.load()) deck.loaderPass();
+}
+
 class DeckTest : public ::testing::Test {
  protected:
+  static constexpr int kSecond = 44100;
+  static constexpr float kOutputScale = 3e-05f;  // a 16-bit sample as the deck renders it
+
   DeckTest() {
     SetThreadsManual(true);
     deck = std::make_unique<CSoundSource>(0, folder.path());
@@ -29,7 +49,7 @@ class DeckTest : public ::testing::Test {
     std::string path = folder.File("track" + std::to_string(++tracks) + ".wav");
     WriteStereo16(path, samples);
     ASSERT_TRUE(deck->load(path, autoPlay ? 1 : 0, nullptr, 1));
-    while (deck->loadPending.load()) deck->loaderPass();
+    FinishLoad(*deck);
     ASSERT_TRUE(deck->fileOpen.load());
   }
 

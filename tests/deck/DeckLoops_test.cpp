@@ -6,9 +6,7 @@
 
 namespace {
 
-constexpr int kSecond = 44100;
 constexpr int kBeat = 22050;
-constexpr float kScale = 3e-05f;
 
 class LoopTest : public DeckTest {
  protected:
@@ -38,7 +36,7 @@ TEST_F(LoopTest, BeatLoopsRepeatBitExactlyWithTheirBeatLength) {
     for (int k = 0; k < 3 * length + 17; ++k) {
       // The output trails the position by one frame, so the loop sounds from start - 1.
       int frame = start - 1 + (k + 1) % length;
-      ASSERT_EQ(out[2 * static_cast<size_t>(k)], in[2 * static_cast<size_t>(frame)] * kScale)
+      ASSERT_EQ(out[2 * static_cast<size_t>(k)], in[2 * static_cast<size_t>(frame)] * kOutputScale)
           << "code " << code << " frame " << k;
     }
     EXPECT_EQ(deck->loopPasses.load(), 3);
@@ -137,23 +135,18 @@ TEST_F(LoopTest, TheCueButtonPreviewsAndReturns) {
   Render(500, 250);
   deck->setCueHere();
   int cue = deck->cuePos.load();
-  // On the cue of a stopped deck: press plays, release (moved on) stops and returns.
-  ASSERT_EQ(deck->cuePress(), 1);
-  EXPECT_TRUE(deck->IsPlaying());
-  Render(2000, 250);
-  deck->cueRelease();
-  Render(250, 250);
-  EXPECT_FALSE(deck->IsPlaying());
-  EXPECT_EQ(deck->Position(), cue);
-  // Pressed exactly on the cue of a playing deck, nothing happens until the release.
-  deck->setPlaying(1);
-  EXPECT_EQ(deck->cuePress(), 1);
-  EXPECT_TRUE(deck->IsPlaying());
-  Render(250, 250);
-  deck->cueRelease();
-  Render(250, 250);
-  EXPECT_FALSE(deck->IsPlaying());
-  EXPECT_EQ(deck->Position(), cue);
+  // On the cue of a stopped deck the press plays; pressed exactly on the cue of a playing deck
+  // nothing happens. Either way the release, once the deck has moved on, stops it at the cue.
+  for (int playing : {0, 1}) {
+    deck->setPlaying(playing);
+    ASSERT_EQ(deck->cuePress(), 1);
+    EXPECT_TRUE(deck->IsPlaying());
+    Render(playing ? 250 : 2000, 250);
+    deck->cueRelease();
+    Render(250, 250);
+    EXPECT_FALSE(deck->IsPlaying()) << "playing before: " << playing;
+    EXPECT_EQ(deck->Position(), cue) << "playing before: " << playing;
+  }
 }
 
 TEST_F(LoopTest, HotCuesStoreJumpAndDeleteOnAHold) {
@@ -184,7 +177,7 @@ TEST_F(DeckTest, CuesAndTheLoopSurviveASaveAndReloadOfTheSongDatabase) {
   record.name = "track1.wav";
   LoadTrack(MakeTestSignal(20 * kSecond), false);  // writes track1.wav
   ASSERT_TRUE(deck->load(folder.File("track1.wav"), 0, &record, 1));
-  while (deck->loadPending.load()) deck->loaderPass();
+  FinishLoad(*deck);
   Render(100, 100);
   deck->position = 3.0 * kSecond;
   deck->hotCue(1);
@@ -200,7 +193,7 @@ TEST_F(DeckTest, CuesAndTheLoopSurviveASaveAndReloadOfTheSongDatabase) {
   TSongRecord reloaded;
   ASSERT_EQ(FindSong("track1.wav", reloaded), 1);
   ASSERT_TRUE(deck->load(folder.File("track1.wav"), 0, &reloaded, 1));
-  while (deck->loadPending.load()) deck->loaderPass();
+  FinishLoad(*deck);
   Render(100, 100);  // parks at the first sound, then the cue is the selected slot's
   EXPECT_EQ(deck->getCue(1), 3 * kSecond);
   EXPECT_EQ(deck->getCue(4), 9 * kSecond);

@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr int kSecond = 44100;
 constexpr int kServiceFrames = 1102;  // 25 ms
 
 class ScratchTest : public DeckTest {
@@ -54,7 +53,7 @@ TEST_F(ScratchTest, ReversePlaysTheExactSamplesBackwards) {
   for (int k = 0; k < kSecond; ++k) {
     // At speed -1 frame k of the output sits at position P - k - 1 and sounds one frame behind.
     size_t frame = static_cast<size_t>(5 * kSecond - k - 2);
-    ASSERT_EQ(out[2 * static_cast<size_t>(k)], in[2 * frame] * 3e-05f) << k;
+    ASSERT_EQ(out[2 * static_cast<size_t>(k)], in[2 * frame] * kOutputScale) << k;
   }
   EXPECT_DOUBLE_EQ(deck->Position(), 4.0 * kSecond);
 }

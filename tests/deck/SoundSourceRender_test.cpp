@@ -4,18 +4,19 @@
 #include <cmath>
 
 #include "DeckFixture.h"
-#include "deck/DeckAnalysis.h"
 
 namespace {
 
-constexpr float kScale = 3e-05f;
-
-TEST_F(DeckTest, PlaysBitExactAtSpeedOne) {
-  std::vector<int16_t> in = MakeTestSignal(3 * 44100);
-  LoadTrack(in, true);
-  std::vector<float> out = Render(2 * 44100, 360);
-  for (int k = 0; k < 2 * 44100 * 2; ++k) {
-    ASSERT_EQ(out[static_cast<size_t>(k)], in[static_cast<size_t>(k)] * kScale) << "sample " << k;
+TEST_F(DeckTest, PlaysBitExactAtSpeedOneWithAndWithoutKeyLock) {
+  std::vector<int16_t> in = MakeTestSignal(3 * kSecond, 4);
+  for (bool keyLock : {true, false}) {
+    LoadTrack(in, true);
+    deck->setKeyLock(keyLock);  // at speed 1 the key lock passes the track through untouched
+    std::vector<float> out = Render(2 * kSecond, keyLock ? 333 : 360);
+    const size_t first = 2 * static_cast<size_t>(deck->cueTable[CSoundSource::kFirstSoundSlot].load());
+    for (size_t k = 0; k < out.size(); ++k) {
+      ASSERT_EQ(out[k], in[first + k] * kOutputScale) << "sample " << k << (keyLock ? " with key lock" : "");
+    }
   }
   // The 16-bit reader interpolates between the frame under the position and the next one.
   deck->position = 1000.0;
@@ -89,19 +90,14 @@ TEST_F(DeckTest, RefusesOversizedBlocksAndStaysSilentWhenEmpty) {
 }
 
 // An analysis port whose stripe file says the track is silent for its first two seconds.
-class QuietStartAnalysis : public CDeckAnalysis {
+class QuietStartAnalysis : public StubAnalysis {
  public:
-  void ResetFilters(CSoundSource&) override {}
   int LoadStripes(CSoundSource& deck) override {
     std::lock_guard lock(deck.dataLock);
     auto& level = deck.stripes[0];
     for (size_t i = 0; i < level.size(); ++i) level[i] = i < 2 * 441 ? 0.001f : 0.5f;
     return 1;
   }
-  void FeedSecond(CSoundSource&, int, const short*, int) override {}
-  void AnalyseWholeTrack(CSoundSource&) override {}
-  float EstimateWindowBpm(const float*, int) override { return 0; }
-  void SaveStripes(CSoundSource&) override {}
 };
 
 TEST_F(DeckTest, TheFirstRenderParksAtTheFirstSound) {

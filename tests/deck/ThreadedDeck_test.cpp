@@ -3,19 +3,13 @@
 // ThreadSanitizer this is the test that proves the hand-offs; in any build it proves that
 // freeing blocks and unloading while the audio thread renders neither crashes nor stalls it.
 
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <chrono>
 #include <random>
 #include <thread>
 
-#include "app/base/Realtime.h"
+#include "DeckFixture.h"
 #include "audio/MixerChannel.h"
-#include "audio/Threads.h"
-#include "deck/DeckAnalysis.h"
-#include "deck/SoundSource.h"
-#include "support/TestFiles.h"
 #include "support/WaitFor.h"
 
 namespace {
@@ -86,14 +80,9 @@ TEST(ThreadedDeck, LoadsSeeksAndStopsWhileTheAudioThreadRenders) {
 }
 
 // An analysis port that finds 128 BPM in every ten-second window.
-class SteadyTempoAnalysis : public CDeckAnalysis {
+class SteadyTempoAnalysis : public StubAnalysis {
  public:
-  void ResetFilters(CSoundSource&) override {}
-  int LoadStripes(CSoundSource&) override { return 0; }
-  void FeedSecond(CSoundSource&, int, const short*, int) override {}
-  void AnalyseWholeTrack(CSoundSource&) override {}
   float EstimateWindowBpm(const float*, int) override { return 128.0f; }
-  void SaveStripes(CSoundSource&) override {}
 };
 
 // The tempo of a streamed track comes from the blocks under the play head while the loader

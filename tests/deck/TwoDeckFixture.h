@@ -9,16 +9,15 @@
 #include <string>
 #include <vector>
 
+#include "DeckFixture.h"
 #include "analysis/StripeMarks.h"
-#include "app/base/Realtime.h"
-#include "audio/Threads.h"
-#include "deck/SoundSource.h"
-#include "support/TestFiles.h"
 
 constexpr int kTrackFrames = 60 * 44100;
 
 class TwoDeckTest : public ::testing::Test {
  protected:
+  static constexpr int kSecond = 44100;
+
   TwoDeckTest() {
     SetThreadsManual(true);
     for (int d = 0; d < 2; ++d) deck[d] = std::make_unique<CSoundSource>(d, folder.path());
@@ -35,7 +34,7 @@ class TwoDeckTest : public ::testing::Test {
     WriteStereo16(path, std::vector<int16_t>(2 * static_cast<size_t>(kTrackFrames), 200));
     CSoundSource& s = *deck[d];
     EXPECT_TRUE(s.load(path, 0, nullptr, 1));
-    while (s.loadPending.load()) s.loaderPass();
+    FinishLoad(s);
     std::vector<double> beats;
     if (bpm > 0) {
       std::lock_guard lock(s.dataLock);

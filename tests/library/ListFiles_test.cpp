@@ -18,16 +18,16 @@
 #include "library/TagReader.h"
 #include "support/TestFiles.h"
 #include "EmptyFile.h"
+#include "LibraryFolderFixture.h"
 
 namespace {
 
-class ListTest : public ::testing::Test {
+class ListTest : public LibraryFolderFixture {
  protected:
   void SetUp() override {
     UseTestKeyNames();
-    LoadSongDatabase(folder.File("db.knx"));
+    LibraryFolderFixture::SetUp();
   }
-  void TearDown() override { DropSongDatabase(); }
   std::string Touch(const std::string& name) { return TouchFile(folder, name); }
   static TZQListElement Row(const std::string& artist, const std::string& title, const std::string& tempo = "",
                             const std::string& year = "") {
@@ -45,7 +45,6 @@ class ListTest : public ::testing::Test {
     for (int i = 0; list.GetRow(i, row); ++i) titles.push_back(row.column[kColTitle]);
     return titles;
   }
-  TempFolder folder;
 };
 
 TEST_F(ListTest, BuildRowTakesTheNameTheDatabaseAndTheCdgTwin) {

@@ -19,6 +19,7 @@
 
 #include "app/base/AtomicFile.h"
 #include "app/base/Trace.h"
+#include "support/TraceCapture.h"
 #include "library/Browser.h"
 #include "library/SongDatabase.h"
 #include "library/SongDatabaseFile.h"
@@ -45,19 +46,6 @@ std::set<std::string> NamesInFile(const std::string& path, bool* parsed = nullpt
   if (parsed) *parsed = ok;
   return names;
 }
-
-struct TraceCollector {
-  std::vector<std::string> lines;
-  TraceCollector() { SetTraceHook(&TraceCollector::Take, this); }
-  ~TraceCollector() { SetTraceHook(nullptr, nullptr); }
-  static void Take(const char* line, void* self) { static_cast<TraceCollector*>(self)->lines.push_back(line); }
-  bool Saw(const std::string& part) const {
-    for (const auto& l : lines) {
-      if (l.find(part) != std::string::npos) return true;
-    }
-    return false;
-  }
-};
 
 // Runs body in a child process; returns its pid. The child never returns into the test.
 template <typename Body>
@@ -108,7 +96,7 @@ TEST_F(SongDatabaseSafety, EntityChainAndAnyDoctypeAreRefusedAtOnce) {
 TEST_F(SongDatabaseSafety, AnUnreadableFileIsLeftInPlaceReportedAndNotSavedOver) {
   // A folder where the file should be cannot be read, even by root: it stands for an I/O error.
   std::filesystem::create_directory(path);
-  TraceCollector trace;
+  TraceCapture trace;
   EXPECT_EQ(LoadSongDatabase(path), 0);
   EXPECT_TRUE(trace.Saw("cannot read")) << "the failure must be reported";
   StoreSong(Song("kept.mp3"));

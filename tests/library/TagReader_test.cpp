@@ -22,6 +22,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "LibraryFolderFixture.h"
 #include "TestKeyNames.h"
 #include "ToneFile.h"
 #include "library/KeyNaming.h"
@@ -78,14 +79,12 @@ void WriteTags(const std::string& path) {
   ASSERT_TRUE(file.save()) << path;
 }
 
-class TagReaderFormats : public ::testing::TestWithParam<const char*> {
+class TagReaderFormats : public LibraryFolderFixture, public ::testing::WithParamInterface<const char*> {
  protected:
   void SetUp() override {
     UseTestKeyNames();
-    LoadSongDatabase(folder.File("db.knx"));
+    LibraryFolderFixture::SetUp();
   }
-  void TearDown() override { DropSongDatabase(); }
-  TempFolder folder;
 };
 
 TEST_P(TagReaderFormats, EveryColumnTheKeyAndTheCleanedComment) {

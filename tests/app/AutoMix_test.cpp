@@ -3,16 +3,12 @@
 // pitch glides back afterwards. The whole path through lumo automix, loading and skipping songs
 // included, is in tests/tools.
 
-#include <gtest/gtest.h>
-
-#include "TwoDeckFixture.h"
+#include "deck/TwoDeckFixture.h"
 #include "app/AutoMix.h"
 #include "app/Settings.h"
 #include "audio/Mixer.h"
 
 namespace {
-
-constexpr int kSecond = 44100;
 
 class AutoMixTest : public TwoDeckTest {
  protected:
