@@ -69,15 +69,19 @@ void CSoundSource::hotCueRelease(int slot) {
   if (slot >= 0 && slot < kCueSlots) cueHold_[slot] = -1;
 }
 
+int CSoundSource::deleteCue(int slot) {
+  if (!selectCue(slot)) return 0;
+  clearCue();
+  cueTable[slot].store(0, std::memory_order_relaxed);
+  return 1;
+}
+
 void CSoundSource::CueHoldTick() {
   for (int slot = 0; slot < kCueSlots; ++slot) {
     if (cueHold_[slot] < 0) continue;
     if (++cueHold_[slot] > kHoldTicksToDelete) {
       cueHold_[slot] = -1;
-      if (cueSlot.load(std::memory_order_relaxed) == slot) {
-        clearCue();
-        cueTable[slot].store(0, std::memory_order_relaxed);
-      }
+      if (cueSlot.load(std::memory_order_relaxed) == slot) deleteCue(slot);
     }
   }
 }

@@ -109,6 +109,7 @@ class CSoundSource : public CAudioSignalSource {
   int selectCue(int slot);
   int getCue(int slot) const;  // -1 or the selected slot: the working cue
   int clearCue();
+  int deleteCue(int slot);      // the slot's cue gone from the table (and as the working cue)
   int hotCue(int slot);         // press of a hot-cue button
   void hotCueRelease(int slot);
   void CueHoldTick();           // main tick: a hot cue held about 1.2 s is deleted

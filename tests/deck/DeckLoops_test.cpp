@@ -168,6 +168,16 @@ TEST_F(LoopTest, HotCuesStoreJumpAndDeleteOnAHold) {
   EXPECT_EQ(deck->getCue(3), 7 * kSecond) << "held 0.8 s: kept";
   deck->CueHoldTick();
   EXPECT_EQ(deck->getCue(3), 0) << "held 1.2 s: deleted";
+
+  // The cue-clear switch deletes a set slot without jumping to it.
+  deck->hotCue(3);
+  deck->hotCueRelease(3);
+  const double here = deck->Position();
+  deck->position = here + kSecond;
+  ASSERT_EQ(deck->deleteCue(3), 1);
+  EXPECT_EQ(deck->getCue(3), 0);
+  EXPECT_DOUBLE_EQ(deck->Position(), here + kSecond);
+  EXPECT_EQ(deck->deleteCue(20), 0) << "no such slot";
 }
 
 TEST_F(DeckTest, CuesAndTheLoopSurviveASaveAndReloadOfTheSongDatabase) {

@@ -61,6 +61,10 @@ const std::vector<ButtonBinding>& ButtonBindings() {
         Press("deck_skip_bar", C::kSkipBeats, 4),
         Switch("deck_key_lock", C::kKeyLock, 0, "keyLock"),
         Switch("deck_reverse", C::kReverse, 0, "reverse"),
+        Switch("deck_loop_song", C::kLoopSong, 0, nullptr),
+        Switch("deck_cuepos_clear", C::kCueClearMode, 0, nullptr),
+        Hold("deck_cue_in", C::kHotCue, C::kHotCueRelease, 10),
+        Hold("deck_cue_out", C::kHotCue, C::kHotCueRelease, 11),
         Switch("deck_brake", C::kBrake, 0, "brake"),
         Switch("deck_monitor", C::kMonitor, 0, "monitor"),
         Press("deck_scratch", C::kScratchArm),
@@ -156,11 +160,8 @@ const std::vector<UnboundControl>& UnboundControls() {
       {"deck_in_master", "master routing switch not in the mixer"},
       {"deck_edit_bpm", "BPM dialog not built"}, {"deck_slow_bpm", "BPM halving not built"},
 
-      {"deck_loop_song", "song loop has no deck call yet"},
       {"deck_analogin", "live input not built"}, {"deck_timecodein", "timecode not built"},
       {"deck_timecode_relative", "timecode not built"},
-      {"deck_cue_in", "cue in/out points not built"}, {"deck_cue_out", "cue in/out points not built"},
-      {"deck_cuepos_clear", "hot-cue clear mode not built"},
       {"fx_add", "effect menu not built"}, {"fx_mic_add", "effect menu not built"},
       {"fx_master_add", "effect menu not built"},
       {"deck_fx_edit1", "user effect chain not built"}, {"deck_fx_edit2", "user effect chain not built"},
@@ -178,7 +179,6 @@ const std::vector<UnboundControl>& UnboundControls() {
       {"monitor_gain2", "second output not built"}, {"cue_pgm_mix", "second cue mix not in the mixer"},
       {"learn", "learn mode belongs to the controllers work"},
 
-      {"about", "about box not built"}, {"about2", "about box not built"},
 
       {"button_template", "template, never placed"}, {"slider_template", "template, never placed"},
       {"playlist_sel", "list picker not built"},
@@ -209,6 +209,7 @@ const std::vector<UnboundControl>& WindowControlNames() {
       {"add", "adds chosen files to the list"},  {"add_dir", "adds a chosen folder to the list"},
       {"list_edit", "renames the user list"},    {"list_delete", "deletes the user list, after asking"},
       {"list_load", "adds a playlist file's songs to the list"},
-      {"list_saveas", "saves the list as a new user list"}, {"list_export", "writes the list as an .m3u"}};
+      {"list_saveas", "saves the list as a new user list"}, {"list_export", "writes the list as an .m3u"},
+      {"about", "shows the about box"},          {"about2", "shows the about box"}};
   return table;
 }

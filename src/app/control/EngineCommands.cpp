@@ -1,6 +1,7 @@
 #include "app/control/EngineCommands.h"
 
 #include <algorithm>
+#include <atomic>
 #include <deque>
 
 #include "app/AutoMix.h"
@@ -15,10 +16,10 @@ namespace {
 constexpr const char* kTexts[] = {
     "deck.setPlaying(-1)", "deck.cuePress()", "deck.cueRelease()", "deck.setCueHere()", "deck.playFromCue()",
     "deck.backToTop()", "deck.unload()", "deck.searchStart(dir)", "deck.searchStop()", "deck.hotCue(slot)",
-    "deck.hotCueRelease(slot)", "deck.clearCue()", "deck.seek(length * v / 1000)",
+    "deck.hotCueRelease(slot)", "deck.deleteCue(slot)", "hot cues delete while on", "deck.seek(length * v / 1000)",
     "deck.loopInOrOut()", "deck.endLoop(1)", "deck.recallLoop()", "deck.resizeLoop(-half)",
     "deck.resizeLoop(+size)", "deck.shiftLoop(+-length)", "deck.beatLoop(code)", "deck.beatLoopBack(code)",
-    "deck.skipBeats(n)",
+    "deck.skipBeats(n)", "deck.loopSong = on",
     "deck.setPitch(-v)", "deck.bendStart(dir)", "deck.bendStop(dir)", "deck.setKeyLock(on)",
     "deck.setKeyShift(cents)", "deck.setDirection(on ? -1 : 1)", "deck.setBrake(on)", "deck.toggleScratchArmed()",
     "mixer.SetChannelVolume(deck, v)", "mixer.SetChannelTrim(deck, v / 10 dB)",
@@ -34,6 +35,9 @@ constexpr const char* kTexts[] = {
 static_assert(sizeof(kTexts) / sizeof(kTexts[0]) == static_cast<size_t>(EngineCommand::kCount));
 
 constexpr int kMonitorOnLevel = 110;
+
+// Per deck: the cue-clear switch is lit, so hot-cue buttons delete.
+std::atomic<bool> g_cueClearMode[kDeckCount];
 
 // Auto-Mix plays the list on screen from the row under the cursor: that row itself when no
 // deck holds a song yet, else the rows after it.
@@ -69,9 +73,13 @@ class EngineSink : public EngineCommandSink {
       case C::kUnload: if (d) d->unload(); break;
       case C::kSearchStart: if (d) d->searchStart(arg); break;
       case C::kSearchStop: if (d) d->searchStop(); break;
-      case C::kHotCue: if (d) d->hotCue(arg); break;
+      case C::kHotCue:
+        // In clear mode a hot-cue button deletes its cue instead of jumping to it.
+        if (d) g_cueClearMode[deck].load() ? d->deleteCue(arg) : d->hotCue(arg);
+        break;
       case C::kHotCueRelease: if (d) d->hotCueRelease(arg); break;
-      case C::kClearCue: if (d) d->clearCue(); break;
+      case C::kClearCue: if (d) d->deleteCue(arg); break;
+      case C::kCueClearMode: if (deck >= 0 && deck < kDeckCount) g_cueClearMode[deck].store(value != 0); break;
       case C::kSeekPerMille:
         if (d) d->seek(static_cast<int>(static_cast<long long>(d->GetLength()) * std::clamp(value, 0, 1000) / 1000));
         break;
@@ -84,6 +92,7 @@ class EngineSink : public EngineCommandSink {
       case C::kBeatLoop: if (d) d->beatLoop(arg); break;
       case C::kBeatLoopBack: if (d) d->beatLoopBack(arg); break;
       case C::kSkipBeats: if (d) d->skipBeats(arg); break;
+      case C::kLoopSong: if (d) d->loopSong.store(value != 0 ? 1 : 0); break;
       case C::kPitch: if (d) d->setPitch(-value); break;
       case C::kBendStart: if (d) d->bendStart(arg); break;
       case C::kBendStop: if (d) d->bendStop(arg); break;

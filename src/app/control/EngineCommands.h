@@ -9,10 +9,10 @@
 enum class EngineCommand : int {
   // Deck transport and cues.
   kPlayPause, kCuePress, kCueRelease, kSetCue, kCuePlay, kBackToTop, kUnload,
-  kSearchStart, kSearchStop, kHotCue, kHotCueRelease, kClearCue, kSeekPerMille,
+  kSearchStart, kSearchStop, kHotCue, kHotCueRelease, kClearCue, kCueClearMode, kSeekPerMille,
   // Loops (value: code in 64ths of a beat, or the direction).
   kLoopInOut, kLoopExit, kLoopReloop, kLoopHalve, kLoopDouble, kLoopShift, kBeatLoop, kBeatLoopBack,
-  kSkipBeats,
+  kSkipBeats, kLoopSong,
   // Pitch and key.
   kPitch, kBendStart, kBendStop, kKeyLock, kKeyShift, kReverse, kBrake, kScratchArm,
   // The deck's channel.

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <initializer_list>
 
+#include <wx/aboutdlg.h>
 #include <wx/filedlg.h>
 #include <wx/msgdlg.h>
 
@@ -79,6 +80,16 @@ void BindWindowControls(ZQMainWindow* main) {
   OnRelease({"cfg", "cfg2"}, [main](int, int, int) { main->CallAfter([main] { ShowOptionsDialog(main); }); });
   OnRelease({"recording"}, [main](int, int, int) { main->CallAfter([main] { ToggleRecording(main); }); });
   BindLibraryDialogs(main);
+  OnRelease({"about", "about2"}, [main](int, int, int) {
+    main->CallAfter([main] {
+      wxAboutDialogInfo info;
+      info.SetName("Zorvik Lumo");
+      info.SetVersion(LUMO_VERSION);
+      info.SetDescription("Four-deck DJ mixing: a mixer, effects, key lock, beat sync, Auto-Mix,\n"
+                          "recording and a music library whose tracks are analysed once.");
+      wxAboutBox(info, main);
+    });
+  });
   OnRelease({"list_tag_edit"}, [main](int, int, int) {
     main->CallAfter([main] {
       LibraryPanel* panel = CurrentLibraryPanel();
