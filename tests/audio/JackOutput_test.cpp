@@ -3,14 +3,9 @@
 // system back end is reached through RtAudio's own JACK API, the one RtAudio device a machine
 // without sound cards can open.
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <jack/jack.h>
 #include <rtaudio/RtAudio.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -19,12 +14,11 @@
 #include <thread>
 #include <vector>
 
+#include "JackTestServer.h"
 #include "OutputTestMix.h"
 #include "audio/MixCallback.h"
 #include "audio/OutputOptions.h"
 #include "audio/devices/OutputBackend.h"
-
-extern char** environ;
 
 namespace {
 
@@ -49,8 +43,7 @@ struct Recording {
 class JackServer : public ::testing::Test {
  protected:
   void SetUp() override {
-    if (access("/usr/bin/jackd", X_OK) != 0) GTEST_SKIP() << "jackd is not installed";
-    jack_set_error_function([](const char*) {});  // "cannot connect" until the server is up
+    if (!JackTestServer::Installed()) GTEST_SKIP() << "jackd is not installed";
     ASSERT_NO_FATAL_FAILURE(StartServer(48000));
     g_testMix.Reset();
     g_testMix.frequency = 1000.0;
@@ -62,28 +55,12 @@ class JackServer : public ::testing::Test {
 
   // A private dummy server, and the test's own client on it once it answers.
   void StartServer(int rate) {
-    const std::string name = "lumo-test-" + std::to_string(getpid());
-    const std::string rateText = std::to_string(rate);
-    const char* argv[] = {"jackd", "-n", name.c_str(), "-d", "dummy", "-r", rateText.c_str(),
-                          "-p", "256", nullptr};
-    posix_spawn_file_actions_t quiet;
-    posix_spawn_file_actions_init(&quiet);
-    posix_spawn_file_actions_addopen(&quiet, 1, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_addopen(&quiet, 2, "/dev/null", O_WRONLY, 0);
-    ASSERT_EQ(posix_spawn(&pid_, "/usr/bin/jackd", &quiet, nullptr, const_cast<char**>(argv),
-                          environ), 0);
-    posix_spawn_file_actions_destroy(&quiet);
-    setenv("JACK_DEFAULT_SERVER", name.c_str(), 1);
-    for (auto until = Clock::now() + std::chrono::seconds(10); !recorder_ && Clock::now() < until;
-         std::this_thread::sleep_for(std::chrono::milliseconds(50)))
-      recorder_ = jack_client_open("lumo-test-recorder", JackNoStartServer, nullptr);
+    recorder_ = server_.Start(rate, "lumo-test-recorder");
     ASSERT_NE(recorder_, nullptr) << "jackd did not come up";
   }
   void StopServer() {
-    if (recorder_) jack_client_close(recorder_);
+    server_.Stop();
     recorder_ = nullptr;
-    if (pid_ > 0) kill(pid_, SIGTERM), waitpid(pid_, nullptr, 0);
-    pid_ = -1;
   }
 
   // Records `samples` of the named output port (bounded wait); returns what arrived.
@@ -119,7 +96,7 @@ class JackServer : public ::testing::Test {
     return periods[periods.size() / 2];
   }
 
-  pid_t pid_ = -1;
+  JackTestServer server_;
   jack_client_t* recorder_ = nullptr;
   Recording recording_;
 };
