@@ -24,6 +24,7 @@
 #include "audio/devices/SystemCapture.h"
 #include "codecs/DecoderWAV.h"
 #include "support/TestFiles.h"
+#include "support/ScopedEngine.h"
 #include "support/TraceCapture.h"
 #include "support/WaitFor.h"
 
@@ -232,13 +233,11 @@ namespace {
 // connects to it, so choosing the tone client brings the tone to deck input 0 and the
 // microphone; "none" closes the capture; a device that is not there is said so, and no more.
 TEST_F(JackLoopback, TheLiveInputSettingOpensTheChosenDeviceAndNoneClosesIt) {
-  ScopedDataRoot root;
-  ASSERT_TRUE(EngineInitFolders(nullptr));
-  EngineCreateAudioObjects();
+  ScopedEngine engine(false);
+  ASSERT_TRUE(engine.ok());
   struct Teardown {
     ~Teardown() {
-      EngineCloseOutputs();
-      EngineDeleteAudioObjects();
+      EngineCloseOutputs();  // before the engine's objects go
       g_settings = Settings{};
       g_outputSelection = OutputSelection{};
     }

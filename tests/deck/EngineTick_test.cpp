@@ -3,12 +3,10 @@
 // whose disk failed is stopped.
 
 #include "DeckFixture.h"
-#include "app/Engine.h"
 #include "app/EngineTick.h"
 #include "audio/MixRecorder.h"
 #include "audio/OfflineOutput.h"
-#include "audio/Threads.h"
-#include "support/TestFiles.h"
+#include "support/ScopedEngine.h"
 
 #include <vector>
 
@@ -70,16 +68,8 @@ namespace {
 // The window and lumo automix see a failed disk only through this tick: the engine's own
 // recorder, writing to /dev/full, is stopped by it and the failure is told once.
 TEST(EngineTickRecorder, AFullDiskStopsTheEnginesRecordingAndIsReportedOnce) {
-  ScopedDataRoot root;
-  SetThreadsManual(true);
-  EngineInitFolders(nullptr);
-  EngineCreateAudioObjects();
-  struct Teardown {
-    ~Teardown() {
-      EngineDeleteAudioObjects();
-      SetThreadsManual(false);
-    }
-  } teardown;
+  ScopedEngine engine(true);
+  ASSERT_TRUE(engine.ok());
   CEngineTick tick;
   tick.SetAutoMix(nullptr);
   ASSERT_EQ(g_engine.recorder->Start("/dev/full"), 1);
