@@ -144,6 +144,16 @@ TEST(SilentPreviewPlayer, KeepsTimeOnItsStopwatchAcrossRounds) {
   silent.GetPosition();
   EXPECT_TRUE(events.bits.load() & CZQPreviewPlayer::kEventEnd);
   EXPECT_FALSE(silent.IsRunning());
+  // With a cue a round is the stretch from the cue to the end.
+  silent.SetCue(0.5);
+  ASSERT_EQ(silent.OpenFileName(folder.File("one-second.wav")), 1);
+  g_nowMs = 10000;
+  silent.Play(1);
+  EXPECT_EQ(silent.GetPosition(), 22050);
+  g_nowMs = 10250;
+  EXPECT_EQ(silent.GetPosition(), 22050 + 11025);
+  g_nowMs = 10750;
+  EXPECT_EQ(silent.GetPosition(), 22050 + 11025) << "the second round, from the cue";
   // A set duration replaces the file's length.
   silent.SetDuration(5.0);
   EXPECT_EQ(silent.GetLength(), 5 * 44100);

@@ -117,10 +117,12 @@ int RunPlayCommand(int argc, char** argv) {
   ParsedArgs args = ParseArgs(argc, argv, {});
   double seconds = 0;
   RecordSamplerOptions players;
-  if (!players.Parse(args) || args.positional.size() != 1 || !ParseSeconds(args.Get("seconds"), seconds)) {
+  const std::optional<std::string> input = args.Get("input");
+  if (!players.Parse(args) || args.positional.size() != 1 || !ParseSeconds(args.Get("seconds"), seconds) ||
+      (input && input->empty())) {
     std::fprintf(stderr, "usage: lumo play FILE [--device N|NAME|jack|null] [--seconds S] [--input DEVICE|none] %s\n",
                  RecordSamplerOptions::Usage());
     return 2;
   }
-  return PlayFile(args.positional[0], args.Get("device").value_or(""), seconds, &players, args.Get("input"));
+  return PlayFile(args.positional[0], args.Get("device").value_or(""), seconds, &players, input);
 }
