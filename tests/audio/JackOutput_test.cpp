@@ -16,6 +16,7 @@
 
 #include "JackTestServer.h"
 #include "OutputTestMix.h"
+#include "support/WaitFor.h"
 #include "audio/MixCallback.h"
 #include "audio/OutputOptions.h"
 #include "audio/devices/OutputBackend.h"
@@ -70,9 +71,7 @@ class JackServer : public ::testing::Test {
     jack_set_process_callback(recorder_, &Recording::Process, &recording_);
     jack_activate(recorder_);
     EXPECT_EQ(jack_connect(recorder_, port, jack_port_name(recording_.in)), 0) << port;
-    for (auto until = Clock::now() + std::chrono::seconds(15);
-         recording_.filled.load() < samples && Clock::now() < until;)
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    WaitFor([&] { return recording_.filled.load() >= samples; });
     jack_deactivate(recorder_);
     recording_.samples.resize(recording_.filled.load());
     return recording_.samples;
@@ -148,15 +147,6 @@ TEST_F(JackServer, SystemOutputPlaysTheMixAsResampled16BitSamples) {
   EXPECT_EQ(g_testMix.callsOffAudioThread.load(), 0);
 }
 
-namespace {
-template <typename Condition>
-bool WaitUntil(Condition done, std::chrono::seconds limit = std::chrono::seconds(10)) {
-  for (auto until = Clock::now() + limit; !done(); std::this_thread::sleep_for(std::chrono::milliseconds(5)))
-    if (Clock::now() > until) return false;
-  return true;
-}
-}  // namespace
-
 TEST_F(JackServer, ARestartedServerGetsTheMixBackAndItsNewRateAndPeriodAreFollowed) {
   g_outputOptions.mode = 0;
   g_outputSelection = OutputSelection{};
@@ -164,20 +154,20 @@ TEST_F(JackServer, ARestartedServerGetsTheMixBackAndItsNewRateAndPeriodAreFollow
   g_outputSelection.primary = OutputDeviceIndexByName("JACK");
   OpenAudioOutputs(0, 0);
   ASSERT_TRUE(CurrentOutputStatus().primaryOpen);
-  ASSERT_TRUE(WaitUntil([] { return PrimaryFramesDelivered() > 4410; }));
+  ASSERT_TRUE(WaitFor([] { return PrimaryFramesDelivered() > 4410; }));
   TakeOutputNotice();
 
   StopServer();
-  ASSERT_TRUE(WaitUntil([] { return CurrentOutputStatus().recovering; })) << "the loss went unnoticed";
+  ASSERT_TRUE(WaitFor([] { return CurrentOutputStatus().recovering; })) << "the loss went unnoticed";
   EXPECT_EQ(TakeOutputNotice(), "output: JACK stopped; the mix runs silently until it is back");
   EXPECT_EQ(TakeOutputNotice(), "") << "told once";
   // The null back end keeps the engine's time meanwhile: a deck goes on playing.
   const uint64_t atLoss = PrimaryFramesDelivered();
-  EXPECT_TRUE(WaitUntil([&] { return PrimaryFramesDelivered() > atLoss + 4410; }));
+  EXPECT_TRUE(WaitFor([&] { return PrimaryFramesDelivered() > atLoss + 4410; }));
 
   ASSERT_NO_FATAL_FAILURE(StartServer(44100));
   const auto restarted = Clock::now();
-  ASSERT_TRUE(WaitUntil([] { return CurrentOutputStatus().primaryOpen; }));
+  ASSERT_TRUE(WaitFor([] { return CurrentOutputStatus().primaryOpen; }));
   EXPECT_LT(Clock::now() - restarted, std::chrono::seconds(2)) << "sound must be back within 2 s";
   const OutputStatus back = CurrentOutputStatus();
   EXPECT_FALSE(back.nullBackend);
@@ -194,10 +184,10 @@ TEST_F(JackServer, ARestartedServerGetsTheMixBackAndItsNewRateAndPeriodAreFollow
   EXPECT_NEAR(MedianPeriod(played), 44.1, 0.5);
 
   // A loaded server may turn the request down once (a timed-out cycle); it is asked again.
-  ASSERT_TRUE(WaitUntil([&] { return jack_set_buffer_size(recorder_, 512) == 0; }));
-  EXPECT_TRUE(WaitUntil([] { return CurrentOutputStatus().blockFrames == 512; }));
+  ASSERT_TRUE(WaitFor([&] { return jack_set_buffer_size(recorder_, 512) == 0; }));
+  EXPECT_TRUE(WaitFor([] { return CurrentOutputStatus().blockFrames == 512; }));
   const uint64_t beforeResize = PrimaryFramesDelivered();
-  EXPECT_TRUE(WaitUntil([&] { return PrimaryFramesDelivered() > beforeResize + 22050; }))
+  EXPECT_TRUE(WaitFor([&] { return PrimaryFramesDelivered() > beforeResize + 22050; }))
       << "the mix goes on at the new period";
   EXPECT_TRUE(CurrentOutputStatus().primaryOpen);
   CloseAudioOutputs(1);
@@ -217,7 +207,7 @@ TEST_F(JackServer, ExternalMixerRegistersAPortPerDeckChannel) {
     EXPECT_EQ(CurrentOutputStatus().channels, expected);
     EXPECT_NE(jack_port_by_name(recorder_, "zorvik-lumo:deck4_right"), nullptr);
     EXPECT_EQ(jack_port_by_name(recorder_, "zorvik-lumo:monitor_right") != nullptr, ports == 12);
-    ASSERT_TRUE(WaitUntil([] { return g_testMix.lastChannels.load() > 0; }));
+    ASSERT_TRUE(WaitFor([] { return g_testMix.lastChannels.load() > 0; }));
     EXPECT_EQ(g_testMix.lastChannels.load(), expected) << "the mix fills every port";
     CloseAudioOutputs(0);
     g_testMix.lastChannels = 0;
@@ -238,10 +228,10 @@ TEST_F(JackServer, AServerThatIsNotUpYetIsTakenWhenItComes) {
   EXPECT_TRUE(status.nullBackend) << "the mix runs on the null back end meanwhile";
   EXPECT_EQ(status.fallback, "output: no device opened (tried JACK); playing silently");
   const uint64_t before = PrimaryFramesDelivered();
-  EXPECT_TRUE(WaitUntil([&] { return PrimaryFramesDelivered() > before + 4410; }));
+  EXPECT_TRUE(WaitFor([&] { return PrimaryFramesDelivered() > before + 4410; }));
 
   ASSERT_NO_FATAL_FAILURE(StartServer(48000));
-  ASSERT_TRUE(WaitUntil([] { return CurrentOutputStatus().primaryOpen; }));
+  ASSERT_TRUE(WaitFor([] { return CurrentOutputStatus().primaryOpen; }));
   status = CurrentOutputStatus();
   EXPECT_EQ(status.primaryName, "JACK");
   EXPECT_EQ(status.deviceRate, 48000);
