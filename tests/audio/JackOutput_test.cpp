@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "JackTestServer.h"
+#include "ToneMeasure.h"
 #include "OutputTestMix.h"
 #include "support/WaitFor.h"
 #include "audio/MixCallback.h"
@@ -77,24 +78,6 @@ class JackServer : public ::testing::Test {
     return recording_.samples;
   }
 
-  // A 1 kHz tone made at 44100 Hz must play at 1 kHz on the 48 kHz server: 48 samples a cycle
-  // (unresampled it would be 44.1). The median of the crossing intervals ignores the odd gap a
-  // dummy-driver overrun leaves; half a sample covers the crossing interpolation.
-  static double MedianPeriod(const std::vector<float>& s) {
-    std::vector<double> periods;
-    double last = -1;
-    for (size_t i = s.size() / 10; i + 1 < s.size(); ++i)
-      if (s[i] < 0 && s[i + 1] >= 0) {
-        const double at = static_cast<double>(i) + s[i] / (s[i] - s[i + 1]);
-        if (last >= 0) periods.push_back(at - last);
-        last = at;
-      }
-    if (periods.empty()) return 0;
-    std::nth_element(periods.begin(), periods.begin() + static_cast<long>(periods.size() / 2),
-                     periods.end());
-    return periods[periods.size() / 2];
-  }
-
   JackTestServer server_;
   jack_client_t* recorder_ = nullptr;
   Recording recording_;
@@ -121,6 +104,8 @@ TEST_F(JackServer, ProOutputPullsTheMixAndResamplesToTheServerRate) {
   const uint64_t engineFrames = PrimaryFramesDelivered();
   CloseAudioOutputs(1);
   ASSERT_EQ(played.size(), 48000u);
+  // A 1 kHz tone made at 44100 Hz must play at 1 kHz on the 48 kHz server: 48 samples a cycle
+  // (unresampled it would be 44.1).
   EXPECT_NEAR(MedianPeriod(played), 48.0, 0.5);
   EXPECT_GT(engineFrames, 44100u * 9 / 10);
   EXPECT_EQ(g_testMix.lastChannels.load(), 4);
