@@ -119,19 +119,13 @@ TEST(SamplerPlayback, HalfRateCarriesTheFractionAcrossBlocksAndANewRateDropsIt) 
   for (int i = 0; i < 3; ++i) EXPECT_FLOAT_EQ(out[2 * i], (103 + 2 * i) * kLsb) << "frame " << i;
 }
 
-TEST(SamplerPlayback, OneFrameLoopPlaysThatFrameAndOneFrameShotEnds) {
+TEST(SamplerPlayback, OneFrameLoopPlaysThatFrame) {
   CSamplerPlayer sampler(0);
   sampler.LoadFrames(Ramp(1, 500));
   sampler.SetLoop(1);
   sampler.Play(1);
   std::vector<float> out = Block(sampler, 100);
   for (int i = 0; i < 100; ++i) ASSERT_FLOAT_EQ(out[2 * i + 1], -500 * kLsb) << "frame " << i;
-  sampler.SetLoop(0);
-  sampler.Play(1);
-  out = Block(sampler, 4);
-  EXPECT_FLOAT_EQ(out[0], 500 * kLsb);
-  EXPECT_EQ(out[2], 0.0f);
-  EXPECT_EQ(sampler.PollEvents(), 1);
 }
 
 TEST(SamplerPlayback, SeeksPastTheEndsAreIgnoredWithoutLoop) {
