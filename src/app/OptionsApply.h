@@ -2,7 +2,8 @@
 // What the options dialog's OK does with the settings it collected, without any toolkit: the
 // new values go to the settings, a new skin is tried on the display first, a change of output
 // device, mode or latency reopens the audio, a new live-input device is opened (or the capture
-// closed), a change of MIDI inputs reselects them, and the file is written. The dialog keeps no state of its own; Cancel simply never calls this.
+// closed), a change of MIDI inputs reselects them, and the file is written. The dialog keeps no
+// state of its own; Cancel simply never calls this.
 //
 // Threads: main thread.
 
