@@ -8,6 +8,7 @@
 #include "analysis/StripeFile.h"
 #include "app/CrashReport.h"
 #include "app/DataFolders.h"
+#include "app/OptionsApply.h"
 #include "app/Settings.h"
 #include "app/base/Trace.h"
 #include "app/net/HttpSimpleServer.h"
@@ -17,6 +18,7 @@
 #include "audio/Mixer.h"
 #include "audio/MixerChannel.h"
 #include "audio/devices/OutputLayer.h"
+#include "audio/devices/SystemCapture.h"
 #include "deck/DeckService.h"
 #include "deck/SoundSource.h"
 #include "library/KeyNaming.h"
@@ -115,7 +117,10 @@ bool EngineSaveSettings(std::string* message) {
   return WriteConfig(SettingsFilePath(), message);
 }
 
-void EngineOpenOutputs() { OpenAudioOutputs(0, 0); }
+void EngineOpenOutputs() {
+  OpenAudioOutputs(0, 0);
+  ApplyLiveInputDevice();
+}
 
 void EngineCreateAnalysis() {
   for (int d = 0; d < kDeckCount; ++d) {
@@ -160,7 +165,10 @@ void EngineEnqueueForAnalysis(const std::string& path) {
   if (g_engine.fileWorker) g_engine.fileWorker->Enqueue(path);
 }
 
-void EngineCloseOutputs() { CloseAudioOutputs(1); }
+void EngineCloseOutputs() {
+  CloseSystemCapture();
+  CloseAudioOutputs(1);
+}
 
 void EngineDeleteAudioObjects() {
   g_mixRouting.mixer.store(nullptr, std::memory_order_release);

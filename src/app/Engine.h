@@ -85,7 +85,7 @@ bool EngineSaveSettings(std::string* message);
 // The settings file: "<settings folder>config.xml" unless set (lumo --config FILE).
 std::string SettingsFilePath();
 void SetSettingsFilePath(const std::string& path);
-// Opens the outputs chosen in the settings.
+// Opens the outputs chosen in the settings, then the live-input device (ApplyLiveInputDevice).
 void EngineOpenOutputs();
 // Gives every deck its analysis port and creates the background file worker (not started).
 void EngineCreateAnalysis();

@@ -14,11 +14,7 @@ void CEngineTick::Run(CSoundSource* const* decks, int count, DeckTickReport* rep
     if (decks[d]) RunDeck(*decks[d], d, report);
     if (reports) reports[d] = report;
   }
-  if (recorder_ && recorder_->TakeDiskFailure()) {
-    TraceLine("recorder: disk failure, recording stopped");
-    recorder_->StopRecording();
-    recorderFailed_ = true;
-  }
+  if (EnginePlayersTick()) recorderFailed_ = true;
   if ((counter_ & 1) && count >= 2 && decks[0] && decks[1]) beatDifference_ = BeatDifference(*decks[0], *decks[1]);
   if (autoMix_) {
     autoMix_->Attach(decks, count, g_engine.mixer);

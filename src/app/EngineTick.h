@@ -5,21 +5,12 @@
 //
 // Per deck: fire a transport event the audio thread queued, return a finished track to its
 // cue, run the pitch bend, the accelerating search and the hot-cue hold counters, and collect
-// the status the display needs. A recorder's disk failure stops the recording. Then, on odd
-// counts, the beat difference of decks 0 and 1, and Auto-Mix (AutoMix.h) over those decks and
-// the engine's mixer.
+// the status the display needs. Then the players' step (EnginePlayersTick: sampler and preview
+// events, and a recording whose disk failed is stopped); on odd counts, the beat difference of
+// decks 0 and 1; and Auto-Mix (AutoMix.h) over those decks and the engine's mixer.
 
 class CSoundSource;
 class CAutoMix;
-
-// The recorder as the tick sees it: a disk failure is raised on the recorder's writer thread
-// and taken here once; the tick then stops the recording.
-class CRecorderTickPort {
- public:
-  virtual ~CRecorderTickPort() = default;
-  virtual bool TakeDiskFailure() = 0;
-  virtual void StopRecording() = 0;
-};
 
 struct DeckTickReport {
   int status = 0;            // the deck's status code, taken (0: nothing new)
@@ -41,9 +32,8 @@ class CEngineTick {
   int beatDifference() const { return beatDifference_; }
   // The Auto-Mix the tick drives; g_autoMix unless set (null: none).
   void SetAutoMix(CAutoMix* autoMix) { autoMix_ = autoMix; }
-  // The recorder to watch (null: none). After a disk failure the tick stops the recording and
-  // TakeRecorderFailure returns true once: the window switches the record button off and says so.
-  void SetRecorder(CRecorderTickPort* recorder) { recorder_ = recorder; }
+  // True once after the tick stopped a recording whose disk failed: the window switches the
+  // record button off and says so.
   bool TakeRecorderFailure() {
     bool failed = recorderFailed_;
     recorderFailed_ = false;
@@ -56,6 +46,5 @@ class CEngineTick {
   int counter_ = 0;
   int beatDifference_ = 0;
   CAutoMix* autoMix_;
-  CRecorderTickPort* recorder_ = nullptr;
   bool recorderFailed_ = false;
 };

@@ -3,6 +3,7 @@
 #include "app/Engine.h"
 #include "app/base/Trace.h"
 #include "audio/devices/OutputLayer.h"
+#include "audio/devices/SystemCapture.h"
 
 namespace {
 
@@ -51,9 +52,36 @@ OptionsOutcome ApplyChosenOptions(const Settings& chosen, const OptionsApplyHook
     CloseAudioOutputs(0);
   }
   ApplySettings();
-  if (outcome.audioReopened) EngineOpenOutputs();
+  if (outcome.audioReopened) EngineOpenOutputs();  // the capture device with them
+  outcome.liveInputChanged = outcome.audioReopened || before.audinp != next.audinp;
+  if (outcome.liveInputChanged && !outcome.audioReopened) ApplyLiveInputDevice();
   outcome.midiChanged = before.midiInputs != next.midiInputs;
   if (outcome.midiChanged && hooks.applyMidiSelection) hooks.applyMidiSelection();
   outcome.saved = EngineSaveSettings(&outcome.message);
   return outcome;
+}
+
+bool ApplyLiveInputDevice() {
+  const std::string& name = g_settings.audinp;
+  if (name.empty() || name == "none") {
+    if (SystemCaptureOpen()) {
+      CloseSystemCapture();
+      TraceLine("live input: capture closed");
+    }
+    return true;
+  }
+  if (OpenSystemCapture(name)) {
+    TraceLine("live input: capturing from \"%s\"", name.c_str());
+    return true;
+  }
+  TraceLine("live input: can not open \"%s\"; the program goes on without live input", name.c_str());
+  PostOutputNotice("The live input device \"" + name +
+                   "\" can not be opened.\nThe program goes on without live input; choose another in the options.");
+  return false;
+}
+
+std::vector<std::string> LiveInputChoices() {
+  std::vector<std::string> choices = {"none"};
+  for (std::string& name : SystemCaptureDevices()) choices.push_back(std::move(name));
+  return choices;
 }

@@ -31,6 +31,7 @@ struct Settings {
   std::string cddbsv;  // CDDB server for CD titles, "host[:port]"; empty: nothing leaves the machine
   int cdparn = 1;      // CD error recovery: 0 none, 1 drives, 2 drives and disc images
   std::string bpmrng = "auto";  // preferred tempo range: "auto", "60-120" ... "100-200"
+  std::string audinp = "none";  // live-input capture device ("API: name"); "none": no capture
   std::vector<std::string> midiInputs;  // names of the enabled MIDI inputs, at most 16
 };
 extern Settings g_settings;

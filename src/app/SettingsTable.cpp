@@ -82,6 +82,7 @@ const std::vector<SettingRow>& SettingsTable() {
         Text("cddbsv", &S::cddbsv),
         Number("cdparn", &S::cdparn, 0, 2),
         Text("bpmrng", &S::bpmrng),
+        Text("audinp", &S::audinp),
     };
     // The renderer choice is written but never read back: every start uses the default.
     for (SettingRow& row : rows)

@@ -1,6 +1,8 @@
 #include "audio/PreviewPlayer.h"
 
+#include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstring>
 
 #include "app/base/Trace.h"
@@ -33,8 +35,11 @@ CZQPreviewPlayer::~CZQPreviewPlayer() {
 }
 
 void CZQPreviewPlayer::ResetCounters() {
+  cueFrames_ = static_cast<int>(std::min<double>(std::llround(cueSeconds_ * kEngineRate), length_));
   framesPlayed_.store(0, std::memory_order_relaxed);
-  framesRead_.store(0, std::memory_order_relaxed);
+  framesRead_.store(cueFrames_, std::memory_order_relaxed);
+  roundsRead_.store(0, std::memory_order_relaxed);
+  allRead_.store(cueFrames_ >= length_, std::memory_order_relaxed);
   nearEndLatched_.store(false, std::memory_order_relaxed);
   events_.store(0, std::memory_order_relaxed);
   roundsDone_ = 0;
@@ -104,16 +109,26 @@ int CZQPreviewPlayer::Play(int on) {
 void CZQPreviewPlayer::ReaderRound() {
   std::lock_guard lock(readerLock_);
   if (!IsOpen() || silent_) return;
+  if (ring_.Filled() >= kRefillBelowBytes || allRead_.load(std::memory_order_relaxed)) return;
   long long read = framesRead_.load(std::memory_order_relaxed);
-  if (ring_.Filled() >= kRefillBelowBytes || read >= length_) return;
   int want = static_cast<int>(std::min<long long>(kReadFrames, length_ - read));
   int got = chain_->readFloat(scratch_.get(), want, static_cast<int>(read));
-  if (got <= 0) {
-    framesRead_.store(length_, std::memory_order_release);  // nothing more to come
-    return;
+  if (got > 0) {
+    ring_.Write(scratch_.get(), static_cast<size_t>(got) * kFrameBytes);
+    read += got;
   }
-  ring_.Write(scratch_.get(), static_cast<size_t>(got) * kFrameBytes);
-  framesRead_.store(read + got, std::memory_order_release);
+  if (got <= 0 || read >= length_) {
+    // The end of a round: back to the cue while repeats remain, so the ring runs on seamlessly.
+    int rounds = roundsRead_.load(std::memory_order_relaxed) + 1;
+    if (got > 0 && rounds < repeatCount_.load(std::memory_order_relaxed)) {
+      roundsRead_.store(rounds, std::memory_order_relaxed);
+      read = cueFrames_;
+    } else {
+      read = length_;
+      allRead_.store(true, std::memory_order_release);  // nothing more to come
+    }
+  }
+  framesRead_.store(read, std::memory_order_release);
 }
 
 void CZQPreviewPlayer::GetSamples(float* out, int frames) noexcept {
@@ -123,9 +138,12 @@ void CZQPreviewPlayer::GetSamples(float* out, int frames) noexcept {
     std::memset(out, 0, bytes);
     return;
   }
-  long long read = framesRead_.load(std::memory_order_acquire);
+  const bool allRead = allRead_.load(std::memory_order_acquire);
+  const bool lastRound = roundsRead_.load(std::memory_order_relaxed) + 1 >= repeatCount_.load(std::memory_order_relaxed);
+  const long long read = framesRead_.load(std::memory_order_acquire);
   int lead = leadFrames_.load(std::memory_order_relaxed);
-  if (lead >= 0 && read >= length_ - lead && !nearEndLatched_.exchange(true, std::memory_order_relaxed)) {
+  if (lead >= 0 && (allRead || (lastRound && read >= length_ - lead)) &&
+      !nearEndLatched_.exchange(true, std::memory_order_relaxed)) {
     RaiseEvents(kEventNearEnd);
   }
   if (ring_.Read(out, bytes)) {
@@ -133,7 +151,7 @@ void CZQPreviewPlayer::GetSamples(float* out, int frames) noexcept {
     return;
   }
   // The ring cannot fill this block: the end, or a reader that is behind.
-  if (read >= length_) {
+  if (allRead) {
     // Play out the last part block before calling it the end.
     size_t rest = ring_.Filled();
     if (rest > 0 && ring_.Read(out, rest)) {
@@ -149,24 +167,32 @@ void CZQPreviewPlayer::GetSamples(float* out, int frames) noexcept {
   std::memset(out, 0, bytes);
 }
 
+int CZQPreviewPlayer::FilePosition(long long played) const {
+  const long long round = RoundFrames();
+  if (round <= 0) return length_;
+  const long long rounds = repeatCount_.load(std::memory_order_relaxed);
+  if (played >= round * rounds) return length_;
+  return static_cast<int>(cueFrames_ + played % round);
+}
+
 int CZQPreviewPlayer::SilentPosition() {
   if (!IsOpen() || length_ <= 0) return 0;
   long long frames = static_cast<long long>((stopwatch_() - startMs_) * 44.1);
-  if (!IsRunning()) return 0;
+  if (!IsRunning()) return cueFrames_;
   int lead = leadFrames_.load(std::memory_order_relaxed);
-  long long total = static_cast<long long>(length_) * repeatCount_;
+  long long total = static_cast<long long>(RoundFrames()) * repeatCount_.load(std::memory_order_relaxed);
   if (lead >= 0 && frames >= total - lead && !nearEndLatched_.exchange(true)) RaiseEvents(kEventNearEnd);
   if (frames >= total) {
     running_.store(false, std::memory_order_release);
     RaiseEvents(kEventEnd);
     return length_;
   }
-  roundsDone_ = static_cast<int>(frames / length_);
-  return static_cast<int>(frames % length_);
+  roundsDone_ = static_cast<int>(frames / RoundFrames());
+  return FilePosition(frames);
 }
 
 int CZQPreviewPlayer::GetPosition() {
-  int position = silent_ ? SilentPosition() : static_cast<int>(framesPlayed_.load(std::memory_order_relaxed));
+  int position = silent_ ? SilentPosition() : FilePosition(framesPlayed_.load(std::memory_order_relaxed));
   int events = events_.exchange(0, std::memory_order_acq_rel);
   if (events && callback_) callback_(events, index_, context_);
   return position;

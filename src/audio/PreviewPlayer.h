@@ -7,6 +7,9 @@
 // it keeps time on a stopwatch, so a list can be timed (a video or a picture shown for a set
 // duration, an automatic playlist) without a sound.
 //
+// Play starts at the cue (seconds into the file) and each repeat round returns to it: a round
+// is the stretch from the cue to the end, and bit 1 comes after the last round.
+//
 // Events (bit 1 the end, bit 2 the last lead-time frames) are gathered on the audio thread and
 // delivered by GetPosition on the caller's thread, the main tick: the callback never runs on
 // the audio thread.
@@ -49,12 +52,18 @@ class CZQPreviewPlayer : public CAudioSignalSource {
   int Play(int on);
   // Silent players: the length of one round, overriding the file's (0 keeps the file's).
   void SetDuration(double seconds);
-  void SetRepeat(int rounds) { repeatCount_ = rounds < 1 ? 1 : rounds; }
+  // How many times the stretch from the cue to the end plays (at least once).
+  void SetRepeat(int rounds) { repeatCount_.store(rounds < 1 ? 1 : rounds, std::memory_order_relaxed); }
+  // Where play starts and a repeat returns to, in seconds; taken by the next OpenFileName (which
+  // rewinds the file already open to it). Past the end it leaves nothing to play.
+  void SetCue(double seconds) { cueSeconds_ = seconds > 0 ? seconds : 0.0; }
+  double CueSeconds() const { return cueSeconds_; }
   // Frames before the end at which bit 2 is raised; -1 for none.
   void SetLeadTime(int frames) { leadFrames_.store(frames, std::memory_order_relaxed); }
   void SetEventCallback(EventCallback callback, void* context) { callback_ = callback, context_ = context; }
   void SetStopwatch(Stopwatch stopwatch) { stopwatch_ = stopwatch; }
-  // Main thread: frames played (silent: from the stopwatch), and any pending events delivered.
+  // Main thread: the place in the file, in frames (silent: from the stopwatch), and any
+  // pending events delivered.
   int GetPosition() override;
   int GetLength() override { return opened_.load(std::memory_order_acquire) ? length_ : -1; }
 
@@ -71,6 +80,8 @@ class CZQPreviewPlayer : public CAudioSignalSource {
   LUMO_RT void RaiseEvents(int bits) noexcept { events_.fetch_or(bits, std::memory_order_acq_rel); }
   void ResetCounters();
   int SilentPosition();
+  int RoundFrames() const { return length_ - cueFrames_; }
+  int FilePosition(long long playedFrames) const;  // the cue plus frames played, with repeats
 
   int index_;
   bool silent_;
@@ -85,14 +96,18 @@ class CZQPreviewPlayer : public CAudioSignalSource {
   int length_ = 0;
   double secondsPerRound_ = 0.0;
   std::atomic<long long> framesPlayed_{0};
-  std::atomic<long long> framesRead_{0};
+  std::atomic<long long> framesRead_{0};  // the reader's place in the file
+  std::atomic<int> roundsRead_{0};        // repeats the reader has gone back to the cue for
+  std::atomic<bool> allRead_{false};      // the last round is in the ring, or the file ran out
+  std::atomic<int> repeatCount_{1};
+  double cueSeconds_ = 0.0;  // main thread
+  int cueFrames_ = 0;        // changed under readerLock_ with the counters
   std::atomic<int> leadFrames_{-1};
   std::atomic<bool> nearEndLatched_{false};
   std::atomic<int> events_{0};
   // Silent form, main thread only.
   Stopwatch stopwatch_;
   double startMs_ = 0.0;
-  int repeatCount_ = 1;
   int roundsDone_ = 0;
   EventCallback callback_ = nullptr;
   void* context_ = nullptr;

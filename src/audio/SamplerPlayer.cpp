@@ -156,6 +156,14 @@ void CSamplerPlayer::TakeRequests() noexcept {
   if (rewindRequest_.exchange(false, std::memory_order_acq_rel)) pos = 0.0;
   double delta = seekRequest_.exchange(0.0, std::memory_order_acq_rel);
   if (delta != 0.0) SeekBy(pos, delta);
+  // A new rate starts on a whole frame: the step's fraction is dropped, so a rate change lands
+  // on the same sample whatever the old rate left behind. Taken before a sync's alignment.
+  const double target = targetRate_.load(std::memory_order_relaxed);
+  if (target != appliedRate_.load(std::memory_order_relaxed)) {
+    appliedRate_.store(target, std::memory_order_relaxed);
+    step_.store(baseRate_ * target, std::memory_order_relaxed);
+    pos = std::floor(pos);
+  }
   position_.store(pos, std::memory_order_relaxed);
 }
 
@@ -212,9 +220,7 @@ void CSamplerPlayer::GetSamples(float* out, int frames) noexcept {
     return;
   }
   TakeRequests();  // a rewind posted after this block's PrepareBlock still lands before sound
-  double target = targetRate_.load(std::memory_order_relaxed);
-  if (target != appliedRate_) appliedRate_ = target;
-  double step = baseRate_ * appliedRate_;
+  const double step = step_.load(std::memory_order_relaxed);
   bool loop = loop_.load(std::memory_order_relaxed);
   double last = length_ - 1;
   double pos = position_.load(std::memory_order_relaxed);

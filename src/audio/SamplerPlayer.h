@@ -75,7 +75,11 @@ class CSamplerPlayer : public CAudioSignalSource {
   bool IsLoaded() const { return loaded_.load(std::memory_order_acquire); }
   bool IsPlaying() const { return playing_.load(std::memory_order_acquire); }
   double Position() const { return position_.load(std::memory_order_relaxed); }
-  double AppliedRate() const { return targetRate_.load(std::memory_order_relaxed); }
+  double TargetRate() const { return targetRate_.load(std::memory_order_relaxed); }
+  // The rate the audio thread plays at, taken up from the target at the start of a block, and
+  // the frames it advances per output frame (base rate times applied rate).
+  double AppliedRate() const { return appliedRate_.load(std::memory_order_relaxed); }
+  double Step() const { return step_.load(std::memory_order_relaxed); }
 
  private:
   double BeatLength() const;  // frames per beat of the sample; 22050 when no tempo is known
@@ -95,7 +99,9 @@ class CSamplerPlayer : public CAudioSignalSource {
   std::atomic<int> beats_{0};
   std::atomic<double> position_{0.0};
   std::atomic<double> targetRate_{1.0};
-  double appliedRate_ = 1.0;  // audio thread's
+  // Written by the audio thread only; atomic so the main thread may read them.
+  std::atomic<double> appliedRate_{1.0};
+  std::atomic<double> step_{1.0};
   double baseRate_ = 1.0;     // the sample is at the engine rate after decoding
   // Main thread to audio thread.
   std::atomic<bool> rewindRequest_{false};

@@ -3,14 +3,9 @@
 // system back end is reached through RtAudio's own JACK API, the one RtAudio device a machine
 // without sound cards can open.
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <jack/jack.h>
 #include <rtaudio/RtAudio.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -19,12 +14,13 @@
 #include <thread>
 #include <vector>
 
+#include "JackTestServer.h"
+#include "ToneMeasure.h"
 #include "OutputTestMix.h"
+#include "support/WaitFor.h"
 #include "audio/MixCallback.h"
 #include "audio/OutputOptions.h"
 #include "audio/devices/OutputBackend.h"
-
-extern char** environ;
 
 namespace {
 
@@ -49,8 +45,7 @@ struct Recording {
 class JackServer : public ::testing::Test {
  protected:
   void SetUp() override {
-    if (access("/usr/bin/jackd", X_OK) != 0) GTEST_SKIP() << "jackd is not installed";
-    jack_set_error_function([](const char*) {});  // "cannot connect" until the server is up
+    if (!JackTestServer::Installed()) GTEST_SKIP() << "jackd is not installed";
     ASSERT_NO_FATAL_FAILURE(StartServer(48000));
     g_testMix.Reset();
     g_testMix.frequency = 1000.0;
@@ -62,28 +57,12 @@ class JackServer : public ::testing::Test {
 
   // A private dummy server, and the test's own client on it once it answers.
   void StartServer(int rate) {
-    const std::string name = "lumo-test-" + std::to_string(getpid());
-    const std::string rateText = std::to_string(rate);
-    const char* argv[] = {"jackd", "-n", name.c_str(), "-d", "dummy", "-r", rateText.c_str(),
-                          "-p", "256", nullptr};
-    posix_spawn_file_actions_t quiet;
-    posix_spawn_file_actions_init(&quiet);
-    posix_spawn_file_actions_addopen(&quiet, 1, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_addopen(&quiet, 2, "/dev/null", O_WRONLY, 0);
-    ASSERT_EQ(posix_spawn(&pid_, "/usr/bin/jackd", &quiet, nullptr, const_cast<char**>(argv),
-                          environ), 0);
-    posix_spawn_file_actions_destroy(&quiet);
-    setenv("JACK_DEFAULT_SERVER", name.c_str(), 1);
-    for (auto until = Clock::now() + std::chrono::seconds(10); !recorder_ && Clock::now() < until;
-         std::this_thread::sleep_for(std::chrono::milliseconds(50)))
-      recorder_ = jack_client_open("lumo-test-recorder", JackNoStartServer, nullptr);
+    recorder_ = server_.Start(rate, "lumo-test-recorder");
     ASSERT_NE(recorder_, nullptr) << "jackd did not come up";
   }
   void StopServer() {
-    if (recorder_) jack_client_close(recorder_);
+    server_.Stop();
     recorder_ = nullptr;
-    if (pid_ > 0) kill(pid_, SIGTERM), waitpid(pid_, nullptr, 0);
-    pid_ = -1;
   }
 
   // Records `samples` of the named output port (bounded wait); returns what arrived.
@@ -93,33 +72,13 @@ class JackServer : public ::testing::Test {
     jack_set_process_callback(recorder_, &Recording::Process, &recording_);
     jack_activate(recorder_);
     EXPECT_EQ(jack_connect(recorder_, port, jack_port_name(recording_.in)), 0) << port;
-    for (auto until = Clock::now() + std::chrono::seconds(15);
-         recording_.filled.load() < samples && Clock::now() < until;)
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    WaitFor([&] { return recording_.filled.load() >= samples; });
     jack_deactivate(recorder_);
     recording_.samples.resize(recording_.filled.load());
     return recording_.samples;
   }
 
-  // A 1 kHz tone made at 44100 Hz must play at 1 kHz on the 48 kHz server: 48 samples a cycle
-  // (unresampled it would be 44.1). The median of the crossing intervals ignores the odd gap a
-  // dummy-driver overrun leaves; half a sample covers the crossing interpolation.
-  static double MedianPeriod(const std::vector<float>& s) {
-    std::vector<double> periods;
-    double last = -1;
-    for (size_t i = s.size() / 10; i + 1 < s.size(); ++i)
-      if (s[i] < 0 && s[i + 1] >= 0) {
-        const double at = static_cast<double>(i) + s[i] / (s[i] - s[i + 1]);
-        if (last >= 0) periods.push_back(at - last);
-        last = at;
-      }
-    if (periods.empty()) return 0;
-    std::nth_element(periods.begin(), periods.begin() + static_cast<long>(periods.size() / 2),
-                     periods.end());
-    return periods[periods.size() / 2];
-  }
-
-  pid_t pid_ = -1;
+  JackTestServer server_;
   jack_client_t* recorder_ = nullptr;
   Recording recording_;
 };
@@ -145,6 +104,8 @@ TEST_F(JackServer, ProOutputPullsTheMixAndResamplesToTheServerRate) {
   const uint64_t engineFrames = PrimaryFramesDelivered();
   CloseAudioOutputs(1);
   ASSERT_EQ(played.size(), 48000u);
+  // A 1 kHz tone made at 44100 Hz must play at 1 kHz on the 48 kHz server: 48 samples a cycle
+  // (unresampled it would be 44.1).
   EXPECT_NEAR(MedianPeriod(played), 48.0, 0.5);
   EXPECT_GT(engineFrames, 44100u * 9 / 10);
   EXPECT_EQ(g_testMix.lastChannels.load(), 4);
@@ -171,15 +132,6 @@ TEST_F(JackServer, SystemOutputPlaysTheMixAsResampled16BitSamples) {
   EXPECT_EQ(g_testMix.callsOffAudioThread.load(), 0);
 }
 
-namespace {
-template <typename Condition>
-bool WaitUntil(Condition done, std::chrono::seconds limit = std::chrono::seconds(10)) {
-  for (auto until = Clock::now() + limit; !done(); std::this_thread::sleep_for(std::chrono::milliseconds(5)))
-    if (Clock::now() > until) return false;
-  return true;
-}
-}  // namespace
-
 TEST_F(JackServer, ARestartedServerGetsTheMixBackAndItsNewRateAndPeriodAreFollowed) {
   g_outputOptions.mode = 0;
   g_outputSelection = OutputSelection{};
@@ -187,20 +139,20 @@ TEST_F(JackServer, ARestartedServerGetsTheMixBackAndItsNewRateAndPeriodAreFollow
   g_outputSelection.primary = OutputDeviceIndexByName("JACK");
   OpenAudioOutputs(0, 0);
   ASSERT_TRUE(CurrentOutputStatus().primaryOpen);
-  ASSERT_TRUE(WaitUntil([] { return PrimaryFramesDelivered() > 4410; }));
+  ASSERT_TRUE(WaitFor([] { return PrimaryFramesDelivered() > 4410; }));
   TakeOutputNotice();
 
   StopServer();
-  ASSERT_TRUE(WaitUntil([] { return CurrentOutputStatus().recovering; })) << "the loss went unnoticed";
+  ASSERT_TRUE(WaitFor([] { return CurrentOutputStatus().recovering; })) << "the loss went unnoticed";
   EXPECT_EQ(TakeOutputNotice(), "output: JACK stopped; the mix runs silently until it is back");
   EXPECT_EQ(TakeOutputNotice(), "") << "told once";
   // The null back end keeps the engine's time meanwhile: a deck goes on playing.
   const uint64_t atLoss = PrimaryFramesDelivered();
-  EXPECT_TRUE(WaitUntil([&] { return PrimaryFramesDelivered() > atLoss + 4410; }));
+  EXPECT_TRUE(WaitFor([&] { return PrimaryFramesDelivered() > atLoss + 4410; }));
 
   ASSERT_NO_FATAL_FAILURE(StartServer(44100));
   const auto restarted = Clock::now();
-  ASSERT_TRUE(WaitUntil([] { return CurrentOutputStatus().primaryOpen; }));
+  ASSERT_TRUE(WaitFor([] { return CurrentOutputStatus().primaryOpen; }));
   EXPECT_LT(Clock::now() - restarted, std::chrono::seconds(2)) << "sound must be back within 2 s";
   const OutputStatus back = CurrentOutputStatus();
   EXPECT_FALSE(back.nullBackend);
@@ -217,10 +169,10 @@ TEST_F(JackServer, ARestartedServerGetsTheMixBackAndItsNewRateAndPeriodAreFollow
   EXPECT_NEAR(MedianPeriod(played), 44.1, 0.5);
 
   // A loaded server may turn the request down once (a timed-out cycle); it is asked again.
-  ASSERT_TRUE(WaitUntil([&] { return jack_set_buffer_size(recorder_, 512) == 0; }));
-  EXPECT_TRUE(WaitUntil([] { return CurrentOutputStatus().blockFrames == 512; }));
+  ASSERT_TRUE(WaitFor([&] { return jack_set_buffer_size(recorder_, 512) == 0; }));
+  EXPECT_TRUE(WaitFor([] { return CurrentOutputStatus().blockFrames == 512; }));
   const uint64_t beforeResize = PrimaryFramesDelivered();
-  EXPECT_TRUE(WaitUntil([&] { return PrimaryFramesDelivered() > beforeResize + 22050; }))
+  EXPECT_TRUE(WaitFor([&] { return PrimaryFramesDelivered() > beforeResize + 22050; }))
       << "the mix goes on at the new period";
   EXPECT_TRUE(CurrentOutputStatus().primaryOpen);
   CloseAudioOutputs(1);
@@ -240,7 +192,7 @@ TEST_F(JackServer, ExternalMixerRegistersAPortPerDeckChannel) {
     EXPECT_EQ(CurrentOutputStatus().channels, expected);
     EXPECT_NE(jack_port_by_name(recorder_, "zorvik-lumo:deck4_right"), nullptr);
     EXPECT_EQ(jack_port_by_name(recorder_, "zorvik-lumo:monitor_right") != nullptr, ports == 12);
-    ASSERT_TRUE(WaitUntil([] { return g_testMix.lastChannels.load() > 0; }));
+    ASSERT_TRUE(WaitFor([] { return g_testMix.lastChannels.load() > 0; }));
     EXPECT_EQ(g_testMix.lastChannels.load(), expected) << "the mix fills every port";
     CloseAudioOutputs(0);
     g_testMix.lastChannels = 0;
@@ -261,10 +213,10 @@ TEST_F(JackServer, AServerThatIsNotUpYetIsTakenWhenItComes) {
   EXPECT_TRUE(status.nullBackend) << "the mix runs on the null back end meanwhile";
   EXPECT_EQ(status.fallback, "output: no device opened (tried JACK); playing silently");
   const uint64_t before = PrimaryFramesDelivered();
-  EXPECT_TRUE(WaitUntil([&] { return PrimaryFramesDelivered() > before + 4410; }));
+  EXPECT_TRUE(WaitFor([&] { return PrimaryFramesDelivered() > before + 4410; }));
 
   ASSERT_NO_FATAL_FAILURE(StartServer(48000));
-  ASSERT_TRUE(WaitUntil([] { return CurrentOutputStatus().primaryOpen; }));
+  ASSERT_TRUE(WaitFor([] { return CurrentOutputStatus().primaryOpen; }));
   status = CurrentOutputStatus();
   EXPECT_EQ(status.primaryName, "JACK");
   EXPECT_EQ(status.deviceRate, 48000);

@@ -1,19 +1,20 @@
 // Live input: how InputAudioBlock shares the capture channels out, the capture queue's rate
 // conversion, the timecode port, and a JACK loopback: a tone played into the program's capture
-// ports reaches the deck channel and the recording.
+// ports reaches the deck channel and the recording, and the live-input setting opens a capture
+// device through RtAudio.
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <jack/jack.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cmath>
 #include <string>
 #include <vector>
 
+#include "JackTestServer.h"
+#include "ToneMeasure.h"
+#include "app/Engine.h"
+#include "app/OptionsApply.h"
+#include "app/Settings.h"
 #include "audio/InputAudioBlock.h"
 #include "audio/LiveInputSource.h"
 #include "audio/MasterBus.h"
@@ -24,9 +25,9 @@
 #include "audio/devices/SystemCapture.h"
 #include "codecs/DecoderWAV.h"
 #include "support/TestFiles.h"
+#include "support/ScopedEngine.h"
+#include "support/TraceCapture.h"
 #include "support/WaitFor.h"
-
-extern char** environ;
 
 namespace {
 
@@ -137,20 +138,9 @@ class JackLoopback : public ::testing::Test {
   static constexpr double kPeriodFrames = 100.0;  // 441 Hz
 
   void SetUp() override {
-    if (access("/usr/bin/jackd", X_OK) != 0) GTEST_SKIP() << "jackd is not installed";
-    jack_set_error_function([](const char*) {});
-    const std::string name = "lumo-live-" + std::to_string(getpid());
-    const char* argv[] = {"jackd", "-n", name.c_str(), "-d", "dummy", "-r", "44100", "-p", "256", nullptr};
-    posix_spawn_file_actions_t quiet;
-    posix_spawn_file_actions_init(&quiet);
-    posix_spawn_file_actions_addopen(&quiet, 1, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_addopen(&quiet, 2, "/dev/null", O_WRONLY, 0);
-    ASSERT_EQ(posix_spawn(&pid_, "/usr/bin/jackd", &quiet, nullptr, const_cast<char**>(argv), environ), 0);
-    posix_spawn_file_actions_destroy(&quiet);
-    setenv("JACK_DEFAULT_SERVER", name.c_str(), 1);
-    ASSERT_TRUE(WaitFor([&] { return (source_ = jack_client_open("lumo-test-tone", JackNoStartServer, nullptr)); },
-                        std::chrono::seconds(10)))
-        << "jackd did not come up";
+    if (!JackTestServer::Installed()) GTEST_SKIP() << "jackd is not installed";
+    source_ = server_.Start(44100, "lumo-test-tone");
+    ASSERT_NE(source_, nullptr) << "jackd did not come up";
     for (int c = 0; c < 2; ++c) {
       ports_[c] = jack_port_register(source_, c ? "tone_right" : "tone_left", JACK_DEFAULT_AUDIO_TYPE,
                                      JackPortIsOutput, 0);
@@ -159,8 +149,7 @@ class JackLoopback : public ::testing::Test {
     ASSERT_EQ(jack_activate(source_), 0);
   }
   void TearDown() override {
-    if (source_) jack_client_close(source_);
-    if (pid_ > 0) kill(pid_, SIGTERM), waitpid(pid_, nullptr, 0);
+    server_.Stop();
     unsetenv("JACK_DEFAULT_SERVER");
   }
   static int Tone(jack_nframes_t frames, void* self) {
@@ -175,7 +164,7 @@ class JackLoopback : public ::testing::Test {
     return 0;
   }
 
-  pid_t pid_ = -1;
+  JackTestServer server_;
   jack_client_t* source_ = nullptr;
   jack_port_t* ports_[2] = {};
   long long phase_ = 0;
@@ -220,19 +209,11 @@ TEST_F(JackLoopback, ToneOnTheCapturePortsReachesTheDeckChannelAndTheRecording) 
   std::vector<short> pcm(2 * static_cast<size_t>(format.frames));
   ASSERT_EQ(wav.read(pcm.data(), format.frames, 0), format.frames);
   // The last second: the tone's period and level, with nothing else mixed in.
-  double crossings = 0, first = -1, last = -1, squares = 0;
-  size_t from = pcm.size() / 2 - 44100;
-  for (size_t i = from; i + 1 < pcm.size() / 2; ++i) {
-    double a = pcm[2 * i], b = pcm[2 * i + 2];
-    squares += a * a;
-    if (a < 0 && b >= 0) {
-      double at = static_cast<double>(i) + a / (a - b);
-      if (first < 0) first = at;
-      last = at, ++crossings;
-    }
-  }
-  ASSERT_GT(crossings, 100);
-  EXPECT_NEAR((last - first) / (crossings - 1), kPeriodFrames, 0.5);
+  std::vector<float> left;
+  for (size_t i = pcm.size() / 2 - 44100; i < pcm.size() / 2; ++i) left.push_back(pcm[2 * i]);
+  EXPECT_NEAR(MedianPeriod(left), kPeriodFrames, 0.5);
+  double squares = 0;
+  for (float v : left) squares += double(v) * v;
   EXPECT_NEAR(std::sqrt(squares / 44100), 0.5 / std::sqrt(2.0) * 30000, 0.15 * 10600);
 }
 
@@ -240,36 +221,51 @@ TEST_F(JackLoopback, ToneOnTheCapturePortsReachesTheDeckChannelAndTheRecording) 
 
 namespace {
 
-// The same tone through a system capture stream (RtAudio's JACK API: the one capture device a
-// machine without sound cards has), with the mix running on the null back end.
-TEST_F(JackLoopback, ToneThroughASystemCaptureStreamReachesTheMicrophone) {
-  Inputs inputs;
-  CZQMixer mixer(22050);
-  CZQMixerChannel micChannel(&inputs.mic, 5, false);
-  mixer.SetMicChannel(&micChannel);
-  mixer.SetMicOn(1);
-  g_mixRouting.mixer.store(&mixer);
-  struct Unroute {
-    ~Unroute() {
-      CloseSystemCapture();
-      CloseAudioOutputs(1);
-      g_mixRouting.mixer.store(nullptr);
+// The live-input setting, as start-up and the options dialog's OK apply it, with the mix on the
+// null back end. RtAudio's JACK API lists each client with outputs as a capture device and
+// connects to it, so choosing the tone client brings the tone to deck input 0 and the
+// microphone; "none" closes the capture; a device that is not there is said so, and no more.
+TEST_F(JackLoopback, TheLiveInputSettingOpensTheChosenDeviceAndNoneClosesIt) {
+  ScopedEngine engine(false);
+  ASSERT_TRUE(engine.ok());
+  struct Teardown {
+    ~Teardown() {
+      EngineCloseOutputs();  // before the engine's objects go
+      g_settings = Settings{};
+      g_outputSelection = OutputSelection{};
     }
-  } unroute;
+  } teardown;
+  CZQMixer& mixer = *g_engine.mixer;
+  mixer.SetMicOn(1);
+  g_engine.deckChannels[0]->SetSource(g_engine.deckInputs[0]);  // deck A on its line input
   g_outputSelection = OutputSelection{};
-  g_outputSelection.primary = -1;  // the null back end: a real-time clock, no device
-  OpenAudioOutputs(0, 0);
-  ASSERT_TRUE(OpenSystemCapture("", true));
-  EXPECT_TRUE(SystemCaptureOpen());
-  const char** inputsOfCapture = jack_get_ports(source_, "Zorvik Lumo input", nullptr, JackPortIsInput);
-  ASSERT_NE(inputsOfCapture, nullptr);
-  for (int c = 0; c < 2 && inputsOfCapture[c]; ++c) {
-    ASSERT_EQ(jack_connect(source_, jack_port_name(ports_[c]), inputsOfCapture[c]), 0) << inputsOfCapture[c];
-  }
-  jack_free(inputsOfCapture);
-  mixer.ReadMicLevel();
-  // The meter's mean square settles on the tone's 0.125 once input flows.
-  ASSERT_TRUE(WaitFor([&] { return std::fabs(mixer.ReadMicLevel().left - 0.125) < 0.03; }));
+  g_outputSelection.primary = -1;
+  const std::string tone = "Jack: lumo-test-tone";
+  ASSERT_NE(LiveInputChoices().size(), 1u) << "no capture device listed";
+  EXPECT_EQ(LiveInputChoices()[0], "none");
+  g_settings.audinp = tone;
+  EngineOpenOutputs();
+  ASSERT_TRUE(SystemCaptureOpen());
+  // Both meters settle on the tone's mean square, 0.125, once input flows.
+  EXPECT_TRUE(WaitFor([&] { return std::fabs(mixer.ReadMicLevel().left - 0.125) < 0.03; })) << "microphone";
+  EXPECT_TRUE(WaitFor([&] { return std::fabs(mixer.ReadSourceLevel(0).left - 0.125) < 0.03; })) << "deck A";
+
+  TraceCapture trace;
+  Settings chosen = g_settings;
+  chosen.audinp = "none";
+  EXPECT_TRUE(ApplyChosenOptions(chosen, OptionsApplyHooks{}).liveInputChanged);
+  EXPECT_FALSE(SystemCaptureOpen());
+  EXPECT_TRUE(trace.Saw("live input: capture closed"));
+  EXPECT_TRUE(WaitFor([&] { return mixer.ReadMicLevel().left < 1e-6; })) << "the tone stops";
+
+  chosen = g_settings;  // as the dialog collects it at OK
+  chosen.audinp = "Jack: no such client";
+  OptionsOutcome outcome = ApplyChosenOptions(chosen, OptionsApplyHooks{});
+  EXPECT_FALSE(outcome.audioReopened);
+  EXPECT_TRUE(outcome.saved) << "the choice is kept for when the device is back";
+  EXPECT_FALSE(SystemCaptureOpen());
+  EXPECT_TRUE(trace.Saw("live input: can not open \"Jack: no such client\""));
+  EXPECT_NE(TakeOutputNotice().find("no such client"), std::string::npos) << "the window tells the user";
 }
 
 }  // namespace

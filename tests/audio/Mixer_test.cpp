@@ -1,4 +1,5 @@
-// The mixer's block: phase order, bus routing, the gain ramp and the monitor rules.
+// The mixer's block: phase order, bus routing, the gain ramp and the monitor meter. The cue
+// rules are driven through the controls in MixerControls_test.
 
 #include <gtest/gtest.h>
 
@@ -57,36 +58,6 @@ TEST(Mixer, VolumeChangesRampGeometricallyOverOneHundredFrames) {
   EXPECT_LT(master[2 * 98], 0.5f);
   EXPECT_FLOAT_EQ(master[2 * 99], 0.5f) << "the 100th frame lands on the target";
   EXPECT_FLOAT_EQ(master[2 * 255], 0.5f);
-}
-
-TEST(Mixer, MonitorTakesLevelsCueGainAndSplitCue) {
-  ConstantSource deck(0.4f, 0.2f), sampler(0.1f, 0.1f);
-  CZQMixer mixer(kFrames);
-  mixer.AddSource(&deck);
-  mixer.AddSource(&sampler);
-  mixer.SetCrossfaderSide(1, 0);
-  mixer.SetChannelMonitorLevel(0, 0.5f);
-  mixer.SetChannelMonitorLevel(1, 1.0f);
-  mixer.SetSourceFlatMonitor(1, 1);
-  mixer.SetCueGains(0.5f, 0.0f);
-  float master[2 * kFrames], monitor[2 * kFrames];
-  mixer.MixSources(master, monitor, kFrames);
-  // Deck: level 0.5 times cue gain 0.5; the flat sampler ignores the cue gain.
-  EXPECT_FLOAT_EQ(monitor[0], 0.4f * 0.25f + 0.1f);
-  EXPECT_FLOAT_EQ(monitor[1], 0.2f * 0.25f + 0.1f);
-
-  // Split cue: the left-side deck goes in mono to the left ear, whatever its level.
-  mixer.SetSplitCue(1);
-  mixer.MixSources(master, monitor, kFrames);
-  EXPECT_FLOAT_EQ(monitor[0], 0.3f + 0.1f);
-  EXPECT_FLOAT_EQ(monitor[1], 0.1f);
-
-  // The master in the cue, when split cue is off.
-  mixer.SetSplitCue(0);
-  mixer.SetCueGains(0.0f, 1.0f);
-  mixer.SetChannelMonitorLevel(1, 0.0f);
-  mixer.MixSources(master, monitor, kFrames);
-  EXPECT_FLOAT_EQ(monitor[0], master[0]);
 }
 
 TEST(Mixer, ANullMonitorLeavesItsMeterToReadSilence) {

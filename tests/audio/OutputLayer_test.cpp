@@ -11,6 +11,7 @@
 #include "app/base/Trace.h"
 #include "audio/devices/OutputBackend.h"
 #include "support/AllocationCounter.h"
+#include "support/WaitFor.h"
 
 #include <jack/jack.h>
 #include "audio/MixCallback.h"
@@ -84,9 +85,7 @@ class OutputLayer : public ::testing::Test {
   // Waits (bounded) until the primary has pulled `frames`; returns the seconds it took.
   static double SecondsUntilDelivered(uint64_t frames) {
     const auto start = std::chrono::steady_clock::now();
-    while (PrimaryFramesDelivered() < frames &&
-           std::chrono::steady_clock::now() - start < std::chrono::seconds(30))
-      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    WaitFor([&] { return PrimaryFramesDelivered() >= frames; });
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   }
 };
@@ -136,13 +135,9 @@ TEST_F(OutputLayer, NullOutputCatchesUpAtMostOneRingAfterAStall) {
   OpenAudioOutputs(0, 0);
   ASSERT_LT(SecondsUntilDelivered(4410), 10.0);
   g_testMix.stallOnceMs = 1000;
-  const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(15);
-  while (g_testMix.stallEndFrame.load() < 0 && std::chrono::steady_clock::now() < until)
-    std::this_thread::sleep_for(std::chrono::milliseconds(2));
-  ASSERT_GE(g_testMix.stallEndFrame.load(), 0) << "the stall never happened";
+  ASSERT_TRUE(WaitFor([] { return g_testMix.stallEndFrame.load() >= 0; })) << "the stall never happened";
   const long long target = g_testMix.stallEndFrame.load() + 22050;
-  while (g_testMix.framesMixed.load() < target && std::chrono::steady_clock::now() < until)
-    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  WaitFor([&] { return g_testMix.framesMixed.load() >= target; });
   const double seconds =
       std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count() -
       static_cast<double>(g_testMix.stallEndNs.load()) * 1e-9;

@@ -19,21 +19,13 @@
 #include "deck/DeckBeatClock.h"
 #include "deck/SoundSource.h"
 #include "support/AllocationCounter.h"
+#include "support/ScopedEngine.h"
 #include "support/TestFiles.h"
 
 namespace {
 
 TEST(PlayersRealtime, EightSamplersPreviewAndRecordingAllocateNothingOnTheAudioThread) {
-  ScopedDataRoot root;
-  SetThreadsManual(true);
-  EngineInitFolders(nullptr);
-  EngineCreateAudioObjects();
-  struct Teardown {
-    ~Teardown() {
-      EngineDeleteAudioObjects();
-      SetThreadsManual(false);
-    }
-  } teardown;
+  ScopedEngine engine(true);
 
   TempFolder folder;
   WriteStereo16(folder.File("preview.wav"), MakeTestSignal(5 * 44100));

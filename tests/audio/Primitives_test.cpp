@@ -101,11 +101,4 @@ TEST(PeriodicThread, ManualThreadsRunOnlyWhenSteppedAndDue) {
   SetThreadsManual(false);
 }
 
-TEST(OneShotThread, RunsOnceAndCanBeWaitedFor) {
-  Counter counter;
-  COneShotThread thread(&Counter::Run, &counter, 0, "once");
-  EXPECT_TRUE(thread.Wait(5000));
-  EXPECT_EQ(counter.runs.load(), 1);
-}
-
 }  // namespace

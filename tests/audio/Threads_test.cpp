@@ -18,6 +18,7 @@
 #include <thread>
 
 #include "audio/Threads.h"
+#include "support/WaitFor.h"
 
 namespace {
 std::atomic<long> g_wallClockBehindSeconds{0};
@@ -46,13 +47,6 @@ struct Runs {
   }
 };
 
-template <typename Condition>
-bool WaitUntil(Condition done, std::chrono::seconds limit = std::chrono::seconds(10)) {
-  for (auto until = Clock::now() + limit; !done(); std::this_thread::sleep_for(std::chrono::milliseconds(1)))
-    if (Clock::now() > until) return false;
-  return true;
-}
-
 int ThreadsInProcess() {
   int count = 0;
   if (DIR* dir = opendir("/proc/self/task")) {
@@ -69,7 +63,7 @@ TEST(PeriodicThread, PeriodsHoldWhenTheWallClockIsStepped) {
   const auto start = Clock::now();
   {
     CPeriodicThread thread(&Runs::Run, &runs, 3, 40, "clockstep");
-    ASSERT_TRUE(WaitUntil([&] { return runs.count.load() >= 3; }));
+    ASSERT_TRUE(WaitFor([&] { return runs.count.load() >= 3; }));
   }
   const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
   g_wallClockBehindSeconds = 0;
@@ -88,7 +82,7 @@ TEST(PeriodicThread, ATimedOutStopLeavesTheRunningThreadNothingFreed) {
   auto* thread = new (storage) CPeriodicThread(&Runs::Run, &runs, 3, 60000, "stuck");
   runs.hold = true;
   thread->Wake();
-  ASSERT_TRUE(WaitUntil([&] { return runs.inside.load(); }));
+  ASSERT_TRUE(WaitFor([&] { return runs.inside.load(); }));
   thread->Stop(20);  // times out: the function is still held
   thread->~CPeriodicThread();
   std::memset(storage, 0xAB, sizeof storage);
@@ -100,8 +94,8 @@ TEST(PeriodicThread, ATimedOutStopLeavesTheRunningThreadNothingFreed) {
 #else
   constexpr int kSanitizerThreads = 0;
 #endif
-  ASSERT_TRUE(WaitUntil([&] { return runs.count.load() == 1; })) << "the function never finished";
-  ASSERT_TRUE(WaitUntil([&] { return ThreadsInProcess() <= before + kSanitizerThreads; }))
+  ASSERT_TRUE(WaitFor([&] { return runs.count.load() == 1; })) << "the function never finished";
+  ASSERT_TRUE(WaitFor([&] { return ThreadsInProcess() <= before + kSanitizerThreads; }))
       << "the thread never ended";
   for (unsigned char byte : storage) ASSERT_EQ(byte, 0xAB) << "the thread wrote into a freed wrapper";
 }

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# `lumo play` end to end, twice: through a private JACK server (dummy driver, 44100 Hz) and
-# through the null back end with no server at all. Each run plays a 2-second tone and must end
+# `lumo play` end to end, twice: through a private JACK server (dummy driver, 44100 Hz), with
+# its capture ports as the live input, and through the null back end with no server at all. Each run plays a 2-second tone and must end
 # with a line "played: deck ended=1 device=<name> frames=<N>" where N, the engine frames the
 # device pulled, covers the whole file (88200).
 #
@@ -58,9 +58,17 @@ mkdir -p "$ZORVIK_LUMO_HOME"
 jackd -n "$server" -d dummy -r 44100 -p 256 >"$work/jackd.log" 2>&1 &
 jack_pid=$!
 jack_wait -s "$server" -w -t 30 >/dev/null 2>&1 || fail "jackd $server did not come up: $(cat "$work/jackd.log")"
-output=$(JACK_DEFAULT_SERVER="$server" "$lumo" play "$wav" --device jack --seconds 30 2>&1) ||
-  fail "lumo play --device jack failed: $output"
+# The dummy driver's capture ports are the live input: a capture device does not stop the play.
+output=$(JACK_DEFAULT_SERVER="$server" "$lumo" play "$wav" --device jack --input "Jack: system" --seconds 30 2>&1) ||
+  fail "lumo play --device jack --input failed: $output"
 check_played "$output" jack
+grep -q 'input Jack: system on the microphone channel' <<<"$output" || fail "no live input: $output"
+
+# An input device that is not there fails the command, naming it, before anything plays.
+if output=$(JACK_DEFAULT_SERVER="$server" "$lumo" play "$wav" --device null --input "Jack: nowhere" 2>&1); then
+  fail "lumo play accepted a missing input device: $output"
+fi
+grep -q 'can not open the input device "Jack: nowhere"' <<<"$output" || fail "no reason given: $output"
 kill "$jack_pid"
 wait "$jack_pid" 2>/dev/null || true
 jack_pid=""

@@ -1,10 +1,14 @@
 // The engine's tick over real decks: a finished track goes back to its cue, the stop reaches
-// the listener off the audio thread, and the display gets the deck's news once.
+// the listener off the audio thread, the display gets the deck's news once, and a recording
+// whose disk failed is stopped.
 
 #include "DeckFixture.h"
 #include "app/EngineTick.h"
+#include "audio/MixRecorder.h"
+#include "audio/OfflineOutput.h"
+#include "support/ScopedEngine.h"
 
-#include <utility>
+#include <vector>
 
 namespace {
 
@@ -61,26 +65,27 @@ TEST_F(DeckTest, TheTickReturnsAFinishedTrackToItsCue) {
 
 namespace {
 
-struct FailingDisk : CRecorderTickPort {
-  bool failure = false;
-  int stops = 0;
-  bool TakeDiskFailure() override { return std::exchange(failure, false); }
-  void StopRecording() override { ++stops; }
-};
-
-TEST(EngineTickRecorder, ADiskFailureStopsTheRecordingAndIsReportedOnce) {
-  FailingDisk recorder;
+// The window and lumo automix see a failed disk only through this tick: the engine's own
+// recorder, writing to /dev/full, is stopped by it and the failure is told once.
+TEST(EngineTickRecorder, AFullDiskStopsTheEnginesRecordingAndIsReportedOnce) {
+  ScopedEngine engine(true);
+  ASSERT_TRUE(engine.ok());
   CEngineTick tick;
   tick.SetAutoMix(nullptr);
-  tick.SetRecorder(&recorder);
-  tick.Run(nullptr, 0, nullptr);
-  EXPECT_EQ(recorder.stops, 0);
-  EXPECT_FALSE(tick.TakeRecorderFailure());
-  recorder.failure = true;
-  tick.Run(nullptr, 0, nullptr);
-  tick.Run(nullptr, 0, nullptr);
-  EXPECT_EQ(recorder.stops, 1);
+  ASSERT_EQ(g_engine.recorder->Start("/dev/full"), 1);
+  tick.Run(g_engine.decks, kDeckCount, nullptr);
+  EXPECT_FALSE(tick.TakeRecorderFailure()) << "nothing written yet";
+
+  COfflineOutput offline(441);
+  std::vector<float> out(2 * 441);
+  for (int block = 0; block < 400 && g_engine.recorder->IsRecording(); ++block) {
+    offline.PullBlock(out.data());
+    tick.Run(g_engine.decks, kDeckCount, nullptr);
+  }
+  EXPECT_FALSE(g_engine.recorder->IsRecording()) << "the tick stops the recording";
   EXPECT_TRUE(tick.TakeRecorderFailure()) << "the window switches the record button off";
+  EXPECT_FALSE(tick.TakeRecorderFailure());
+  tick.Run(g_engine.decks, kDeckCount, nullptr);
   EXPECT_FALSE(tick.TakeRecorderFailure());
 }
 

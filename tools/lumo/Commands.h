@@ -1,6 +1,7 @@
 #pragma once
 // One function per lumo command; argv[0] is the command's name.
 
+#include <optional>
 #include <string>
 
 int RunDevicesCommand(int argc, char** argv);
@@ -24,6 +25,7 @@ int RunMidiMonitorCommand(int argc, char** argv);
 // Plays a file on deck 0 through the chosen device until it ends or `seconds` have passed
 // (0: no limit). Shared by play and demo.
 class RecordSamplerOptions;
-// players: the recorder and sampler options, or null.
+// players: the recorder and sampler options, or null. input: the live-input device in place of
+// the settings' (a name of SystemCaptureDevices or "none"), heard on the microphone channel.
 int PlayFile(const std::string& path, const std::string& device, double seconds,
-             RecordSamplerOptions* players = nullptr);
+             RecordSamplerOptions* players = nullptr, const std::optional<std::string>& input = std::nullopt);

@@ -43,8 +43,8 @@ bool MixOutput::Start(std::string* error) {
 
 bool MixOutput::Healthy() {
   if (!started_) return false;
-  // The players' tick stops a recording whose disk failed and says so once.
-  return !EnginePlayersTick() && !g_engine.recorder->Failed();
+  // The engine tick stops a recording whose disk failed; a failure not yet seen by it counts too.
+  return g_engine.recorder->IsRecording() && !g_engine.recorder->Failed();
 }
 
 bool MixOutput::Close() {

@@ -81,7 +81,10 @@ void RecordSamplerOptions::Step(double seconds) {
     t.fired = true;
     if (CSamplerPlayer* sampler = g_engine.samplers[t.sampler]) sampler->Play(1);
   }
-  if (EnginePlayersTick()) {
+  // lumo play runs no engine tick, so the players' step runs here; under lumo render the
+  // engine tick may have stopped the recording first.
+  bool stopped = EnginePlayersTick();
+  if (record_ && !diskFailed_ && g_engine.recorder && (stopped || !g_engine.recorder->IsRecording())) {
     diskFailed_ = true;
     std::fprintf(stderr, "\nlumo: writing %s failed (disk full?); the recording stopped\n", record_->c_str());
   }

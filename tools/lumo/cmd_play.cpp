@@ -13,7 +13,10 @@
 #include "app/Engine.h"
 #include "app/base/NumberText.h"
 #include "app/base/Trace.h"
+#include "app/Settings.h"
+#include "audio/Mixer.h"
 #include "audio/devices/OutputLayer.h"
+#include "audio/devices/SystemCapture.h"
 #include "deck/SoundSource.h"
 
 namespace {
@@ -21,6 +24,22 @@ namespace {
 std::string Lower(std::string text) {
   for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
   return text;
+}
+
+// --input: the settings' live-input device is replaced for this run (the settings file is
+// not written); a device that will not open fails the command, naming the ones there are.
+bool OpenInput(const std::optional<std::string>& input) {
+  if (!input || *input == "none") return true;
+  if (!SystemCaptureOpen()) {
+    std::string names;
+    for (const std::string& name : SystemCaptureDevices()) names += "\n  " + name;
+    std::fprintf(stderr, "lumo: can not open the input device \"%s\"; input devices:%s\n", input->c_str(),
+                 names.empty() ? " none" : names.c_str());
+    return false;
+  }
+  if (g_engine.mixer) g_engine.mixer->SetMicOn(1);
+  std::fprintf(stderr, "lumo: input %s on the microphone channel\n", input->c_str());
+  return true;
 }
 
 }  // namespace
@@ -44,12 +63,14 @@ int ChooseDevice(const std::string& wanted, int count) {
 }
 
 int PlayFile(const std::string& path, const std::string& device, double seconds,
-             RecordSamplerOptions* players) {
+             RecordSamplerOptions* players, const std::optional<std::string>& input) {
   LumoSession session(false);
   int count = OutputDeviceCount(true);
   g_outputSelection.primary = ChooseDevice(device, count);
   g_outputSelection.secondary = -1;
+  if (input) g_settings.audinp = *input;
   EngineOpenOutputs();
+  if (!OpenInput(input)) return 1;
   OutputStatus status = CurrentOutputStatus();
   std::fprintf(stderr, "lumo: output %s, %d Hz, %d frames per block; log in %slog.txt\n",
                status.primaryName.c_str(), status.deviceRate, status.blockFrames, Folders().root.c_str());
@@ -96,10 +117,12 @@ int RunPlayCommand(int argc, char** argv) {
   ParsedArgs args = ParseArgs(argc, argv, {});
   double seconds = 0;
   RecordSamplerOptions players;
-  if (!players.Parse(args) || args.positional.size() != 1 || !ParseSeconds(args.Get("seconds"), seconds)) {
-    std::fprintf(stderr, "usage: lumo play FILE [--device N|NAME|jack|null] [--seconds S] %s\n",
+  const std::optional<std::string> input = args.Get("input");
+  if (!players.Parse(args) || args.positional.size() != 1 || !ParseSeconds(args.Get("seconds"), seconds) ||
+      (input && input->empty())) {
+    std::fprintf(stderr, "usage: lumo play FILE [--device N|NAME|jack|null] [--seconds S] [--input DEVICE|none] %s\n",
                  RecordSamplerOptions::Usage());
     return 2;
   }
-  return PlayFile(args.positional[0], args.Get("device").value_or(""), seconds, &players);
+  return PlayFile(args.positional[0], args.Get("device").value_or(""), seconds, &players, input);
 }

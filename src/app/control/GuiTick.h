@@ -23,6 +23,8 @@ class CGuiTick {
   // One tick over g_engine's decks. Returns the output notice to show, or "".
   std::string Run();
   int counter() const { return engineTick_.counter(); }
+  // True once after the engine tick stopped a recording whose disk failed.
+  bool TakeRecorderFailure() { return engineTick_.TakeRecorderFailure(); }
   // How many notifier values the tick changed so far (a value that stays the same is told once).
   long notifications() const { return notifications_; }
 

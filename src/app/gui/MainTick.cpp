@@ -84,8 +84,8 @@ class MainTickTimer : public wxTimer {
   void Notify() override {
     std::string notice = tick_.Run();
     if (!notice.empty()) ShowNotice(wxString::FromUTF8(notice), window_);
-    // Samplers' and preview's events; a recording whose disk failed is stopped and said so.
-    if (EnginePlayersTick()) ShowNotice(wxString::FromUTF8(LangString(kStrRecorderDiskFailure)), window_);
+    // The engine tick stopped a recording whose disk failed: say so.
+    if (tick_.TakeRecorderFailure()) ShowNotice(wxString::FromUTF8(LangString(kStrRecorderDiskFailure)), window_);
     RefreshSoundDisplays(g_engine.decks, kDeckCount);
     RefreshVuMeters(g_engine.mixer);
     TurnDeckWheels();

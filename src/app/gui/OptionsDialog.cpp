@@ -72,6 +72,7 @@ class OptionsDialog : public wxDialog {
     s.latncy = latency_->GetValue() * kLatencyStep;
     s.audmod = outputMode_->GetSelection();
     s.tctype = timecode_->GetSelection();
+    s.audinp = liveInput_->GetStringSelection().utf8_string();
     return s;
   }
 
@@ -215,6 +216,15 @@ class OptionsDialog : public wxDialog {
     const wxString engines[] = {"Kelvane", "MsPinky/Torq"};
     timecode_ = AddChoice(page, sizer, "Select the time-coded vinyl/CD engine", wxArrayString(2, engines),
                           g_settings.tctype);
+
+    // The microphone and the decks' line inputs: "none" or a capture device. A saved device that
+    // is not plugged in now stays listed, so OK does not lose it.
+    wxArrayString inputs;
+    for (const std::string& name : LiveInputChoices()) inputs.Add(Utf8(name));
+    if (inputs.Index(Utf8(g_settings.audinp)) == wxNOT_FOUND && !g_settings.audinp.empty())
+      inputs.Add(Utf8(g_settings.audinp));
+    liveInput_ = AddChoice(page, sizer, "Select the live input device (microphone and line inputs)", inputs,
+                           inputs.Index(Utf8(g_settings.audinp)));
     page->SetSizer(sizer);
     return page;
   }
@@ -225,6 +235,7 @@ class OptionsDialog : public wxDialog {
   wxCheckListBox* midi_ = nullptr;
   wxListBox *primary_ = nullptr, *secondary_ = nullptr;
   wxRadioBox* outputMode_ = nullptr;
+  wxChoice* liveInput_ = nullptr;
   std::vector<Check> checks_;
 };
 

@@ -367,6 +367,11 @@ OutputStatus CurrentOutputStatus() {
   return status;
 }
 
+void PostOutputNotice(const std::string& text) {
+  std::lock_guard lock(g_layerLock);
+  g_notice = text;
+}
+
 std::string TakeOutputNotice() {
   std::lock_guard lock(g_layerLock);
   return std::exchange(g_notice, std::string());

@@ -59,6 +59,9 @@ void CloseAudioOutputs(int freeDeviceTable);
 // touched. Each loss and each return leaves one notice for the user.
 // Returns the notice waiting to be shown, once; empty when there is none.
 std::string TakeOutputNotice();
+// Leaves a notice for the user beside the layer's own (a live-input device that would not
+// open); the newest replaces one not yet shown. Main thread.
+void PostOutputNotice(const std::string& text);
 
 // What the layer is doing now, for `lumo` and the tests.
 struct OutputStatus {

@@ -25,6 +25,22 @@ std::string DeviceName(RtAudio& audio, unsigned int device) {
   return RtAudio::getApiDisplayName(audio.getCurrentApi()) + ": " + audio.getDeviceInfo(device).name;
 }
 
+std::vector<RtAudio::Api> CaptureApis() {
+  std::vector<RtAudio::Api> apis;
+  RtAudio::getCompiledApi(apis);
+  apis.erase(std::remove(apis.begin(), apis.end(), RtAudio::RTAUDIO_DUMMY), apis.end());
+  return apis;
+}
+
+// The API a saved name was listed under ("Jack: system" -> JACK); UNSPECIFIED when none is named.
+RtAudio::Api ApiOfName(const std::string& name) {
+  for (RtAudio::Api api : CaptureApis()) {
+    const std::string prefix = RtAudio::getApiDisplayName(api) + ": ";
+    if (name.compare(0, prefix.size(), prefix) == 0) return api;
+  }
+  return RtAudio::UNSPECIFIED;
+}
+
 int Callback(void*, void* input, unsigned int frames, double, RtAudioStreamStatus, void*) noexcept {
   rt::AudioThreadScope audioThread;
   const float* in = static_cast<const float*>(input);
@@ -45,14 +61,17 @@ int ChooseRate(const RtAudio::DeviceInfo& info) {
 
 std::vector<std::string> SystemCaptureDevices() {
   std::vector<std::string> names;
-  try {
-    RtAudio audio;
-    for (unsigned int i = 0; i < audio.getDeviceCount(); ++i) {
-      RtAudio::DeviceInfo info = audio.getDeviceInfo(i);
-      if (info.probed && info.inputChannels > 0) names.push_back(DeviceName(audio, i));
+  for (RtAudio::Api api : CaptureApis()) {
+    try {
+      RtAudio audio(api);
+      audio.showWarnings(false);  // an API without a server (Pulse) complains on stderr; the list says enough
+      for (unsigned int i = 0; i < audio.getDeviceCount(); ++i) {
+        RtAudio::DeviceInfo info = audio.getDeviceInfo(i);
+        if (info.probed && info.inputChannels > 0) names.push_back(DeviceName(audio, i));
+      }
+    } catch (const RtAudioError& e) {
+      TraceLine("system capture: %s", e.what());
     }
-  } catch (const RtAudioError& e) {
-    TraceLine("system capture: %s", e.what());
   }
   return names;
 }
@@ -60,10 +79,13 @@ std::vector<std::string> SystemCaptureDevices() {
 bool OpenSystemCapture(const std::string& name, bool viaJack) {
   CloseSystemCapture();
   try {
-    auto audio = std::make_unique<RtAudio>(viaJack ? RtAudio::UNIX_JACK : RtAudio::UNSPECIFIED);
+    RtAudio::Api api = ApiOfName(name);
+    if (api == RtAudio::UNSPECIFIED && viaJack) api = RtAudio::UNIX_JACK;
+    auto audio = std::make_unique<RtAudio>(api);
+    audio->showWarnings(false);  // failures come back as exceptions, traced below
     int device = name.empty() ? static_cast<int>(audio->getDefaultInputDevice()) : -1;
     for (unsigned int i = 0; device < 0 && i < audio->getDeviceCount(); ++i) {
-      if (DeviceName(*audio, i) == name) device = static_cast<int>(i);
+      if (DeviceName(*audio, i) == name || audio->getDeviceInfo(i).name == name) device = static_cast<int>(i);
     }
     if (device < 0 || static_cast<unsigned int>(device) >= audio->getDeviceCount()) {
       TraceLine("system capture: no input device \"%s\"", name.c_str());

@@ -28,12 +28,18 @@ const std::vector<CommandHelp> kCommands = {
      "the JACK server if one runs. The numbers are the ones --device takes.",
      {}},
     {"play",
-     "lumo play FILE [--device DEVICE] [--seconds S] [--record OUT.wav|OUT.mp3] [--sampler N:FILE[:AT_S]]",
+     "lumo play FILE [--device DEVICE] [--seconds S] [--input DEVICE|none] [--record OUT.wav|OUT.mp3] "
+     "[--sampler N:FILE[:AT_S]]",
      "Play a file on deck A through a sound device.",
      "Loads FILE on deck A, plays it from its first sound with a one-line progress display and "
      "exits when the track ends, printing \"played: deck ended=1 device=NAME frames=N\".",
-     {{"--device DEVICE", kDeviceText}, {"--seconds S", "Stop after S seconds."}, kRecordHelp,
-      kSamplerHelp}},
+     {{"--device DEVICE", kDeviceText}, {"--seconds S", "Stop after S seconds."},
+      {"--input DEVICE|none",
+       "Capture live input from DEVICE (\"API: name\" as the options dialog lists it, for example "
+       "\"Jack: system\") onto the microphone channel, in place of the audinp "
+       "setting for this run; \"none\" captures nothing. A device that will not open fails "
+       "the command and lists the input devices there are."},
+      kRecordHelp, kSamplerHelp}},
     {"render",
      "lumo render FILE -o OUT.wav [--seconds S] [--block FRAMES] [--float] [--start S] [--seek S] "
      "[--record OUT.wav|OUT.mp3] [--sampler N:FILE[:AT_S]] [MIXER AND DECK OPTIONS]",
