@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "controllers/ConsoleMessages.h"
 #include "controllers/HardwareControllers.h"
 #include "controllers/ScriptHost.h"
 #include "controllers/ShortcutTables.h"
@@ -35,6 +36,9 @@ class ControllerLayer {
   ScriptHost& Scripts() { return host_; }
   ControllerSet& Controllers() { return controllers_; }
   ShortcutTables& Shortcuts() { return shortcuts_; }
+  ConsoleHandler& Console() { return console_; }
+  // What `status_tarvo_controller` shows: the found console's name, "" for none.
+  const char* ConsoleStatus() const;
 
  private:
   std::unique_ptr<MidiSystem> midi_;
@@ -42,4 +46,5 @@ class ControllerLayer {
   ScriptHost host_;
   ShortcutTables shortcuts_;
   ControllerSet controllers_;
+  ConsoleHandler console_;
 };

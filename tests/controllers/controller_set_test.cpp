@@ -215,3 +215,53 @@ TEST_F(ControllerSetTest, DevicesThatComeAndGoAreNoticedWithinTwoSeconds) {
 }
 
 }  // namespace
+
+namespace {
+
+// A script that sends a sysex of twice data1 bytes on each message and says whether it was thrown at.
+const char* kSysexScript =
+    "function getLanguageVersion() { return 1; }\n"
+    "function getSupportedMidiDeviceNameForInput(i) { return 'Pad'; }\n"
+    "function messageReceived(id, s, c, d1, d2) {\n"
+    "  var page = [0xF0]; while (page.length < 2 * d1 - 1) page.push(d2); page.push(0xF7);\n"
+    "  try { sendSysex(id, page); debug('sysex sent'); } catch (e) { debug('sysex: ' + e.message); }\n"
+    "}\n";
+
+}  // namespace
+
+TEST_F(ControllerSetTest, ASysexMayTakeFiveMillisecondsPerByteAndALongerSendThrowsAndResetsThePort) {
+  midi.inputs = midi.outputs = {"Pad 20:0"};
+  LoadScripts({kSysexScript});
+  set.ListDevices();
+  set.ApplyMidiSelection({"Pad"});
+  now += 2;
+  set.PollControllers();
+  ASSERT_EQ(set.Slot(0).scriptIndex, 0);
+  midi.sent[0].clear();
+
+  double sendTakes = 0;  // seconds the fake driver spends on each sysex
+  midi.whileSending = [&](size_t length) {
+    if (length > 3) now += sendTakes;
+  };
+  sendTakes = 0.499;  // a 100-byte page is allowed 500 ms
+  midi.Deliver(0, {0x90, 50, 0x11});
+  set.DrainQueue();
+  EXPECT_TRUE(trace.Saw("js debug 'sysex sent'"));
+  ASSERT_EQ(midi.sent[0].size(), 1u);
+  EXPECT_EQ(midi.sent[0][0].size(), 100u);
+  EXPECT_EQ(midi.sent[0][0].front(), 0xF0);
+  EXPECT_EQ(midi.sent[0][0][50], 0x11);
+  EXPECT_EQ(midi.resets[0], 0);
+
+  sendTakes = 0.501;
+  midi.Deliver(0, {0x90, 50, 0x11});
+  set.DrainQueue();
+  EXPECT_TRUE(trace.Saw("js debug 'sysex: sending sysex: out of time.'"));
+  EXPECT_EQ(midi.resets[0], 1) << "the port is reset after a time-out";
+
+  sendTakes = 0.501;  // 200 bytes are allowed a second
+  midi.Deliver(0, {0x90, 100, 0x22});
+  set.DrainQueue();
+  EXPECT_EQ(trace.Count("js debug 'sysex sent'"), 2);
+  EXPECT_EQ(midi.resets[0], 1);
+}

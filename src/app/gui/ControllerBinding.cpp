@@ -8,6 +8,7 @@
 #include "app/DataFolders.h"
 #include "app/Settings.h"
 #include "app/base/Trace.h"
+#include "app/control/ControlModels.h"
 #include "app/gui/OptionsDialog.h"
 #include "controllers/ControllerLayer.h"
 #include "controllers/ControllerTransport.h"
@@ -48,6 +49,33 @@ class WindowShortcutSink : public ShortcutSink {
 };
 WindowShortcutSink g_sink;
 
+// The console's two mode switches per deck: the program keeps the mode, the button shows it.
+void BindConsoleModes() {
+  struct Mode {
+    const char* control;
+    bool (ConsoleHandler::*toggle)(int deck);
+  };
+  static const Mode kModes[] = {{"tarvo_tune_scratch", &ConsoleHandler::ToggleTuneScratch},
+                                {"tarvo_vol_pitch", &ConsoleHandler::ToggleVolPitch}};
+  for (const Mode& mode : kModes) {
+    for (int deck = 0; deck < 2; ++deck) {
+      ButtonModel* button = ButtonModelNamed(mode.control, deck);
+      if (!button) continue;
+      button->SetEngineLamp(true);
+      button->onPress = [mode, deck](int, int, int) {
+        ButtonModel* shown = ButtonModelNamed(mode.control, deck);
+        if (g_layer && shown) shown->SetSelected((g_layer->Console().*mode.toggle)(deck));
+      };
+    }
+  }
+}
+
+// The status line names the console found (empty without one).
+void ShowConsoleStatus() {
+  TextModel* status = TextModelNamed("status_tarvo_controller", -1);
+  if (status && g_layer && status->Text() != g_layer->ConsoleStatus()) status->SetText(g_layer->ConsoleStatus());
+}
+
 // Runs on a MIDI driver's thread: only posts the drain to the GUI thread.
 void WakeGuiThread(void* context) {
   static_cast<wxWindow*>(context)->CallAfter([] {
@@ -64,6 +92,8 @@ void StartControllers(wxWindow* window) {
   g_layer->Start(Folders().settings, Folders().programData + "controllers", g_settings.midiInputs, &WakeGuiThread,
                  window);
   ConnectSkinScripts(&g_layer->Scripts());
+  BindConsoleModes();
+  ShowConsoleStatus();
   // Keys reach the shortcut tables before the focused control; the rest go on as usual.
   window->Bind(wxEVT_CHAR_HOOK, [](wxKeyEvent& event) {
     if (!ControllersTakeKey(event)) event.Skip();
@@ -75,7 +105,9 @@ void StartControllers(wxWindow* window) {
 }
 
 void TickControllers() {
-  if (g_layer) g_layer->Tick();
+  if (!g_layer) return;
+  g_layer->Tick();
+  ShowConsoleStatus();  // a console plugged in or out since
 }
 
 bool ControllersTakeKey(const wxKeyEvent& event) {
