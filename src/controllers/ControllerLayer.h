@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "controllers/ConsoleDisplay.h"
 #include "controllers/ConsoleMessages.h"
 #include "controllers/HardwareControllers.h"
 #include "controllers/ScriptHost.h"
@@ -37,6 +38,7 @@ class ControllerLayer {
   ControllerSet& Controllers() { return controllers_; }
   ShortcutTables& Shortcuts() { return shortcuts_; }
   ConsoleHandler& Console() { return console_; }
+  ConsoleDisplay& Display() { return display_; }
   // What `status_tarvo_controller` shows: the found console's name, "" for none.
   const char* ConsoleStatus() const;
 
@@ -47,4 +49,5 @@ class ControllerLayer {
   ShortcutTables shortcuts_;
   ControllerSet controllers_;
   ConsoleHandler console_;
+  ConsoleDisplay display_;
 };

@@ -5,6 +5,7 @@
 
 #include "FakeTransport.h"
 #include "RecordingRunner.h"
+#include "controllers/ConsoleDisplay.h"
 #include "controllers/ConsoleLeds.h"
 #include "controllers/ConsoleMessages.h"
 #include "controllers/HardwareControllers.h"
@@ -202,4 +203,32 @@ TEST(ConsoleHandler, KeyLockKillsAndTheMicrophoneLightTheirLampsOnTheConsolesFam
   SetStateOfNotifier("keyLock", 0, 0, 0.0, "");
   SetStateOfNotifier("killLow", 1, 0, 0.0, "");
   rmx.set.NotifyChanges();
+}
+
+TEST(ConsoleDisplay, TheInfoButtonTurnsThePagesAndOnlyAChangedLineIsPassedOn) {
+  ConsoleDeckView view;
+  view.effects[1] = "Flanger";
+  view.pitchHundredths = -205;
+  view.monitor = true;
+  view.artist = "Artist";
+  view.title = "Song";
+  ConsoleDisplay display;
+  std::vector<std::string> lines;
+  std::string line;
+  for (int page = 0; page <= static_cast<int>(ConsolePage::kCount); ++page) {
+    EXPECT_TRUE(display.Update(1, view, &line));
+    EXPECT_FALSE(display.Update(1, view, &line)) << "the same text is not sent again";
+    lines.push_back(line);
+    display.NextPage(1);
+  }
+  EXPECT_EQ(lines, (std::vector<std::string>{"B: Artist - Song", "FX1 - ", "FX2 - Flanger", "FX3 - ", "FX4 - ",
+                                             "PITCH J - -2.05%", "SCRATCH - OFF", "MONITOR - ON",
+                                             "B: Artist - Song"}));
+  view.pitchHundredths = 7;
+  view.pitchOnFader = true;
+  EXPECT_EQ(ConsoleDisplayLine(0, ConsolePage::kPitch, view), "PITCH F - 0.07%");
+  view.pitchHundredths = 0;
+  EXPECT_EQ(ConsoleDisplayLine(0, ConsolePage::kPitch, view), "PITCH F");
+  view.artist.clear();
+  EXPECT_EQ(ConsoleDisplayLine(0, ConsolePage::kTitle, view), "A: Song");
 }

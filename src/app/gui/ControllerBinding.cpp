@@ -4,11 +4,13 @@
 #include <wx/window.h>
 
 #include <memory>
+#include <string>
 
 #include "app/DataFolders.h"
 #include "app/Settings.h"
 #include "app/base/Trace.h"
 #include "app/control/ControlModels.h"
+#include "skin/model/ActionDispatch.h"
 #include "app/gui/OptionsDialog.h"
 #include "controllers/ControllerLayer.h"
 #include "controllers/ControllerTransport.h"
@@ -70,10 +72,41 @@ void BindConsoleModes() {
   }
 }
 
-// The status line names the console found (empty without one).
+// The console's info buttons turn its display's pages.
+void BindConsoleInfo() {
+  for (int deck = 0; deck < 2; ++deck) {
+    if (ButtonModel* info = ButtonModelNamed("tarvo_info", deck)) {
+      info->onPress = [deck](int, int, int) {
+        if (g_layer) g_layer->Display().NextPage(deck);
+      };
+    }
+  }
+}
+
+std::string ModelText(const char* name, int deck) {
+  TextModel* text = TextModelNamed(name, deck);
+  return text ? text->Text() : std::string();
+}
+
+// The status line names the console found (empty without one); with a console, each deck's
+// display line goes to the deck's console info label.
 void ShowConsoleStatus() {
   TextModel* status = TextModelNamed("status_tarvo_controller", -1);
   if (status && g_layer && status->Text() != g_layer->ConsoleStatus()) status->SetText(g_layer->ConsoleStatus());
+  if (!g_layer || !*g_layer->ConsoleStatus()) return;
+  for (int deck = 0; deck < 2; ++deck) {
+    ConsoleDeckView view;
+    for (int slot = 0; slot < 4; ++slot) view.effects[slot] = ModelText(("deck_fx_name" + std::to_string(slot + 1)).c_str(), deck);
+    view.pitchHundredths = GetControlValue("pitch", deck).intValue;
+    view.pitchOnFader = g_layer->Console().PitchOnFader(deck);
+    view.scratch = g_layer->Console().ScratchMode(deck);
+    view.monitor = GetControlValue("monitor", deck).intValue != 0;
+    view.artist = GetControlValue("artist", deck).text;
+    view.title = GetControlValue("title", deck).text;
+    std::string line;
+    TextModel* label = TextModelNamed("label_tarvo_info", deck);
+    if (label && g_layer->Display().Update(deck, view, &line)) label->SetText(line);
+  }
 }
 
 // Runs on a MIDI driver's thread: only posts the drain to the GUI thread.
@@ -93,6 +126,7 @@ void StartControllers(wxWindow* window) {
                  window);
   ConnectSkinScripts(&g_layer->Scripts());
   BindConsoleModes();
+  BindConsoleInfo();
   ShowConsoleStatus();
   // Keys reach the shortcut tables before the focused control; the rest go on as usual.
   window->Bind(wxEVT_CHAR_HOOK, [](wxKeyEvent& event) {
