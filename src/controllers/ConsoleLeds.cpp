@@ -22,16 +22,6 @@ struct NoteRow {
 };
 constexpr NoteRow kNoteLeds[] = {{537, 19, 39}, {538, 14, 34}, {539, 15, 35}, {554, 16, 36}};
 
-struct NameTest {
-  int family;
-  const char* name;
-};
-// In the order the ports are tested; "DJ Control MP3 e2" before its shorter sibling.
-constexpr NameTest kNameTests[] = {
-    {kConsoleMp3e2, "DJ Control MP3 e2"}, {kConsoleMp3, "DJ Control MP3"}, {kConsoleMk2, "DJ Console Mk2"},
-    {kConsoleSteel, "DJ Control Steel"},  {kConsoleRmx, "DJ Console Rmx"},
-};
-
 struct BuiltInTest {
   int bit;
   int kind;  // the queue kind of its messages
@@ -62,13 +52,6 @@ BuiltInConsole BuiltInConsoleFromPortName(const std::string& portName, bool outp
     }
   }
   return {0, "", 0};
-}
-
-int ConsoleFamilyFromPortName(const std::string& name) {
-  for (const NameTest& test : kNameTests) {
-    if (name.find(test.name) != std::string::npos) return test.family;
-  }
-  return 0;
 }
 
 // The names the consoles go by on the status line: the RMX and the Steel are both "DJ Console"

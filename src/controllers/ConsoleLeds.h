@@ -20,9 +20,6 @@ enum ConsoleFamily : int {
   kConsoleMp3e2 = 0x1000,
 };
 
-// The family a MIDI port name belongs to, 0 for none (substring tests, case sensitive).
-int ConsoleFamilyFromPortName(const std::string& name);
-
 // The built-in consoles (mapped by the program, not by a script) that a port name stands for,
 // tested in the order start-up tests them: a bit of the controller type, and the name the log
 // gives and the kind of its messages. `outputs` selects the shorter order used for output ports. 0 and "" for none.

@@ -51,12 +51,6 @@ TEST(ConsoleLeds, EachChangeIsSentOnceOnBothChannelsWithAPauseAfterEachSend) {
   EXPECT_TRUE(out.sent.empty());
 }
 
-TEST(ConsoleLeds, PortNamesPickTheFamily) {
-  EXPECT_EQ(ConsoleFamilyFromPortName("DJ Control MP3 e2:DJ Control MP3 e2 MIDI 1 24:0"), kConsoleMp3e2);
-  EXPECT_EQ(ConsoleFamilyFromPortName("DJ Control MP3 24:0"), kConsoleMp3);
-  EXPECT_EQ(ConsoleFamilyFromPortName("dj console rmx"), 0) << "the test is case sensitive";
-}
-
 TEST(ConsoleLeds, StartUpFindsABuiltInConsoleAndItsLampsGoToItsOutput) {
   TraceCapture trace;
   FakeMidiSystem midi;

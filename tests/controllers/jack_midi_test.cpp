@@ -3,14 +3,9 @@
 // deckPlayPause on deck A, which goes through the window's own action runner and control
 // bindings (a click on deck A's play button) to the deck; the deck plays, and the lamp message
 // the script sends comes back to the test client's input.
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <jack/jack.h>
 #include <jack/midiport.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <cmath>
@@ -25,11 +20,10 @@
 #include "controllers/HardwareControllers.h"
 #include "deck/SoundSource.h"
 #include "app/base/AtomicFile.h"
+#include "support/DummyJackServer.h"
 #include "support/TestFiles.h"
 #include "support/TraceCapture.h"
 #include "support/WaitFor.h"
-
-extern char** environ;
 
 namespace {
 
@@ -92,17 +86,9 @@ struct WindowControls {
 class JackMidi : public ::testing::Test {
  protected:
   void SetUp() override {
-    if (access("/usr/bin/jackd", X_OK) != 0) GTEST_SKIP() << "jackd is not installed";
+    if (!DummyJackServer::Installed()) GTEST_SKIP() << "jackd is not installed";
     jack_set_error_function([](const char*) {});
-    const std::string name = "lumo-midi-" + std::to_string(getpid());
-    const char* argv[] = {"jackd", "-n", name.c_str(), "-d", "dummy", "-r", "44100", "-p", "256", nullptr};
-    posix_spawn_file_actions_t quiet;
-    posix_spawn_file_actions_init(&quiet);
-    posix_spawn_file_actions_addopen(&quiet, 1, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_addopen(&quiet, 2, "/dev/null", O_WRONLY, 0);
-    ASSERT_EQ(posix_spawn(&server_, "/usr/bin/jackd", &quiet, nullptr, const_cast<char**>(argv), environ), 0);
-    posix_spawn_file_actions_destroy(&quiet);
-    setenv("JACK_DEFAULT_SERVER", name.c_str(), 1);
+    ASSERT_TRUE(server_.Start("lumo-midi"));
     ASSERT_TRUE(WaitFor([&] { return (client_ = jack_client_open("lumo-test-ctl", JackNoStartServer, nullptr)); },
                         std::chrono::seconds(15)))
         << "jackd did not come up";
@@ -113,10 +99,8 @@ class JackMidi : public ::testing::Test {
   }
   void TearDown() override {
     if (client_) jack_client_close(client_);
-    if (server_ > 0) kill(server_, SIGTERM), waitpid(server_, nullptr, 0);
-    unsetenv("JACK_DEFAULT_SERVER");
   }
-  pid_t server_ = -1;
+  DummyJackServer server_;  // declared first: it outlives the client
   jack_client_t* client_ = nullptr;
   VirtualController controller_;
 };
@@ -183,45 +167,18 @@ TEST_F(JackMidi, ANoteFromTheControllerPlaysDeckAAndLightsItsLamp) {
   SetThreadsManual(false);
 }
 
-// Runs lumo with `args`, its output into `out`; returns its process id.
-pid_t StartLumo(const std::vector<std::string>& args, const std::string& out) {
-  std::vector<char*> argv{const_cast<char*>(LUMO_BINARY)};
-  for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
-  argv.push_back(nullptr);
-  posix_spawn_file_actions_t files;
-  posix_spawn_file_actions_init(&files);
-  posix_spawn_file_actions_addopen(&files, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  posix_spawn_file_actions_addopen(&files, 2, "/dev/null", O_WRONLY, 0);
-  pid_t pid = -1;
-  posix_spawn(&pid, LUMO_BINARY, &files, nullptr, argv.data(), environ);
-  posix_spawn_file_actions_destroy(&files);
-  return pid;
-}
-
 std::string ReadText(const std::string& path) {
   std::string text;
   ReadWholeFile(path, text);
   return text;
 }
 
-int Wait(pid_t pid) {
-  int status = 0;
-  waitpid(pid, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
 TEST_F(JackMidi, TheMonitorPrintsTheNoteAndControllersNamesTheScriptAndWhy) {
   TempFolder folder;
   const std::string monitorOut = folder.File("monitor.txt");
-  const pid_t monitor = StartLumo({"midi-monitor", "--api", "jack", "--port", "lumo-test-ctl", "--seconds", "20"},
-                                  monitorOut);
-  ASSERT_GT(monitor, 0);
-  struct Stop {  // on an early return: stop and reap the monitor
-    pid_t pid;
-    ~Stop() {
-      if (pid > 0) kill(pid, SIGTERM), waitpid(pid, nullptr, 0);
-    }
-  } stop{monitor};
+  ChildGuard monitor{SpawnQuiet(
+      {LUMO_BINARY, "midi-monitor", "--api", "jack", "--port", "lumo-test-ctl", "--seconds", "20"}, monitorOut)};
+  ASSERT_GT(monitor.pid, 0);
   ASSERT_TRUE(WaitFor([&] { return ReadText(monitorOut).find("listening: lumo-test-ctl:midi_out") != std::string::npos; }));
   // The monitor's port is connected once it prints; give the note until it shows.
   ASSERT_TRUE(WaitFor([&] {
@@ -229,14 +186,12 @@ TEST_F(JackMidi, TheMonitorPrintsTheNoteAndControllersNamesTheScriptAndWhy) {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     return ReadText(monitorOut).find("note-on    ch  1   16 127   (90 10 7F)") != std::string::npos;
   })) << ReadText(monitorOut);
-  kill(monitor, SIGTERM);
-  stop.pid = -1;
-  EXPECT_EQ(Wait(monitor), 0);
+  kill(monitor.pid, SIGTERM);
+  EXPECT_EQ(WaitExit(monitor.Release()), 0);
   EXPECT_NE(ReadText(monitorOut).find("monitored: messages="), std::string::npos);
 
   const std::string listOut = folder.File("controllers.txt");
-  const pid_t list = StartLumo({"controllers", "--api", "jack"}, listOut);
-  EXPECT_EQ(Wait(list), 0);
+  EXPECT_EQ(WaitExit(SpawnQuiet({LUMO_BINARY, "controllers", "--api", "jack"}, listOut)), 0);
   const std::string text = ReadText(listOut);
   EXPECT_NE(text.find("lumo-test-ctl:midi_out  output: lumo-test-ctl:midi_in  script: "), std::string::npos) << text;
   EXPECT_NE(text.find("lumo-test-controller.js  by: device name"), std::string::npos) << text;
