@@ -108,6 +108,7 @@ class ControllerSet : public ScriptDevices {
   ConsoleLeds& Leds() { return leds_; }
   // The bit of the built-in console whose input is open (its messages' family); 0 for none.
   int ConsoleInputBit() const { return consoleIn_.input ? consoleIn_.bit : 0; }
+  const std::string& ConsoleInputName() const { return consoleIn_.name; }
   // The bit of the console whose output drives the lamps; 0 for none.
   int ConsoleOutputBit() const { return consoleOutputBit_; }
 
