@@ -93,6 +93,10 @@ void ControllerSet::DetectBuiltInConsoles() {
     TraceLine("yes, we found a '%s' controller (out)", console.name);
     if (consoleOutput_) leds_.SetOutput(consoleOutput_.get(), console.bit);
     consoleOutputBit_ = console.bit;
+    // The console's first output: every lamp off, whatever the last program left lit.
+    for (int led = kFirstConsoleLed; led < kFirstConsoleLed + kConsoleLedCount; ++led) {
+      leds_.ConsoleSetLedBothDecks(led, 0);
+    }
     break;
   }
   TraceLine("controllerType = %d", hardwareControllerType_);

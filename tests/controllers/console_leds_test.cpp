@@ -63,6 +63,9 @@ TEST(ConsoleLeds, StartUpFindsABuiltInConsoleAndItsLampsGoToItsOutput) {
   EXPECT_TRUE(trace.Saw("yes, we found a 'Tarvo DJ Console Mk2' controller (in)"));
   EXPECT_TRUE(trace.Saw("yes, we found a 'Tarvo DJ Console Mk2' controller (out)"));
   EXPECT_TRUE(trace.Saw("controllerType = 128"));
+  EXPECT_EQ(midi.sent[1].size(), 16u * 2) << "at start the Mk2's sixteen lamps go off, on both channels";
+  EXPECT_EQ(midi.sent[1][0], (std::vector<unsigned char>{0xB0, 15, 0}));
+  midi.sent[1].clear();
   set.Leds().ConsoleSetLed(539, 1, 1);
   EXPECT_EQ(midi.sent[1], (std::vector<std::vector<unsigned char>>{{0xB0, 2, 127}, {0xB1, 2, 127}}));
   EXPECT_TRUE(midi.sent[0].empty());
