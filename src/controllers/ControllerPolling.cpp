@@ -161,7 +161,6 @@ void ControllerSet::WatchMidi(const std::vector<std::string>& inputs, const std:
                              FirstConsolePort(outputs, true) != FirstConsolePort(outputs_, true);
   inputs_ = inputs;
   outputs_ = outputs;
-  if (consolesMoved) DetectBuiltInConsoles();
   for (CZQHardwareController& c : slots_) {
     if (!c.open || c.midiInIndex < 0) continue;
     const int index = FindInput(c.inputName);
@@ -172,6 +171,7 @@ void ControllerSet::WatchMidi(const std::vector<std::string>& inputs, const std:
     }
     c.midiInIndex = index;  // the lists moved under it
   }
+  if (consolesMoved) DetectBuiltInConsoles();  // with the slots' indices in step with the lists
   ApplyMidiSelection(selection_);
 }
 

@@ -116,6 +116,7 @@ namespace {
 struct ConsoleRig {
   explicit ConsoleRig(const std::string& name) {
     midi.inputs = midi.outputs = {"Keys 20:0", name};
+    set.SetClock([this] { return now; });
     set.SetConsoleHandler([this](int kind, int status, int channel, int data1, int data2) {
       kinds.push_back(kind);
       handler.OnMessage(set.ConsoleInputBit(), status, channel, data1, data2);
@@ -132,6 +133,7 @@ struct ConsoleRig {
   FakeMidiSystem midi;
   ScriptHost host;
   ControllerSet set{&midi, nullptr, &host};
+  double now = 0;
   std::vector<std::vector<int>> learned;
   std::vector<int> kinds;
   ConsoleHandler handler{set.Leds(), [this](int s, int c, int d1, int d2) { learned.push_back({s, c, d1, d2}); }};
@@ -169,6 +171,24 @@ TEST(ConsoleHandler, LitButtonsRunTheirActionsWithPressAndReleaseAndTheRestGoesT
   EXPECT_EQ(e2.runner.calls[1].value, 0);
   EXPECT_EQ(e2.kinds, (std::vector<int>{32, 32, 32}));
   EXPECT_EQ(e2.learned.size(), 1u);
+}
+
+TEST(ConsoleHandler, AConsoleUnpluggedAndPluggedInAgainIsFoundAgain) {
+  ConsoleRig mk2("DJ Console Mk2 24:0");
+  mk2.midi.inputs = mk2.midi.outputs = {"Keys 20:0"};
+  mk2.now += 1.1;
+  mk2.set.WatchDevices();
+  EXPECT_EQ(mk2.set.ConsoleInputBit(), 0);
+  EXPECT_EQ(mk2.set.Leds().Family(), 0) << "no lamps to a console that went";
+  mk2.midi.inputs = mk2.midi.outputs = {"DJ Console Mk2 32:0", "Keys 20:0"};
+  mk2.now += 1.1;
+  mk2.set.WatchDevices();
+  EXPECT_EQ(mk2.set.ConsoleInputBit(), kConsoleMk2);
+  EXPECT_EQ(mk2.midi.sent[0].size(), 32u) << "its lamps were put out again";
+  mk2.midi.Deliver(0, {0xB0, 22, 127});
+  mk2.set.DrainQueue();
+  ASSERT_EQ(mk2.runner.calls.size(), 1u);
+  EXPECT_EQ(mk2.runner.calls[0].name, "deckKeyLock");
 }
 
 TEST(ConsoleHandler, KeyLockKillsAndTheMicrophoneLightTheirLampsOnTheConsolesFamily) {
