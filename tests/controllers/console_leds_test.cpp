@@ -51,26 +51,6 @@ TEST(ConsoleLeds, EachChangeIsSentOnceOnBothChannelsWithAPauseAfterEachSend) {
   EXPECT_TRUE(out.sent.empty());
 }
 
-TEST(ConsoleLeds, StartUpFindsABuiltInConsoleAndItsLampsGoToItsOutput) {
-  TraceCapture trace;
-  FakeMidiSystem midi;
-  midi.inputs = {"Keys:Keys MIDI 1 20:0", "DJ Console Mk2:DJ Console Mk2 MIDI 1 24:0"};
-  midi.outputs = {"Keys:Keys MIDI 1 20:0", "DJ Console Mk2:DJ Console Mk2 MIDI 1 24:0"};
-  ScriptHost host;
-  ControllerSet set(&midi, nullptr, &host);
-  set.DetectControllers("/nonexistent");
-  EXPECT_EQ(set.HardwareControllerType(), kConsoleMk2);
-  EXPECT_TRUE(trace.Saw("yes, we found a 'Tarvo DJ Console Mk2' controller (in)"));
-  EXPECT_TRUE(trace.Saw("yes, we found a 'Tarvo DJ Console Mk2' controller (out)"));
-  EXPECT_TRUE(trace.Saw("controllerType = 128"));
-  EXPECT_EQ(midi.sent[1].size(), 16u * 2) << "at start the Mk2's sixteen lamps go off, on both channels";
-  EXPECT_EQ(midi.sent[1][0], (std::vector<unsigned char>{0xB0, 15, 0}));
-  midi.sent[1].clear();
-  set.Leds().ConsoleSetLed(539, 1, 1);
-  EXPECT_EQ(midi.sent[1], (std::vector<std::vector<unsigned char>>{{0xB0, 2, 127}, {0xB1, 2, 127}}));
-  EXPECT_TRUE(midi.sent[0].empty());
-}
-
 TEST(ControllerNotifications, AChangedRowReachesTheLampsThenEachTiedScriptOnce) {
   RecordingRunner runner;
   TraceCapture trace;
@@ -173,8 +153,13 @@ TEST(ConsoleHandler, LitButtonsRunTheirActionsWithPressAndReleaseAndTheRestGoesT
   EXPECT_EQ(e2.learned.size(), 1u);
 }
 
-TEST(ConsoleHandler, AConsoleUnpluggedAndPluggedInAgainIsFoundAgain) {
+TEST(ConsoleHandler, AConsoleIsFoundAtStartAndAgainWhenPluggedBackIn) {
   ConsoleRig mk2("DJ Console Mk2 24:0");
+  EXPECT_EQ(mk2.set.HardwareControllerType(), kConsoleMk2);
+  EXPECT_TRUE(mk2.trace.Saw("yes, we found a 'Tarvo DJ Console Mk2' controller (in)"));
+  EXPECT_TRUE(mk2.trace.Saw("yes, we found a 'Tarvo DJ Console Mk2' controller (out)"));
+  EXPECT_TRUE(mk2.trace.Saw("controllerType = 128"));
+  EXPECT_TRUE(mk2.midi.sent[0].empty()) << "the other device hears nothing of the lamps";
   mk2.midi.inputs = mk2.midi.outputs = {"Keys 20:0"};
   mk2.now += 1.1;
   mk2.set.WatchDevices();
@@ -184,7 +169,8 @@ TEST(ConsoleHandler, AConsoleUnpluggedAndPluggedInAgainIsFoundAgain) {
   mk2.now += 1.1;
   mk2.set.WatchDevices();
   EXPECT_EQ(mk2.set.ConsoleInputBit(), kConsoleMk2);
-  EXPECT_EQ(mk2.midi.sent[0].size(), 32u) << "its lamps were put out again";
+  ASSERT_EQ(mk2.midi.sent[0].size(), 16u * 2) << "the Mk2's sixteen lamps are put out, on both channels";
+  EXPECT_EQ(mk2.midi.sent[0][0], (std::vector<unsigned char>{0xB0, 15, 0}));
   mk2.midi.Deliver(0, {0xB0, 22, 127});
   mk2.set.DrainQueue();
   ASSERT_EQ(mk2.runner.calls.size(), 1u);
