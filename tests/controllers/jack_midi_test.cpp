@@ -190,11 +190,18 @@ TEST_F(JackMidi, TheMonitorPrintsTheNoteAndControllersNamesTheScriptAndWhy) {
   EXPECT_EQ(WaitExit(monitor.Release()), 0);
   EXPECT_NE(ReadText(monitorOut).find("monitored: messages="), std::string::npos);
 
+  // A console the program maps itself, by its port's name: listed as such, not as a device
+  // waiting for a script.
+  jack_client_t* console = jack_client_open("DJ Console Mk2", JackNoStartServer, nullptr);
+  ASSERT_NE(console, nullptr);
+  jack_port_register(console, "midi_out", JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
   const std::string listOut = folder.File("controllers.txt");
   EXPECT_EQ(WaitExit(SpawnQuiet({LUMO_BINARY, "controllers", "--api", "jack"}, listOut)), 0);
+  jack_client_close(console);
   const std::string text = ReadText(listOut);
   EXPECT_NE(text.find("lumo-test-ctl:midi_out  output: lumo-test-ctl:midi_in  script: "), std::string::npos) << text;
   EXPECT_NE(text.find("lumo-test-controller.js  by: device name"), std::string::npos) << text;
+  EXPECT_NE(text.find("DJ Console Mk2:midi_out  built-in console: Tarvo DJ Console Mk2"), std::string::npos) << text;
 }
 
 }  // namespace
