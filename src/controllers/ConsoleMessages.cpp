@@ -80,14 +80,12 @@ void ConsoleHandler::OnNotifier(const char* name, int deck, int value) {
   }
 }
 
-bool ConsoleHandler::ToggleTuneScratch(int deck) {
+bool ConsoleHandler::ConsoleLedBlinkControl(const char* control, int deck) {
   if (deck != 0 && deck != 1) return false;
-  scratch_[deck] = !scratch_[deck];
-  return scratch_[deck];
-}
-
-bool ConsoleHandler::ToggleVolPitch(int deck) {
-  if (deck != 0 && deck != 1) return false;
-  pitchOnFader_[deck] = !pitchOnFader_[deck];
-  return pitchOnFader_[deck];
+  bool* mode = nullptr;
+  if (Is(control, "tarvo_tune_scratch")) mode = &scratch_[deck];
+  if (Is(control, "tarvo_vol_pitch")) mode = &pitchOnFader_[deck];
+  if (!mode) return false;
+  *mode = !*mode;
+  return *mode;
 }

@@ -33,9 +33,9 @@ class ConsoleHandler {
   // A changed notifier row: the lamps that follow it are set (on the console the lamps serve).
   void OnNotifier(const char* name, int deck, int value);
 
-  // The two mode switches, deck 0 or 1; each press flips the mode and returns the new state.
-  bool ToggleTuneScratch(int deck);
-  bool ToggleVolPitch(int deck);
+  // The console's two mode switches, `tarvo_tune_scratch` and `tarvo_vol_pitch`, on deck 0 or
+  // 1: each press flips the mode and returns the new state (false for anything else).
+  bool ConsoleLedBlinkControl(const char* control, int deck);
   bool ScratchMode(int deck) const { return deck == 0 || deck == 1 ? scratch_[deck] : false; }
   bool PitchOnFader(int deck) const { return deck == 0 || deck == 1 ? pitchOnFader_[deck] : false; }
 

@@ -53,20 +53,14 @@ WindowShortcutSink g_sink;
 
 // The console's two mode switches per deck: the program keeps the mode, the button shows it.
 void BindConsoleModes() {
-  struct Mode {
-    const char* control;
-    bool (ConsoleHandler::*toggle)(int deck);
-  };
-  static const Mode kModes[] = {{"tarvo_tune_scratch", &ConsoleHandler::ToggleTuneScratch},
-                                {"tarvo_vol_pitch", &ConsoleHandler::ToggleVolPitch}};
-  for (const Mode& mode : kModes) {
+  for (const char* control : {"tarvo_tune_scratch", "tarvo_vol_pitch"}) {
     for (int deck = 0; deck < 2; ++deck) {
-      ButtonModel* button = ButtonModelNamed(mode.control, deck);
+      ButtonModel* button = ButtonModelNamed(control, deck);
       if (!button) continue;
       button->SetEngineLamp(true);
-      button->onPress = [mode, deck](int, int, int) {
-        ButtonModel* shown = ButtonModelNamed(mode.control, deck);
-        if (g_layer && shown) shown->SetSelected((g_layer->Console().*mode.toggle)(deck));
+      button->onPress = [control, deck](int, int, int) {
+        ButtonModel* shown = ButtonModelNamed(control, deck);
+        if (g_layer && shown) shown->SetSelected(g_layer->Console().ConsoleLedBlinkControl(control, deck));
       };
     }
   }
@@ -96,7 +90,9 @@ void ShowConsoleStatus() {
   if (!g_layer || !*g_layer->ConsoleStatus()) return;
   for (int deck = 0; deck < 2; ++deck) {
     ConsoleDeckView view;
-    for (int slot = 0; slot < 4; ++slot) view.effects[slot] = ModelText(("deck_fx_name" + std::to_string(slot + 1)).c_str(), deck);
+    for (int slot = 0; slot < 4; ++slot) {
+      view.effects[slot] = ModelText(("deck_fx_name" + std::to_string(slot + 1)).c_str(), deck);
+    }
     view.pitchHundredths = GetControlValue("pitch", deck).intValue;
     view.pitchOnFader = g_layer->Console().PitchOnFader(deck);
     view.scratch = g_layer->Console().ScratchMode(deck);
