@@ -40,6 +40,11 @@ constexpr LampRow kLampRows[] = {
 }  // namespace
 
 ConsoleButton ConsoleButtonFor(int family, int status, int data1) {
+  // Only the maker's consoles light their buttons by these numbers.
+  if (family != kConsoleMk2 && family != kConsoleMp3 && family != kConsoleRmx && family != kConsoleSteel &&
+      family != kConsoleMp3e2) {
+    return {};
+  }
   const int expected = family == kConsoleMp3e2 ? 0x90 : 0xB0;
   int led = 0, deck = 0;
   // Note-offs (and note-ons of velocity 0) of the MP3 e2 are the release of the same button.

@@ -151,6 +151,12 @@ TEST(ConsoleHandler, LitButtonsRunTheirActionsWithPressAndReleaseAndTheRestGoesT
   EXPECT_EQ(e2.runner.calls[1].value, 0);
   EXPECT_EQ(e2.kinds, (std::vector<int>{32, 32, 32}));
   EXPECT_EQ(e2.learned.size(), 1u);
+
+  ConsoleRig bcd("BCD2000 MIDI 1 24:0");  // another maker's console: its numbers mean nothing here
+  bcd.Play({0xB0, 22, 127});
+  EXPECT_TRUE(bcd.runner.calls.empty());
+  EXPECT_EQ(bcd.kinds, (std::vector<int>{1}));
+  EXPECT_EQ(bcd.learned.size(), 1u);
 }
 
 TEST(ConsoleHandler, AConsoleIsFoundAtStartAndAgainWhenPluggedBackIn) {
