@@ -7,7 +7,9 @@
 //
 // A runaway script (an endless loop) is stopped by a watchdog thread through the engine's
 // interrupt callback once a call has run for runawayBudget; the line "error - js script '%s'
-// stopped ..." goes to the log and that script is disabled. The program runs on.
+// stopped ..." goes to the log and that script is disabled. The program runs on. Time spent
+// inside `call` and `sendSysex` (an action that sleeps, a slow MIDI driver) is not counted:
+// only the script's own code can run away.
 //
 // Threads: one thread only (the GUI thread): the first thread that uses a host owns the engine
 // for the life of the process. The watchdog is the only other thread that touches it.

@@ -61,6 +61,7 @@ bool Call(JSContext* cx, unsigned argc, JS::Value* vp) {
   int values[8];
   const int count = std::min<int>(static_cast<int>(args.length()) - 1, 8);
   for (int i = 0; i < count; ++i) values[i] = IntegerOr(cx, args[i + 1], kNotConverted);
+  WatchdogPause acting;  // `sleep` and a skin reload take their time; that is not the script's
   CallAction(name.c_str(), values, static_cast<int>(args.length()) - 1);
   return true;
 }
@@ -147,7 +148,12 @@ bool SendSysex(JSContext* cx, unsigned argc, JS::Value* vp) {
     bytes[i] = static_cast<unsigned char>(read ? IntegerOr(cx, element, 0) : 0);
     JS_ClearPendingException(cx);
   }
-  if (devices->SendMidiLong(uniqueId, bytes, static_cast<int>(length)) == SysExResult::kTimedOut) {
+  SysExResult result;
+  {
+    WatchdogPause waiting;  // a slow driver is not a runaway script
+    result = devices->SendMidiLong(uniqueId, bytes, static_cast<int>(length));
+  }
+  if (result == SysExResult::kTimedOut) {
     JS_ReportErrorASCII(cx, "%s", kSysExTimeoutText);
     return false;
   }

@@ -2,6 +2,9 @@
 // the sixteen slots, HID reports through getHidData, and devices that come and go.
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <thread>
+
 #include "FakeTransport.h"
 #include "RecordingRunner.h"
 #include "controllers/HardwareControllers.h"
@@ -224,7 +227,8 @@ const char* kSysexScript =
     "function getSupportedMidiDeviceNameForInput(i) { return 'Pad'; }\n"
     "function messageReceived(id, s, c, d1, d2) {\n"
     "  var page = [0xF0]; while (page.length < 2 * d1 - 1) page.push(d2); page.push(0xF7);\n"
-    "  try { sendSysex(id, page); debug('sysex sent'); } catch (e) { debug('sysex: ' + e.message); }\n"
+    "  try { sendSysex(id, page); for (var i = 0; i < 3; i++) {} debug('sysex sent'); }\n"
+    "  catch (e) { debug('sysex: ' + e.message); }\n"
     "}\n";
 
 }  // namespace
@@ -264,4 +268,11 @@ TEST_F(ControllerSetTest, ASysexMayTakeFiveMillisecondsPerByteAndALongerSendThro
   set.DrainQueue();
   EXPECT_EQ(trace.Count("js debug 'sysex sent'"), 2);
   EXPECT_EQ(midi.resets[0], 1);
+
+  // A driver slower than the script's runaway budget (50 ms) is not the script running away.
+  midi.whileSending = [](size_t) { std::this_thread::sleep_for(std::chrono::milliseconds(120)); };
+  midi.Deliver(0, {0x90, 50, 0x33});
+  set.DrainQueue();
+  EXPECT_EQ(trace.Count("js debug 'sysex sent'"), 3);
+  EXPECT_FALSE(host.Script(0).disabled);
 }
