@@ -12,12 +12,15 @@ endif()
 set(share ${CMAKE_INSTALL_DATADIR})
 install(DIRECTORY data/ DESTINATION ${share}/zorvik-lumo
         PATTERN desktop EXCLUDE PATTERN man EXCLUDE PATTERN completion EXCLUDE
-        PATTERN hicolor EXCLUDE)
+        PATTERN hicolor EXCLUDE PATTERN udev EXCLUDE)
 install(FILES data/desktop/org.zorvik.Lumo.desktop DESTINATION ${share}/applications)
 install(FILES data/desktop/org.zorvik.Lumo.metainfo.xml DESTINATION ${share}/metainfo)
 install(FILES data/desktop/org.zorvik.Lumo.mime.xml DESTINATION ${share}/mime/packages RENAME zorvik-lumo.xml)
 install(DIRECTORY data/icons/hicolor DESTINATION ${share}/icons)
 install(FILES data/completion/lumo DESTINATION ${share}/bash-completion/completions)
+# Access to the HID controllers the shipped scripts map; udev reads lib/udev/rules.d under the
+# prefix (/usr/lib/udev/rules.d for the package).
+install(FILES data/udev/70-zorvik-lumo-controllers.rules DESTINATION lib/udev/rules.d)
 
 # Manual pages, compressed as Debian wants them (-n: no time stamp, so builds repeat).
 set(man_sources ${CMAKE_BINARY_DIR}/man/lumo.1 ${PROJECT_SOURCE_DIR}/data/man/zorvik-lumo.1)

@@ -20,19 +20,32 @@ enum ConsoleFamily : int {
   kConsoleMp3e2 = 0x1000,
 };
 
-// The family a MIDI port name belongs to, 0 for none (substring tests, case sensitive).
-int ConsoleFamilyFromPortName(const std::string& name);
-
 // The built-in consoles (mapped by the program, not by a script) that a port name stands for,
 // tested in the order start-up tests them: a bit of the controller type, and the name the log
-// gives. `outputs` selects the shorter order used for output ports. 0 and "" for none.
+// gives and the kind of its messages. `outputs` selects the shorter order used for output ports. 0 and "" for none.
 struct BuiltInConsole {
   int bit;
   const char* name;
+  int kind;  // the queue kind its messages carry (1, 2, 4, 8, 16, 32 or 64)
 };
 BuiltInConsole BuiltInConsoleFromPortName(const std::string& portName, bool outputs);
-// What the status line shows for a found console; "" for none.
+// What the status line (`status_tarvo_controller`) shows for a console of `family`; "" for none.
 const char* ConsoleName(int family);
+
+// The message number (controller or note) that drives lamp `led` of `deck` on a console of
+// `family`, -1 where the console has no such lamp; and the way back: the lamp and deck a
+// message number stands for (false for none).
+int ConsoleLedMessageNumber(int family, int led, int deck);
+bool ConsoleLedOfMessage(int family, int number, int* led, int* deck);
+// Lamps are property numbers from 534 to 625.
+constexpr int kFirstConsoleLed = 534;
+constexpr int kConsoleLedCount = 625 - 534 + 1;
+
+// The last value sent to each lamp of the two decks; -1 for not yet sent.
+struct ConsoleLedState {
+  int value[2][kConsoleLedCount];
+  void Forget();
+};
 
 class ConsoleLeds {
  public:
@@ -41,19 +54,17 @@ class ConsoleLeds {
 
   // The console's output and family; null or 0 turns the lamps off this path.
   void SetOutput(MidiOutput* output, int family);
+  int Family() const { return output_ ? family_ : 0; }
 
   // Deck 0 or 1 (higher decks have no lamps on a two-deck console).
   void ConsoleSetLed(int led, int deck, int value);
   void ConsoleSetLedBothDecks(int led, int value);
 
  private:
-  static constexpr int kFirstLed = 534;
-  static constexpr int kLedCount = 625 - 534 + 1;
   bool Send(int status, int number, int value);
-  int MessageNumber(int led, int deck) const;
 
   std::function<void()> pause_;
   MidiOutput* output_ = nullptr;
   int family_ = 0;
-  int state_[2][kLedCount];
+  ConsoleLedState state_;
 };

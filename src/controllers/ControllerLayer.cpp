@@ -1,21 +1,28 @@
 #include "controllers/ControllerLayer.h"
 
-#include <cstring>
-
 namespace {
 constexpr const char* kKeyFile = "shortcuts_kb.xml";
 constexpr const char* kMidiFile = "shortcuts_midi.xml";
-
-// The consoles' play and cue lamps follow the notifier (LED numbers of the console family).
-constexpr int kPlayLed = 538;
-constexpr int kCueLed = 539;
 }  // namespace
 
 ControllerLayer::ControllerLayer(std::unique_ptr<MidiSystem> midi, std::unique_ptr<HidSystem> hid)
-    : midi_(std::move(midi)), hid_(std::move(hid)), controllers_(midi_.get(), hid_.get(), &host_) {
+    : midi_(std::move(midi)),
+      hid_(std::move(hid)),
+      controllers_(midi_.get(), hid_.get(), &host_),
+      console_(controllers_.Leds(), [this](int status, int channel, int data1, int data2) {
+        shortcuts_.MapMidi(status, channel, data1, data2, 0);
+      }) {
   controllers_.SetUnmatchedHandler([this](int status, int channel, int data1, int data2, int time) {
     shortcuts_.MapMidi(status, channel, data1, data2, time);
   });
+  controllers_.SetConsoleHandler([this](int, int status, int channel, int data1, int data2) {
+    console_.OnMessage(controllers_.ConsoleInputBit(), status, channel, data1, data2);
+  });
+}
+
+const char* ControllerLayer::ConsoleStatus() const {
+  const int bit = controllers_.ConsoleInputBit() ? controllers_.ConsoleInputBit() : controllers_.ConsoleOutputBit();
+  return ConsoleName(bit);
 }
 
 ControllerLayer::~ControllerLayer() { controllers_.CloseAll(); }
@@ -39,8 +46,5 @@ void ControllerLayer::Tick() {
   controllers_.DrainQueue();
   controllers_.PollControllers();
   controllers_.WatchDevices();
-  controllers_.NotifyChanges([this](const char* name, int deck, int value) {
-    if (!std::strcmp(name, "play")) controllers_.Leds().ConsoleSetLed(kPlayLed, deck, value);
-    if (!std::strcmp(name, "cue")) controllers_.Leds().ConsoleSetLed(kCueLed, deck, value);
-  });
+  controllers_.NotifyChanges([this](const char* name, int deck, int value) { console_.OnNotifier(name, deck, value); });
 }

@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "controllers/ConsoleDisplay.h"
+#include "controllers/ConsoleMessages.h"
 #include "controllers/HardwareControllers.h"
 #include "controllers/ScriptHost.h"
 #include "controllers/ShortcutTables.h"
@@ -35,6 +37,10 @@ class ControllerLayer {
   ScriptHost& Scripts() { return host_; }
   ControllerSet& Controllers() { return controllers_; }
   ShortcutTables& Shortcuts() { return shortcuts_; }
+  ConsoleHandler& Console() { return console_; }
+  ConsoleDisplay& Display() { return display_; }
+  // What `status_tarvo_controller` shows: the found console's name, "" for none.
+  const char* ConsoleStatus() const;
 
  private:
   std::unique_ptr<MidiSystem> midi_;
@@ -42,4 +48,6 @@ class ControllerLayer {
   ScriptHost host_;
   ShortcutTables shortcuts_;
   ControllerSet controllers_;
+  ConsoleHandler console_;
+  ConsoleDisplay display_;
 };

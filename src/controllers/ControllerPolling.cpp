@@ -15,27 +15,49 @@ constexpr double kIdentityTimeout = 1.0;  // seconds before a silent device is m
 constexpr double kWatchPeriod = 1.0;      // seconds between two listings of the devices
 constexpr int kMaxHidReportsPerTick = 64;  // a jog wheel's burst, and no more
 
+// The first port a built-in console test takes, "" for none.
+std::string FirstConsolePort(const std::vector<std::string>& names, bool outputs) {
+  for (const std::string& name : names) {
+    if (BuiltInConsoleFromPortName(name, outputs).bit) return name;
+  }
+  return {};
+}
+
 }  // namespace
 
 int ControllerSet::DrainQueue() {
-  return queue_.Drain([this](const MidiQueueMessage& m) {
-    auto* c = static_cast<CZQHardwareController*>(m.context);
-    if (!c || !c->open) return;  // closed since the message came
-    if (m.kind == kIdentityReplyKind) {
-      char id[11];
-      std::snprintf(id, sizeof id, "%02X%02X%02X%02X%02X", (m.data1 >> 24) & 0xFF, (m.data1 >> 16) & 0xFF,
-                    (m.data1 >> 8) & 0xFF, m.data1 & 0xFF, m.data2 & 0xFF);
-      MatchBySysEx(*c, id);
-      return;
+  return queue_.Drain([this](const MidiQueueMessage& m) { DeliverMessage(m); });
+}
+
+void ControllerSet::DeliverMessage(const MidiQueueMessage& m) {
+  const bool builtIn = m.kind >= 1 && m.kind <= 64 && (m.kind & (m.kind - 1)) == 0;
+  if (builtIn) {
+    // A message still queued from a console input that closed since is dropped.
+    if (m.context == &consoleIn_ && consoleIn_.input && consoleHandler_) {
+      consoleHandler_(m.kind, m.status, m.channel, m.data1, m.data2);
     }
-    if (c->scriptIndex >= 0 && host_) {
-      if (host_->Script(c->scriptIndex).controllerType != 1) {
-        host_->CallVoid(c->scriptIndex, "messageReceived", {c->selfId, m.status, m.channel, m.data1, m.data2});
-      }
-    } else if (unmatched_) {
-      unmatched_(m.status, m.channel, m.data1, m.data2, m.time);
+    return;
+  }
+  if (m.kind != kGenericControllerKind && m.kind != kIdentityReplyKind) {
+    if (unmatched_) unmatched_(m.status, m.channel, m.data1, m.data2, m.time);
+    return;
+  }
+  auto* c = static_cast<CZQHardwareController*>(m.context);
+  if (!c || !c->open) return;  // closed since the message came
+  if (m.kind == kIdentityReplyKind) {
+    char id[11];
+    std::snprintf(id, sizeof id, "%02X%02X%02X%02X%02X", (m.data1 >> 24) & 0xFF, (m.data1 >> 16) & 0xFF,
+                  (m.data1 >> 8) & 0xFF, m.data1 & 0xFF, m.data2 & 0xFF);
+    MatchBySysEx(*c, id);
+    return;
+  }
+  if (c->scriptIndex >= 0 && host_) {
+    if (host_->Script(c->scriptIndex).controllerType != 1) {
+      host_->CallVoid(c->scriptIndex, "messageReceived", {c->selfId, m.status, m.channel, m.data1, m.data2});
     }
-  });
+  } else if (unmatched_) {
+    unmatched_(m.status, m.channel, m.data1, m.data2, m.time);
+  }
 }
 
 void ControllerSet::MatchBySysEx(CZQHardwareController& c, const std::string& id) {
@@ -95,6 +117,13 @@ bool ControllerSet::SendMidiShort(int uniqueId, int status, int data1, int data2
   return c.midiOut->Send(bytes, length);
 }
 
+SysExResult ControllerSet::SendMidiLong(int uniqueId, const unsigned char* bytes, int length) {
+  if (uniqueId < 0 || uniqueId >= kMaxControllerSlots || length <= 0) return SysExResult::kFailed;
+  CZQHardwareController& c = slots_[uniqueId];
+  if (!c.open || !c.midiOut) return SysExResult::kFailed;
+  return SendLong(*c.midiOut, bytes, static_cast<size_t>(length), clock_);
+}
+
 HidStores* ControllerSet::HidStoresOf(int uniqueId) {
   if (uniqueId < 0 || uniqueId >= kMaxControllerSlots) return nullptr;
   CZQHardwareController& c = slots_[uniqueId];
@@ -128,7 +157,8 @@ void ControllerSet::WatchMidi(const std::vector<std::string>& inputs, const std:
       TraceLine("MIDI device came: '%s'", name.c_str());
     }
   }
-  const std::vector<std::string> before = inputs_;
+  const bool consolesMoved = FirstConsolePort(inputs, false) != FirstConsolePort(inputs_, false) ||
+                             FirstConsolePort(outputs, true) != FirstConsolePort(outputs_, true);
   inputs_ = inputs;
   outputs_ = outputs;
   for (CZQHardwareController& c : slots_) {
@@ -141,6 +171,7 @@ void ControllerSet::WatchMidi(const std::vector<std::string>& inputs, const std:
     }
     c.midiInIndex = index;  // the lists moved under it
   }
+  if (consolesMoved) DetectBuiltInConsoles();  // with the slots' indices in step with the lists
   ApplyMidiSelection(selection_);
 }
 

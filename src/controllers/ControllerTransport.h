@@ -24,7 +24,11 @@ class MidiInput {
 class MidiOutput {
  public:
   virtual ~MidiOutput() = default;
+  // One whole message: a short one or a sysex (F0 ... F7). False when the driver refused it.
   virtual bool Send(const unsigned char* bytes, size_t length) = 0;
+  // Drops whatever the driver still holds for the port and opens it afresh (after a send that
+  // ran out of time).
+  virtual void Reset() {}
 };
 
 class MidiSystem {

@@ -35,6 +35,7 @@ ControllerSet::ControllerSet(MidiSystem* midi, HidSystem* hid, ScriptHost* host)
 
 ControllerSet::~ControllerSet() {
   CloseAll();
+  consoleIn_.input.reset();
   leds_.SetOutput(nullptr, 0);
   if (host_) host_->SetDevices(nullptr);
 }
@@ -63,16 +64,26 @@ void ControllerSet::DetectControllers(const std::string& scriptFolder) {
 }
 
 // The consoles the program maps itself: the first input and the first output whose names pass
-// a test set the controller type; the output drives the console's lamps.
+// a test set the controller type; the input's messages go to the console's handler, the output
+// drives its lamps. Runs again when the ports change (a console plugged in or out).
 void ControllerSet::DetectBuiltInConsoles() {
   hardwareControllerType_ = 0;
   leds_.SetOutput(nullptr, 0);
   consoleOutput_.reset();
-  for (const std::string& name : inputs_) {
-    const BuiltInConsole console = BuiltInConsoleFromPortName(name, false);
+  consoleOutputBit_ = 0;
+  consoleIn_.input.reset();  // stops its callbacks before the fields change
+  consoleIn_ = ConsoleInput{};
+  consoleIn_.owner = this;
+  for (size_t i = 0; i < inputs_.size(); ++i) {
+    const BuiltInConsole console = BuiltInConsoleFromPortName(inputs_[i], false);
     if (!console.bit) continue;
     hardwareControllerType_ |= console.bit;
     TraceLine("yes, we found a '%s' controller (in)", console.name);
+    CloseControllersOfMidiInput(static_cast<int>(i));  // the console's own handler takes it
+    consoleIn_.bit = console.bit;
+    consoleIn_.kind = console.kind;
+    consoleIn_.name = inputs_[i];
+    if (midi_) consoleIn_.input = midi_->OpenInput(static_cast<int>(i), &ControllerSet::OnConsoleBytes, &consoleIn_);
     break;
   }
   for (size_t i = 0; i < outputs_.size() && midi_; ++i) {
@@ -81,6 +92,11 @@ void ControllerSet::DetectBuiltInConsoles() {
     consoleOutput_ = midi_->OpenOutput(static_cast<int>(i));
     TraceLine("yes, we found a '%s' controller (out)", console.name);
     if (consoleOutput_) leds_.SetOutput(consoleOutput_.get(), console.bit);
+    consoleOutputBit_ = console.bit;
+    // The console's first output: every lamp off, whatever the last program left lit.
+    for (int led = kFirstConsoleLed; led < kFirstConsoleLed + kConsoleLedCount; ++led) {
+      leds_.ConsoleSetLedBothDecks(led, 0);
+    }
     break;
   }
   TraceLine("controllerType = %d", hardwareControllerType_);
@@ -210,6 +226,7 @@ void ControllerSet::CloseAll() {
 void ControllerSet::ApplyMidiSelection(const std::vector<std::string>& enabledInputs) {
   selection_ = enabledInputs;
   for (size_t i = 0; i < inputs_.size(); ++i) {
+    if (consoleIn_.input && inputs_[i] == consoleIn_.name) continue;  // the console's handler has it
     bool enabled = false;
     for (const std::string& name : enabledInputs) {
       enabled = enabled || name == inputs_[i] || NormaliseMidiPortName(name) == NormaliseMidiPortName(inputs_[i]);
@@ -223,6 +240,12 @@ void ControllerSet::ApplyMidiSelection(const std::vector<std::string>& enabledIn
       CloseControllersOfMidiInput(static_cast<int>(i));
     }
   }
+}
+
+void ControllerSet::OnConsoleBytes(void* context, const unsigned char* bytes, size_t length, int time) {
+  auto* console = static_cast<ConsoleInput*>(context);
+  if (!console || length == 0 || bytes[0] == 0xF0) return;  // the consoles' sysex means nothing here
+  console->owner->queue_.PushShortBytes(console, bytes, length, time, console->kind);
 }
 
 void ControllerSet::OnMidiBytes(void* context, const unsigned char* bytes, size_t length, int time) {

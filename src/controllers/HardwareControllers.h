@@ -60,6 +60,9 @@ class ControllerSet : public ScriptDevices {
 
   // Seconds for the identity time-out and the hot-plug period; tests step their own clock.
   void SetClock(std::function<double()> seconds) { clock_ = std::move(seconds); }
+  // Messages of the built-in console's input (queue kinds 1 to 64), on the GUI thread.
+  using ConsoleMessageHandler = std::function<void(int kind, int status, int channel, int data1, int data2)>;
+  void SetConsoleHandler(ConsoleMessageHandler handler) { consoleHandler_ = std::move(handler); }
   // Messages from devices without a script (the MIDI learn map takes them).
   using UnmatchedHandler = std::function<void(int status, int channel, int data1, int data2, int time)>;
   void SetUnmatchedHandler(UnmatchedHandler handler) { unmatched_ = std::move(handler); }
@@ -103,16 +106,32 @@ class ControllerSet : public ScriptDevices {
   // was opened.
   int HardwareControllerType() const { return hardwareControllerType_; }
   ConsoleLeds& Leds() { return leds_; }
+  // The bit of the built-in console whose input is open (its messages' family); 0 for none.
+  int ConsoleInputBit() const { return consoleIn_.input ? consoleIn_.bit : 0; }
+  const std::string& ConsoleInputName() const { return consoleIn_.name; }
+  // The bit of the console whose output drives the lamps; 0 for none.
+  int ConsoleOutputBit() const { return consoleOutputBit_; }
 
   // ScriptDevices
   bool SendMidiShort(int uniqueId, int status, int data1, int data2) override;
   HidStores* HidStoresOf(int uniqueId) override;
   bool WriteHid(int uniqueId, const unsigned char* data, int length) override;
+  SysExResult SendMidiLong(int uniqueId, const unsigned char* bytes, int length) override;
 
   // The MIDI back end's input callback (driver thread). Public for the fakes and fuzzing.
   static void OnMidiBytes(void* context, const unsigned char* bytes, size_t length, int time);
 
  private:
+  // The built-in console's input: its messages carry the console's kind.
+  struct ConsoleInput {
+    ControllerSet* owner = nullptr;
+    int bit = 0;
+    int kind = 0;
+    std::string name;
+    std::unique_ptr<MidiInput> input;
+  };
+  static void OnConsoleBytes(void* context, const unsigned char* bytes, size_t length, int time);
+  void DeliverMessage(const MidiQueueMessage& message);
   void MatchBySysEx(CZQHardwareController& controller, const std::string& id);
   void MatchByName(CZQHardwareController& controller);
   void Tie(CZQHardwareController& controller, int script, const char* reason);
@@ -138,5 +157,8 @@ class ControllerSet : public ScriptDevices {
   double lastWatch_ = 0;
   int hardwareControllerType_ = 0;
   std::unique_ptr<MidiOutput> consoleOutput_;
+  int consoleOutputBit_ = 0;
+  ConsoleInput consoleIn_;
+  ConsoleMessageHandler consoleHandler_;
   ConsoleLeds leds_;
 };

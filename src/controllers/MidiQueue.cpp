@@ -31,14 +31,14 @@ bool MidiQueue::Push(void* context, int kind, int status, int channel, int data1
   return true;
 }
 
-bool MidiQueue::PushShortBytes(void* context, const unsigned char* bytes, size_t length,
-                               int time) noexcept {
+bool MidiQueue::PushShortBytes(void* context, const unsigned char* bytes, size_t length, int time,
+                               int kind) noexcept {
   if (length == 0 || bytes[0] == 0xFE || bytes[0] == 0xF8) return false;
   if (context == nullptr) return false;
   const int status = bytes[0];
   const int data1 = length > 1 ? bytes[1] : 0;
   const int data2 = length > 2 ? bytes[2] : 0;
-  return Push(context, kGenericControllerKind, status & 0xF0, status & 0x0F, data1, data2, time);
+  return Push(context, kind, status & 0xF0, status & 0x0F, data1, data2, time);
 }
 
 bool MidiQueue::Pop(MidiQueueMessage* message) {

@@ -44,8 +44,10 @@ class MidiQueue {
 
   // A raw short message from a driver: active sensing (0xFE) and clock (0xF8) are dropped
   // before anything else; a status byte is split into status (channel bits cleared) and
-  // channel. Returns false for a dropped or empty message.
-  bool PushShortBytes(void* context, const unsigned char* bytes, size_t length, int time) noexcept;
+  // channel. Returns false for a dropped or empty message. `kind` is the generic controller's
+  // unless a built-in console's input pushes.
+  bool PushShortBytes(void* context, const unsigned char* bytes, size_t length, int time,
+                      int kind = -1) noexcept;
 
   // Hands every waiting message to `handle` in arrival order; returns how many. Messages pushed
   // while the drain runs are delivered by this drain or the next one.

@@ -72,7 +72,7 @@ class RtInput : public MidiInput {
 
 class RtOutput : public MidiOutput {
  public:
-  RtOutput(RtMidi::Api api, const std::string& client, int index) : midi_(api, client) {
+  RtOutput(RtMidi::Api api, const std::string& client, int index) : midi_(api, client), index_(index) {
     midi_.setErrorCallback(&Quiet, nullptr);
     midi_.openPort(static_cast<unsigned>(index), "out");
   }
@@ -91,10 +91,20 @@ class RtOutput : public MidiOutput {
       return false;
     }
   }
+  // Closing the port drops what ALSA or JACK still queues for it; the same port opens again.
+  void Reset() override {
+    try {
+      midi_.closePort();
+      midi_.openPort(static_cast<unsigned>(index_), "out");
+    } catch (const RtMidiError& error) {
+      TraceLine("MIDI output reset failed: %s", error.getMessage().c_str());
+    }
+  }
   bool IsOpen() const { return midi_.isPortOpen(); }
 
  private:
   RtMidiOut midi_;
+  int index_;
 };
 
 class RtMidiSystem : public MidiSystem {

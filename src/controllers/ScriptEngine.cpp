@@ -59,7 +59,14 @@ class Engine {
     wake_.notify_all();
   }
   void End() { started_.store(0, std::memory_order_release); }
+  // The watchdog skips a call whose start is 0; Resume moves the start on by the pause, so the
+  // script's own time before and after still adds up.
+  Clock::rep Suspend() { return started_.exchange(0, std::memory_order_acq_rel); }
+  void Resume(Clock::rep saved, Clock::duration paused) {
+    if (saved != 0) started_.store(saved + paused.count(), std::memory_order_release);
+  }
   bool Stopped() const { return stopped_.load(std::memory_order_acquire); }
+  bool Unwatched() const { return started_.load(std::memory_order_acquire) == 0; }
 
  private:
   static bool OnInterrupt(JSContext*);
@@ -110,7 +117,9 @@ std::atomic<int>& LiveRealms() { return g_liveRealms; }
 
 JSContext* Context() { return TheEngine().Get(); }
 
-CallGuard::CallGuard(std::chrono::milliseconds budget) : outer_(callDepth++ == 0) {
+// Script code that runs inside a paused host function (an action that reaches the skin's
+// script) is watched again, on its own budget.
+CallGuard::CallGuard(std::chrono::milliseconds budget) : outer_(callDepth++ == 0 || TheEngine().Unwatched()) {
   if (outer_) TheEngine().Begin(budget);
 }
 
@@ -120,6 +129,10 @@ CallGuard::~CallGuard() {
 }
 
 bool CallGuard::Stopped() const { return TheEngine().Stopped(); }
+
+WatchdogPause::WatchdogPause() : saved_(TheEngine().Suspend()), since_(Clock::now()) {}
+
+WatchdogPause::~WatchdogPause() { TheEngine().Resume(saved_, Clock::now() - since_); }
 
 std::string TakeExceptionText(JSContext* cx) {
   if (!JS_IsExceptionPending(cx)) return "";

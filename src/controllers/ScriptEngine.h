@@ -42,6 +42,19 @@ class CallGuard {
   bool outer_;
 };
 
+// Brackets the inside of a host function that may block for good reason (a sysex send, an
+// action that sleeps or loads): that time does not count against the running call's budget, so
+// only script code that loops is stopped as a runaway.
+class WatchdogPause {
+ public:
+  WatchdogPause();
+  ~WatchdogPause();
+
+ private:
+  std::chrono::steady_clock::rep saved_;
+  std::chrono::steady_clock::time_point since_;
+};
+
 // The pending exception's text ("file:line: message"), cleared; "" when there is none.
 std::string TakeExceptionText(JSContext* cx);
 

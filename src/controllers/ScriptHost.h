@@ -1,13 +1,15 @@
 #pragma once
 // The controller script host: every controller file under controllers/ gets its own realm
 // (global object), the skin's script one more, all in one SpiderMonkey context. The host
-// defines the functions a script may call (call, debug, sendMidi, sendHid, getValue, getHidData,
-// setHidData; for the skin call, debug, getValue, getGroupId, getControlId) and nothing else:
+// defines the functions a script may call (call, debug, sendMidi, sendSysex, sendHid, getValue,
+// getHidData, setHidData; for the skin call, debug, getValue, getGroupId, getControlId) and nothing else:
 // there is no file, network or process access in a script's global object.
 //
 // A runaway script (an endless loop) is stopped by a watchdog thread through the engine's
 // interrupt callback once a call has run for runawayBudget; the line "error - js script '%s'
-// stopped ..." goes to the log and that script is disabled. The program runs on.
+// stopped ..." goes to the log and that script is disabled. The program runs on. Time spent
+// inside `call` and `sendSysex` (an action that sleeps, a slow MIDI driver) is not counted:
+// only the script's own code can run away.
 //
 // Threads: one thread only (the GUI thread): the first thread that uses a host owns the engine
 // for the life of the process. The watchdog is the only other thread that touches it.
@@ -18,6 +20,7 @@
 #include <vector>
 
 #include "controllers/HidData.h"
+#include "controllers/SysExOut.h"
 
 constexpr int kMaxControllerScripts = 128;
 constexpr int kMaxControllerSlots = 16;
@@ -31,6 +34,10 @@ class ScriptDevices {
   // Null for an empty slot or a slot without a HID device.
   virtual HidStores* HidStoresOf(int uniqueId) = 0;
   virtual bool WriteHid(int uniqueId, const unsigned char* data, int length) = 0;
+  // One sysex on the slot's MIDI output (see SysExOut.h).
+  virtual SysExResult SendMidiLong(int /*uniqueId*/, const unsigned char* /*bytes*/, int /*length*/) {
+    return SysExResult::kFailed;
+  }
 };
 
 struct ControllerScript {

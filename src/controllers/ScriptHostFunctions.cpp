@@ -61,6 +61,7 @@ bool Call(JSContext* cx, unsigned argc, JS::Value* vp) {
   int values[8];
   const int count = std::min<int>(static_cast<int>(args.length()) - 1, 8);
   for (int i = 0; i < count; ++i) values[i] = IntegerOr(cx, args[i + 1], kNotConverted);
+  WatchdogPause acting;  // `sleep` and a skin reload take their time; that is not the script's
   CallAction(name.c_str(), values, static_cast<int>(args.length()) - 1);
   return true;
 }
@@ -117,6 +118,44 @@ bool SendMidi(JSContext* cx, unsigned argc, JS::Value* vp) {
   ScriptDevices* devices = HostFunctions::Devices();
   if (devices && v[0] >= 0 && v[0] < kMaxControllerSlots) {
     devices->SendMidiShort(v[0], (v[1] | v[2]) & 0xFF, v[3] & 0x7F, v[4] & 0x7F);
+  }
+  return true;
+}
+
+// sendSysex(uniqueId, data): the array's elements as bytes, in one message. A send that runs
+// out of time throws, so a script can tell that the device stopped listening; every other
+// problem only logs, as elsewhere.
+bool SendSysex(JSContext* cx, unsigned argc, JS::Value* vp) {
+  constexpr uint32_t kMaxBytes = 4096;  // a display page or a lamp map; 20 s at the allowed rate
+  JS::CallArgs args = JS::CallArgsFromVp(argc, vp);
+  args.rval().setUndefined();
+  JS::RootedObject array(cx, args.length() == 2 && args[1].isObject() ? &args[1].toObject() : nullptr);
+  bool isArray = false;
+  uint32_t length = 0;
+  int uniqueId = -1;
+  if (!array || !ToInteger(cx, args[0], &uniqueId) || !JS::IsArrayObject(cx, array, &isArray) || !isArray ||
+      !JS::GetArrayLength(cx, array, &length) || length == 0 || length > kMaxBytes) {
+    JS_ClearPendingException(cx);
+    TraceLine("js sendSysex params error -- should be: sendSysex(uniqueId,data); with 1 to %u bytes", kMaxBytes);
+    return true;
+  }
+  ScriptDevices* devices = HostFunctions::Devices();
+  if (!devices || uniqueId < 0 || uniqueId >= kMaxControllerSlots) return true;
+  unsigned char bytes[kMaxBytes];
+  JS::RootedValue element(cx);
+  for (uint32_t i = 0; i < length; ++i) {
+    const bool read = JS_GetElement(cx, array, i, &element);
+    bytes[i] = static_cast<unsigned char>(read ? IntegerOr(cx, element, 0) : 0);
+    JS_ClearPendingException(cx);
+  }
+  SysExResult result;
+  {
+    WatchdogPause waiting;  // a slow driver is not a runaway script
+    result = devices->SendMidiLong(uniqueId, bytes, static_cast<int>(length));
+  }
+  if (result == SysExResult::kTimedOut) {
+    JS_ReportErrorASCII(cx, "%s", kSysExTimeoutText);
+    return false;
   }
   return true;
 }
@@ -240,6 +279,7 @@ constexpr HostFunction kHostFunctions[] = {
     {"debug", Debug, 1, true, true},
     {"getValue", GetValue, 1, true, true},
     {"sendMidi", SendMidi, 5, true, false},
+    {"sendSysex", SendSysex, 2, true, false},
     {"sendHid", SendHid, 3, true, false},
     {"getHidData", GetHidData, 4, true, false},
     {"setHidData", SetHidData, 5, true, false},

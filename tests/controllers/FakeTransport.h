@@ -2,6 +2,7 @@
 // In-process MIDI and HID devices for the controller tests: a test lists ports, plays bytes
 // into an open input as the driver would, and reads back what the program sent.
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,6 +19,8 @@ class FakeMidiSystem : public MidiSystem {
   std::vector<std::string> inputs, outputs;
   std::vector<OpenPort> openInputs = std::vector<OpenPort>(32);
   std::vector<std::vector<std::vector<unsigned char>>> sent = std::vector<std::vector<std::vector<unsigned char>>>(32);
+  std::vector<int> resets = std::vector<int>(32);
+  std::function<void(size_t length)> whileSending;  // runs inside each send (a slow driver)
 
   std::vector<std::string> InputNames() override { return inputs; }
   std::vector<std::string> OutputNames() override { return outputs; }
@@ -34,14 +37,17 @@ class FakeMidiSystem : public MidiSystem {
 
   std::unique_ptr<MidiOutput> OpenOutput(int index) override {
     struct Output : MidiOutput {
-      std::vector<std::vector<unsigned char>>* log;
-      explicit Output(std::vector<std::vector<unsigned char>>* l) : log(l) {}
+      FakeMidiSystem* system;
+      int index;
+      Output(FakeMidiSystem* s, int i) : system(s), index(i) {}
       bool Send(const unsigned char* bytes, size_t length) override {
-        log->emplace_back(bytes, bytes + length);
+        if (system->whileSending) system->whileSending(length);
+        system->sent[index].emplace_back(bytes, bytes + length);
         return true;
       }
+      void Reset() override { ++system->resets[index]; }
     };
-    return std::make_unique<Output>(&sent[index]);
+    return std::make_unique<Output>(this, index);
   }
 
   // Plays bytes into input `index` as its driver thread would.

@@ -2,6 +2,9 @@
 // the sixteen slots, HID reports through getHidData, and devices that come and go.
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <thread>
+
 #include "FakeTransport.h"
 #include "RecordingRunner.h"
 #include "controllers/HardwareControllers.h"
@@ -215,3 +218,61 @@ TEST_F(ControllerSetTest, DevicesThatComeAndGoAreNoticedWithinTwoSeconds) {
 }
 
 }  // namespace
+
+namespace {
+
+// A script that sends a sysex of twice data1 bytes on each message and says whether it was thrown at.
+const char* kSysexScript =
+    "function getLanguageVersion() { return 1; }\n"
+    "function getSupportedMidiDeviceNameForInput(i) { return 'Pad'; }\n"
+    "function messageReceived(id, s, c, d1, d2) {\n"
+    "  var page = [0xF0]; while (page.length < 2 * d1 - 1) page.push(d2); page.push(0xF7);\n"
+    "  try { sendSysex(id, page); for (var i = 0; i < 3; i++) {} debug('sysex sent'); }\n"
+    "  catch (e) { debug('sysex: ' + e.message); }\n"
+    "}\n";
+
+}  // namespace
+
+TEST_F(ControllerSetTest, ASysexMayTakeFiveMillisecondsPerByteAndALongerSendThrowsAndResetsThePort) {
+  midi.inputs = midi.outputs = {"Pad 20:0"};
+  LoadScripts({kSysexScript});
+  set.ListDevices();
+  set.ApplyMidiSelection({"Pad"});
+  now += 2;
+  set.PollControllers();
+  ASSERT_EQ(set.Slot(0).scriptIndex, 0);
+  midi.sent[0].clear();
+
+  double sendTakes = 0;  // seconds the fake driver spends on each sysex
+  midi.whileSending = [&](size_t length) {
+    if (length > 3) now += sendTakes;
+  };
+  sendTakes = 0.499;  // a 100-byte page is allowed 500 ms
+  midi.Deliver(0, {0x90, 50, 0x11});
+  set.DrainQueue();
+  EXPECT_TRUE(trace.Saw("js debug 'sysex sent'"));
+  ASSERT_EQ(midi.sent[0].size(), 1u);
+  EXPECT_EQ(midi.sent[0][0].size(), 100u);
+  EXPECT_EQ(midi.sent[0][0].front(), 0xF0);
+  EXPECT_EQ(midi.sent[0][0][50], 0x11);
+  EXPECT_EQ(midi.resets[0], 0);
+
+  sendTakes = 0.501;
+  midi.Deliver(0, {0x90, 50, 0x11});
+  set.DrainQueue();
+  EXPECT_TRUE(trace.Saw("js debug 'sysex: sending sysex: out of time.'"));
+  EXPECT_EQ(midi.resets[0], 1) << "the port is reset after a time-out";
+
+  sendTakes = 0.501;  // 200 bytes are allowed a second
+  midi.Deliver(0, {0x90, 100, 0x22});
+  set.DrainQueue();
+  EXPECT_EQ(trace.Count("js debug 'sysex sent'"), 2);
+  EXPECT_EQ(midi.resets[0], 1);
+
+  // A driver slower than the script's runaway budget (50 ms) is not the script running away.
+  midi.whileSending = [](size_t) { std::this_thread::sleep_for(std::chrono::milliseconds(120)); };
+  midi.Deliver(0, {0x90, 50, 0x33});
+  set.DrainQueue();
+  EXPECT_EQ(trace.Count("js debug 'sysex sent'"), 3);
+  EXPECT_FALSE(host.Script(0).disabled);
+}

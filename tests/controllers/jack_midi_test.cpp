@@ -1,31 +1,29 @@
 // The whole road with the real transport: a JACK MIDI client in the test plays a note into the
 // program's input on a private dummy server; the shipped test controller script turns it into
-// deckPlayPause on deck A, the deck plays, and the lamp message the script sends comes back to
-// the test client's input.
-#include <fcntl.h>
+// deckPlayPause on deck A, which goes through the window's own action runner and control
+// bindings (a click on deck A's play button) to the deck; the deck plays, and the lamp message
+// the script sends comes back to the test client's input.
 #include <gtest/gtest.h>
 #include <jack/jack.h>
 #include <jack/midiport.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <cmath>
 #include <memory>
 
-#include "RecordingRunner.h"
+#include "app/Engine.h"
 #include "app/base/Realtime.h"
+#include "app/control/ControlActions.h"
+#include "app/control/ControlBindings.h"
+#include "app/control/ControlModels.h"
 #include "audio/Threads.h"
 #include "controllers/HardwareControllers.h"
 #include "deck/SoundSource.h"
 #include "app/base/AtomicFile.h"
+#include "support/DummyJackServer.h"
 #include "support/TestFiles.h"
 #include "support/TraceCapture.h"
 #include "support/WaitFor.h"
-
-extern char** environ;
 
 namespace {
 
@@ -68,37 +66,29 @@ struct VirtualController {
   }
 };
 
-// deckPlayPause and the play flag on a real deck.
-class DeckRunner : public RecordingRunner {
- public:
-  explicit DeckRunner(CSoundSource* deck) : deck_(deck) {}
-  void RunAction(int row, int value, int aux, int deck) override {
-    RecordingRunner::RunAction(row, value, aux, deck);
-    if (calls.back().name == "deckPlayPause" && deck == 0) deck_->setPlaying(-1);
+// The window's controls and action runner, bound to the engine with `deck` as deck A; undone
+// on the way out, whatever the test's outcome.
+struct WindowControls {
+  explicit WindowControls(CSoundSource* deck) {
+    ClearControlModels();
+    CreateControlModels();
+    BindControlsToEngine();
+    InstallControlActions();
+    g_engine.decks[0] = deck;
   }
-  ControlValue GetValue(const char* name, int deck) override {
-    if (std::string(name) == "play" && deck == 0) return ControlValue::Int(deck_->IsPlaying() ? 1 : 0);
-    return RecordingRunner::GetValue(name, deck);
+  ~WindowControls() {
+    g_engine.decks[0] = nullptr;
+    SetActionRunner(nullptr);
+    ClearControlModels();
   }
-
- private:
-  CSoundSource* deck_;
 };
 
 class JackMidi : public ::testing::Test {
  protected:
   void SetUp() override {
-    if (access("/usr/bin/jackd", X_OK) != 0) GTEST_SKIP() << "jackd is not installed";
+    if (!DummyJackServer::Installed()) GTEST_SKIP() << "jackd is not installed";
     jack_set_error_function([](const char*) {});
-    const std::string name = "lumo-midi-" + std::to_string(getpid());
-    const char* argv[] = {"jackd", "-n", name.c_str(), "-d", "dummy", "-r", "44100", "-p", "256", nullptr};
-    posix_spawn_file_actions_t quiet;
-    posix_spawn_file_actions_init(&quiet);
-    posix_spawn_file_actions_addopen(&quiet, 1, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_addopen(&quiet, 2, "/dev/null", O_WRONLY, 0);
-    ASSERT_EQ(posix_spawn(&server_, "/usr/bin/jackd", &quiet, nullptr, const_cast<char**>(argv), environ), 0);
-    posix_spawn_file_actions_destroy(&quiet);
-    setenv("JACK_DEFAULT_SERVER", name.c_str(), 1);
+    ASSERT_TRUE(server_.Start("lumo-midi"));
     ASSERT_TRUE(WaitFor([&] { return (client_ = jack_client_open("lumo-test-ctl", JackNoStartServer, nullptr)); },
                         std::chrono::seconds(15)))
         << "jackd did not come up";
@@ -109,10 +99,8 @@ class JackMidi : public ::testing::Test {
   }
   void TearDown() override {
     if (client_) jack_client_close(client_);
-    if (server_ > 0) kill(server_, SIGTERM), waitpid(server_, nullptr, 0);
-    unsetenv("JACK_DEFAULT_SERVER");
   }
-  pid_t server_ = -1;
+  DummyJackServer server_;  // declared first: it outlives the client
   jack_client_t* client_ = nullptr;
   VirtualController controller_;
 };
@@ -135,7 +123,7 @@ TEST_F(JackMidi, ANoteFromTheControllerPlaysDeckAAndLightsItsLamp) {
   };
   render();  // the audio thread's first block parks the stopped deck at its cue
 
-  DeckRunner runner(deck.get());
+  WindowControls window(deck.get());
   TraceCapture trace;
   ScriptHost host;
   ASSERT_TRUE(host.LoadControllerScript(LUMO_SOURCE_DIR "/data/controllers/lumo-test-controller.js"));
@@ -162,9 +150,7 @@ TEST_F(JackMidi, ANoteFromTheControllerPlaysDeckAAndLightsItsLamp) {
   ASSERT_TRUE(WaitFor([&] { return controller_.Got({0x90, 16, 0}); })) << "controllerInit shows the lamp off";
 
   controller_.sendNote = true;
-  ASSERT_TRUE(WaitFor([&] { tick(); return deck->IsPlaying(); })) << "the note reached deckPlayPause";
-  ASSERT_EQ(runner.calls.size(), 1u);
-  EXPECT_EQ(runner.calls[0].deck, 0);
+  ASSERT_TRUE(WaitFor([&] { tick(); return deck->IsPlaying(); })) << "the note reached deck A's play button";
   EXPECT_TRUE(WaitFor([&] { return controller_.Got({0x90, 16, 127}); })) << "the lamp came back lit";
 
   // Playing: the position moves and, once the loader has fetched the blocks, the tone sounds.
@@ -181,45 +167,18 @@ TEST_F(JackMidi, ANoteFromTheControllerPlaysDeckAAndLightsItsLamp) {
   SetThreadsManual(false);
 }
 
-// Runs lumo with `args`, its output into `out`; returns its process id.
-pid_t StartLumo(const std::vector<std::string>& args, const std::string& out) {
-  std::vector<char*> argv{const_cast<char*>(LUMO_BINARY)};
-  for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
-  argv.push_back(nullptr);
-  posix_spawn_file_actions_t files;
-  posix_spawn_file_actions_init(&files);
-  posix_spawn_file_actions_addopen(&files, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  posix_spawn_file_actions_addopen(&files, 2, "/dev/null", O_WRONLY, 0);
-  pid_t pid = -1;
-  posix_spawn(&pid, LUMO_BINARY, &files, nullptr, argv.data(), environ);
-  posix_spawn_file_actions_destroy(&files);
-  return pid;
-}
-
 std::string ReadText(const std::string& path) {
   std::string text;
   ReadWholeFile(path, text);
   return text;
 }
 
-int Wait(pid_t pid) {
-  int status = 0;
-  waitpid(pid, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
 TEST_F(JackMidi, TheMonitorPrintsTheNoteAndControllersNamesTheScriptAndWhy) {
   TempFolder folder;
   const std::string monitorOut = folder.File("monitor.txt");
-  const pid_t monitor = StartLumo({"midi-monitor", "--api", "jack", "--port", "lumo-test-ctl", "--seconds", "20"},
-                                  monitorOut);
-  ASSERT_GT(monitor, 0);
-  struct Stop {  // on an early return: stop and reap the monitor
-    pid_t pid;
-    ~Stop() {
-      if (pid > 0) kill(pid, SIGTERM), waitpid(pid, nullptr, 0);
-    }
-  } stop{monitor};
+  ChildGuard monitor{SpawnQuiet(
+      {LUMO_BINARY, "midi-monitor", "--api", "jack", "--port", "lumo-test-ctl", "--seconds", "20"}, monitorOut)};
+  ASSERT_GT(monitor.pid, 0);
   ASSERT_TRUE(WaitFor([&] { return ReadText(monitorOut).find("listening: lumo-test-ctl:midi_out") != std::string::npos; }));
   // The monitor's port is connected once it prints; give the note until it shows.
   ASSERT_TRUE(WaitFor([&] {
@@ -227,17 +186,22 @@ TEST_F(JackMidi, TheMonitorPrintsTheNoteAndControllersNamesTheScriptAndWhy) {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     return ReadText(monitorOut).find("note-on    ch  1   16 127   (90 10 7F)") != std::string::npos;
   })) << ReadText(monitorOut);
-  kill(monitor, SIGTERM);
-  stop.pid = -1;
-  EXPECT_EQ(Wait(monitor), 0);
+  kill(monitor.pid, SIGTERM);
+  EXPECT_EQ(WaitExit(monitor.Release()), 0);
   EXPECT_NE(ReadText(monitorOut).find("monitored: messages="), std::string::npos);
 
+  // A console the program maps itself, by its port's name: listed as such, not as a device
+  // waiting for a script.
+  jack_client_t* console = jack_client_open("DJ Console Mk2", JackNoStartServer, nullptr);
+  ASSERT_NE(console, nullptr);
+  jack_port_register(console, "midi_out", JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
   const std::string listOut = folder.File("controllers.txt");
-  const pid_t list = StartLumo({"controllers", "--api", "jack"}, listOut);
-  EXPECT_EQ(Wait(list), 0);
+  EXPECT_EQ(WaitExit(SpawnQuiet({LUMO_BINARY, "controllers", "--api", "jack"}, listOut)), 0);
+  jack_client_close(console);
   const std::string text = ReadText(listOut);
   EXPECT_NE(text.find("lumo-test-ctl:midi_out  output: lumo-test-ctl:midi_in  script: "), std::string::npos) << text;
   EXPECT_NE(text.find("lumo-test-controller.js  by: device name"), std::string::npos) << text;
+  EXPECT_NE(text.find("DJ Console Mk2:midi_out  built-in console: Tarvo DJ Console Mk2"), std::string::npos) << text;
 }
 
 }  // namespace

@@ -154,6 +154,11 @@ TEST_F(ScriptHostTest, ARunawayScriptIsStoppedAndDisabledAndOtherScriptsRunOn) {
   ASSERT_EQ(runner.calls.size(), 1u);
   EXPECT_EQ(runner.calls[0].deck, 1);
   EXPECT_EQ(host.LoadControllerScriptText("loop-on-load.js", "for (;;) {}"), false);
+
+  // The time inside host calls is not counted, but the loop around them still is.
+  const int busy = Load("function messageReceived() { for (;;) call('setCrossfader', 1); }\n", "busy.js");
+  EXPECT_FALSE(host.CallVoid(busy, "messageReceived", {0, 144, 0, 1, 127}));
+  EXPECT_TRUE(host.Script(busy).disabled);
 }
 
 TEST_F(ScriptHostTest, AScriptThatEatsMemoryFailsAloneAndTheOthersKeepWorking) {

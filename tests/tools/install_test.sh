@@ -18,7 +18,8 @@ for file in bin/lumo bin/zorvik-lumo share/applications/org.zorvik.Lumo.desktop 
             share/metainfo/org.zorvik.Lumo.metainfo.xml share/man/man1/lumo.1.gz \
             share/man/man1/zorvik-lumo.1.gz share/bash-completion/completions/lumo \
             share/icons/hicolor/512x512/apps/zorvik-lumo.png share/icons/hicolor/scalable/apps/zorvik-lumo.svg \
-            share/zorvik-lumo/languages/english.xml share/doc/zorvik-lumo/copyright; do
+            share/zorvik-lumo/languages/english.xml share/doc/zorvik-lumo/copyright \
+            lib/udev/rules.d/70-zorvik-lumo-controllers.rules share/zorvik-lumo/controllers/gamepad-ds4.js; do
   [[ -e "$prefix/$file" ]] || fail "not installed: $file"
 done
 desktop-file-validate "$prefix/share/applications/org.zorvik.Lumo.desktop" || fail "desktop entry"

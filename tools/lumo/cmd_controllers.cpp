@@ -61,6 +61,10 @@ int RunControllersCommand(int argc, char** argv) {
     for (int i = 0; i < kMaxControllerSlots; ++i) {
       if (set.Slot(i).open && set.Slot(i).inputName == name) found = &set.Slot(i);
     }
+    if (!found && set.ConsoleInputBit() && name == set.ConsoleInputName()) {
+      std::printf("  %s  built-in console: %s\n", name.c_str(), BuiltInConsoleFromPortName(name, false).name);
+      continue;
+    }
     if (!found) {
       std::printf("  %s  (could not be opened)\n", name.c_str());
       continue;
