@@ -13,8 +13,8 @@ constexpr float kNoGainBelowDb = -318.8f;  // 10^(dB/20) underflows below this
 
 constexpr double kLn10Over20 = 0.11512925464970229;  // ln(10) / 20
 
-// The gain computer may need these on every frame of a loud block, so they are the cheap forms:
-// a float exponential for a gain (a relative error of 1e-7 is far below hearing), and a ramp
+// The gain computer needs these once a segment on a loud block, so they are the cheap forms: a
+// float exponential for a gain (a relative error of 1e-7 is far below hearing), and a ramp
 // factor whose tiny per-frame steps come from a short series.
 double DbToGain(float dB) { return dB > kNoGainBelowDb ? std::exp(dB * static_cast<float>(kLn10Over20)) : 0.0; }
 
@@ -23,6 +23,76 @@ double RampFactor(double to, double from, double perFrame) {
   const double x = std::log(static_cast<float>(to) / static_cast<float>(from)) * perFrame;
   if (std::fabs(x) < 1e-3) return 1.0 + x * (1.0 + x * (0.5 + x * (1.0 / 6.0)));  // error under 5e-14
   return std::exp(x);
+}
+
+// x^n for n >= 1 by squaring: a segment's worth of a per-frame ramp factor.
+double PowInt(double x, int n) {
+  double result = 1.0;
+  for (; n > 0; n >>= 1, x *= x) {
+    if (n & 1) result *= x;
+  }
+  return result;
+}
+
+constexpr int kSegment = CEffectDynamics::kControlFrames;
+
+// The loops below run over whole segments of a constant length so the compiler turns them into
+// vector code; a block's short last segment takes the same functions at its own length.
+
+// Scales a segment by the input gain and returns its peak of |L + R|.
+inline float ScaleAndPeak(float* segment, int frames, float gain) {
+  float peak = 0.0f;
+  for (int j = 0; j < frames; ++j) {
+    segment[2 * j] *= gain;
+    segment[2 * j + 1] *= gain;
+    peak = std::max(peak, std::fabs(segment[2 * j] + segment[2 * j + 1]));
+  }
+  return peak;
+}
+
+inline void Scale(float* segment, int frames, float gain) {
+  for (int j = 0; j < 2 * frames; ++j) segment[j] *= gain;
+}
+
+// The same with the length fixed for a whole segment, where the loops vectorise.
+inline float ScaleAndPeakSegment(float* segment, int frames, float gain) {
+  return frames == kSegment ? ScaleAndPeak(segment, kSegment, gain) : ScaleAndPeak(segment, frames, gain);
+}
+inline void ScaleSegment(float* segment, int frames, float gain) {
+  if (frames == kSegment) {
+    Scale(segment, kSegment, gain);
+  } else {
+    Scale(segment, frames, gain);
+  }
+}
+
+// Each sample's share of the way from a segment's start gain to its end gain: the frame j of a
+// whole segment stands at (j + 1) / kSegment, so the last frame gets the end gain itself.
+struct RampWeights {
+  float w[2 * kSegment];
+  constexpr RampWeights() : w() {
+    for (int i = 0; i < 2 * kSegment; ++i) w[i] = static_cast<float>(i / 2 + 1) / kSegment;
+  }
+};
+constexpr RampWeights kRampWeights;
+
+// Applies a gain moving in a straight line from `from` (the gain of the frame before the
+// segment) to `to` (its last frame).
+inline void ApplyGain(float* segment, int frames, float from, float to) {
+  if (from == to) {
+    if (from != 1.0f) ScaleSegment(segment, frames, from);
+    return;
+  }
+  const float delta = to - from;
+  if (frames == kSegment) {
+    for (int i = 0; i < 2 * kSegment; ++i) segment[i] *= from + delta * kRampWeights.w[i];
+    return;
+  }
+  for (int j = 0; j < frames; ++j) {
+    const float g = from + delta * static_cast<float>(j + 1) / static_cast<float>(frames);
+    segment[2 * j] *= g;
+    segment[2 * j + 1] *= g;
+  }
 }
 
 }  // namespace
@@ -143,38 +213,52 @@ CEffectDynamics::Settings CEffectDynamics::LoadSettings() const noexcept {
                   lookAhead_.load(r)};
 }
 
-float CEffectDynamics::MeasureLevel(const float* block, int frames, int i, float inputGain, bool lookAhead) noexcept {
-  if (lookAhead) {
-    // The loudest frame of the next twelve (up to the block's end), so a peak is met with the
-    // gain it needs however short it is. Frames ahead of i are not scaled yet; i itself is.
-    const int last = std::min(frames - 1, i + kLookAheadFrames);
-    float peak = std::fabs(block[2 * i] + block[2 * i + 1]);
-    for (int j = i + 1; j <= last; ++j) peak = std::max(peak, inputGain * std::fabs(block[2 * j] + block[2 * j + 1]));
-    return peak * 0.5f;
+float CEffectDynamics::SmoothedLevel(const float* segment, int frames) noexcept {
+  // The level follows each frame (half the last level plus a quarter of |L + R|); the segment
+  // answers with its loudest value, so a short burst inside it still moves the gain.
+  float level = level_, loudest = 0.0f;
+  for (int j = 0; j < frames; ++j) {
+    level = level * 0.5f + std::fabs(segment[2 * j] + segment[2 * j + 1]) * 0.25f;
+    loudest = std::max(loudest, level);
   }
-  return level_ * 0.5f + std::fabs(block[2 * i] + block[2 * i + 1]) * 0.25f;
+  level_ = level;
+  return loudest;
 }
 
-void CEffectDynamics::UpdateTarget(const Settings& s) noexcept {
+bool CEffectDynamics::CrossesZero(const float* segment, int frames) const noexcept {
+  // A zero, or both signs, inside the segment means the left channel crossed zero somewhere in
+  // it; the step from the last segment's final frame is checked on its own.
+  float low = segment[0], high = segment[0];
+  for (int j = 1; j < frames; ++j) {
+    low = std::min(low, segment[2 * j]);
+    high = std::max(high, segment[2 * j]);
+  }
+  const float first = segment[0];
+  return (low <= 0.0f && high >= 0.0f) || (previousLeft_ < 0.0f && first > 0.0f) ||
+         (previousLeft_ > 0.0f && first < 0.0f);
+}
+
+void CEffectDynamics::UpdateTarget(const Settings& s, float level, int frames) noexcept {
+  levelDb_ = FastLevelDb(level);
   if (s.agcMode) {
     const double aim = s.agcAim;
     if (levelDb_ > s.thresholdDb) {
       belowCounter_ = 0;
-      targetGain_ = aim / level_;
-    } else if (++belowCounter_ >= kAgcReturnFrames) {
+      targetGain_ = aim / level;
+    } else if ((belowCounter_ += frames) >= kAgcReturnFrames) {
       belowCounter_ = 0;
       targetGain_ = 1.0;
     }
-    if (levelDb_ > s.agcTargetDb) targetGain_ = aim / level_;  // never lets a rise through
+    if (levelDb_ > s.agcTargetDb) targetGain_ = aim / level;  // never lets a rise through
   } else if (levelDb_ > s.thresholdDb) {
     const float out = (levelDb_ - s.thresholdDb) / s.ratio + s.thresholdDb;
-    targetGain_ = DbToGain(out) / level_;
+    targetGain_ = DbToGain(out) / level;
   } else {
     targetGain_ = 1.0;
   }
 }
 
-void CEffectDynamics::StepRamp(const Settings& s, float left) noexcept {
+void CEffectDynamics::StepRamp(const Settings& s, int frames, bool crossing) noexcept {
   if (targetGain_ != settingGain_) {
     settingGain_ = targetGain_;
     const bool rising = settingGain_ > currentGain_;
@@ -187,12 +271,11 @@ void CEffectDynamics::StepRamp(const Settings& s, float left) noexcept {
     }
   }
   if (currentGain_ == settingGain_) return;
-  currentGain_ *= rampFactor_;
+  currentGain_ *= frames == 1 ? rampFactor_ : PowInt(rampFactor_, frames);
   if (rampFactor_ > 1.0) {
     if (currentGain_ > settingGain_) currentGain_ = settingGain_;
     return;
   }
-  const bool crossing = left == 0.0f || (previousLeft_ < 0.0f && left > 0.0f) || (previousLeft_ > 0.0f && left < 0.0f);
   if (s.attackMs < 5.0f && crossing) currentGain_ = settingGain_;
   if (currentGain_ < settingGain_) currentGain_ = settingGain_;
 }
@@ -205,18 +288,28 @@ void CEffectDynamics::ProcessCore(float* block, int frames, float bpm) noexcept 
   s.attackPerFrame = 1.0 / (s.attackMs * 44.1);
   s.releasePerFrame = 1.0 / (s.releaseMs * 44.1);
   const double makeup = s.agcMode ? 1.0 : s.makeup;
-  for (int i = 0; i < frames; ++i) {
-    float& left = block[2 * i];
-    float& right = block[2 * i + 1];
-    left *= s.inputGain;
-    right *= s.inputGain;
-    level_ = MeasureLevel(block, frames, i, s.inputGain, s.lookAhead != 0);
-    levelDb_ = FastLevelDb(level_);
-    UpdateTarget(s);
-    StepRamp(s, left);
-    previousLeft_ = left;
-    const double gain = currentGain_ * makeup;
-    left = static_cast<float>(left * gain);
-    right = static_cast<float>(right * gain);
+  const bool snaps = s.attackMs < 5.0f;
+  // With look-ahead the next segment is scaled and measured one step early.
+  float peakAhead = s.lookAhead ? ScaleAndPeakSegment(block, std::min(kSegment, frames), s.inputGain) : 0.0f;
+  for (int at = 0; at < frames; at += kSegment) {
+    const int n = std::min(kSegment, frames - at);
+    float* segment = block + 2 * at;
+    float level = 0.0f;
+    if (s.lookAhead) {
+      const float peakHere = peakAhead;
+      const int next = at + kSegment;
+      peakAhead = next < frames ? ScaleAndPeakSegment(block + 2 * next, std::min(kSegment, frames - next), s.inputGain) : 0.0f;
+      level = level_ = std::max(peakHere, peakAhead) * 0.5f;
+    } else {
+      if (s.inputGain != 1.0f) ScaleSegment(segment, n, s.inputGain);
+      level = SmoothedLevel(segment, n);
+    }
+    const bool crossing = snaps && CrossesZero(segment, n);
+    previousLeft_ = segment[2 * (n - 1)];
+    UpdateTarget(s, level, n);
+    const double startGain = currentGain_ * makeup;
+    StepRamp(s, n, crossing);
+    ApplyGain(segment, n, static_cast<float>(startGain), static_cast<float>(currentGain_ * makeup));
   }
+  if (!(level_ >= 1e-20f)) level_ = 0.0f;  // no denormals, nor a NaN, left in the smoothed level
 }

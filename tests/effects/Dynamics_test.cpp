@@ -121,17 +121,40 @@ TEST(Dynamics, LevelControlReturnsToUnityOnlyAfterFourSecondsBelowItsThreshold) 
   EXPECT_LE(*std::max_element(gain.begin() + returnAt + 100, gain.end()), 1.0);
 }
 
-TEST(Dynamics, ALimiterPresetLooksTwelveFramesAheadInsideTheBlock) {
-  // A step 6 frames before the end of a block: the limiter reads its level from the last frame
-  // and pulls the gain down ahead of the step (snapping at the first zero crossing).
-  CEffectDynamics fx;
-  fx.SetParam(0, 2);
-  std::vector<float> block = Stereo(64, 0.5f, 0.5f);
-  for (int i = 58; i < 64; ++i) block[2 * i] = block[2 * i + 1] = 1.8f;
-  fx.ProcessCore(block.data(), 64, 0);
-  EXPECT_EQ(block[2 * 45], 0.5f) << "more than twelve frames ahead of the step: untouched";
-  EXPECT_LT(block[2 * 57], 0.5f) << "the frame before the step is already turned down";
-  for (int i = 58; i < 64; ++i) EXPECT_LT(block[2 * i], 1.8f * 0.7f) << "the step itself, frame " << i;
+TEST(MasterLimiter, ASpikeOrAStepSeenAheadNeverPassesTheCeiling) {
+  // A level with no zero crossing (so no snap helps), a one-sample spike mid-block, one on a
+  // block's last frame, and a step that stays. The look-ahead stops at the block's end, so each
+  // event sits past the first segment of its block at every block size tried.
+  // Over the threshold the gain sets the level to -1.5 dB plus a 500th of the excess (0.02 dB
+  // for an event 10 dB over); under it, as the fast logarithm reads levels, nothing changes.
+  double low = 0.5, high = 1.0;  // the level the fast logarithm reads as -1.5 dB, by bisection
+  for (int i = 0; i < 60; ++i) {
+    const double mid = (low + high) / 2;
+    (CEffectDynamics::FastLevelDb(static_cast<float>(mid)) > -1.5f ? high : low) = mid;
+  }
+  const double ceiling = std::max(low, std::pow(10.0, -1.5 / 20)) * std::pow(10.0, 0.03 / 20);
+  constexpr int kFrames = 2 * 4410, kSpike = 1007, kLastFrameSpike = 4409, kStep = 6005;
+  for (int blockFrames : {4410, 441, 360}) {
+    CMasterLimiter limiter;
+    limiter.SetOn(true);
+    std::vector<float> bus = Stereo(kFrames, 0.5f, 0.5f);
+    bus[2 * kSpike] = bus[2 * kSpike + 1] = 1.9f;
+    bus[2 * kLastFrameSpike] = bus[2 * kLastFrameSpike + 1] = -1.9f;
+    for (int i = kStep; i < kFrames; ++i) bus[2 * i] = bus[2 * i + 1] = 1.8f;
+    for (int at = 0; at < kFrames; at += blockFrames) {
+      limiter.ProcessMasterBus(bus.data() + 2 * at, std::min(blockFrames, kFrames - at));
+    }
+    for (int i = 0; i < kFrames; ++i) {
+      ASSERT_LE(std::fabs(bus[2 * i]), ceiling) << "block " << blockFrames << ", frame " << i;
+      ASSERT_EQ(bus[2 * i], bus[2 * i + 1]);
+    }
+    // The gain starts down no more than two segments ahead of the spike: far before it the
+    // level is untouched, and the step comes out held, not silenced.
+    const int reach = 2 * CEffectDynamics::kControlFrames;
+    EXPECT_EQ(bus[2 * (kSpike - reach - 1)], 0.5f) << "block " << blockFrames;
+    EXPECT_LT(bus[2 * (kSpike - 1)], 0.5f);
+    EXPECT_GT(bus[2 * (kFrames - 1)], ceiling * std::pow(10.0, -0.5 / 20));
+  }
 }
 
 }  // namespace
