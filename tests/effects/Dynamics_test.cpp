@@ -79,7 +79,6 @@ float CompressedDc(CEffectDynamics& fx, float in) {
 TEST(Dynamics, TheCompressorMakesUpWhatItsCurveTakesAtFullScale) {
   CEffectDynamics fx;
   fx.SetParam(0, 1);  // -9 dB, 9:1: full scale comes out at -8 dB, made up by 8 dB
-  EXPECT_NEAR(Db(fx.Makeup()), 8.0, 1e-4);
   EXPECT_NEAR(CompressedDc(fx, 0.1f) / 0.1f, std::pow(10.0, 0.4), 1e-5) << "under the threshold: make-up only";
   for (float in : {0.5f, 1.0f}) {
     double outDb = (Db(in) + 9) / 9 - 9 + 8;
