@@ -66,6 +66,32 @@ inline void ScaleSegment(float* segment, int frames, float gain) {
   }
 }
 
+// |L + R| / 4 of each frame, into `quarter`.
+inline void QuarterSumsOf(const float* segment, int frames, float* quarter) {
+  for (int j = 0; j < frames; ++j) quarter[j] = std::fabs(segment[2 * j] + segment[2 * j + 1]) * 0.25f;
+}
+inline void QuarterSums(const float* segment, int frames, float* quarter) {
+  if (frames == kSegment) {
+    QuarterSumsOf(segment, kSegment, quarter);
+  } else {
+    QuarterSumsOf(segment, frames, quarter);
+  }
+}
+
+// Whether the left channel holds a zero or both signs (flags, not a min and max, so the loop
+// vectorises under strict IEEE rules).
+inline bool LeftTouchesZeroIn(const float* segment, int frames) {
+  int nonPositive = 0, nonNegative = 0;
+  for (int j = 0; j < frames; ++j) {
+    nonPositive |= segment[2 * j] <= 0.0f;
+    nonNegative |= segment[2 * j] >= 0.0f;
+  }
+  return (nonPositive & nonNegative) != 0;
+}
+inline bool LeftTouchesZero(const float* segment, int frames) {
+  return frames == kSegment ? LeftTouchesZeroIn(segment, kSegment) : LeftTouchesZeroIn(segment, frames);
+}
+
 // Each sample's share of the way from a segment's start gain to its end gain: the frame j of a
 // whole segment stands at (j + 1) / kSegment, so the last frame gets the end gain itself.
 struct RampWeights {
@@ -215,10 +241,13 @@ CEffectDynamics::Settings CEffectDynamics::LoadSettings() const noexcept {
 
 float CEffectDynamics::SmoothedLevel(const float* segment, int frames) noexcept {
   // The level follows each frame (half the last level plus a quarter of |L + R|); the segment
-  // answers with its loudest value, so a short burst inside it still moves the gain.
+  // answers with its loudest value, so a short burst inside it still moves the gain. The
+  // quarters are taken in one vector pass; only the recursion itself runs frame by frame.
+  float quarter[kSegment];
+  QuarterSums(segment, frames, quarter);
   float level = level_, loudest = 0.0f;
   for (int j = 0; j < frames; ++j) {
-    level = level * 0.5f + std::fabs(segment[2 * j] + segment[2 * j + 1]) * 0.25f;
+    level = level * 0.5f + quarter[j];
     loudest = std::max(loudest, level);
   }
   level_ = level;
@@ -228,13 +257,8 @@ float CEffectDynamics::SmoothedLevel(const float* segment, int frames) noexcept 
 bool CEffectDynamics::CrossesZero(const float* segment, int frames) const noexcept {
   // A zero, or both signs, inside the segment means the left channel crossed zero somewhere in
   // it; the step from the last segment's final frame is checked on its own.
-  float low = segment[0], high = segment[0];
-  for (int j = 1; j < frames; ++j) {
-    low = std::min(low, segment[2 * j]);
-    high = std::max(high, segment[2 * j]);
-  }
   const float first = segment[0];
-  return (low <= 0.0f && high >= 0.0f) || (previousLeft_ < 0.0f && first > 0.0f) ||
+  return LeftTouchesZero(segment, frames) || (previousLeft_ < 0.0f && first > 0.0f) ||
          (previousLeft_ > 0.0f && first < 0.0f);
 }
 
@@ -263,10 +287,12 @@ void CEffectDynamics::StepRamp(const Settings& s, int frames, bool crossing) noe
     settingGain_ = targetGain_;
     const bool rising = settingGain_ > currentGain_;
     const double ms = rising ? s.releaseMs : s.attackMs;
-    if (currentGain_ > 0.0 && std::isfinite(currentGain_) && ms > 0.0) {
+    // A ramp no longer than the segment would pass the target within it and be held there:
+    // the limiter's 0.3 ms attack lands on its target without a logarithm.
+    if (currentGain_ > 0.0 && std::isfinite(currentGain_) && ms * 44.1 > frames) {
       rampFactor_ = RampFactor(settingGain_, currentGain_, rising ? s.releasePerFrame : s.attackPerFrame);
     } else {
-      currentGain_ = settingGain_;  // nothing to ramp from
+      currentGain_ = settingGain_;  // nothing to ramp from, or no time to ramp in
       rampFactor_ = 1.0;
     }
   }
