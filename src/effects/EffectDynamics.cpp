@@ -239,19 +239,22 @@ CEffectDynamics::Settings CEffectDynamics::LoadSettings() const noexcept {
                   lookAhead_.load(r)};
 }
 
-float CEffectDynamics::SmoothedLevel(const float* segment, int frames) noexcept {
-  // The level follows each frame (half the last level plus a quarter of |L + R|); the segment
-  // answers with its loudest value, so a short burst inside it still moves the gain. The
-  // quarters are taken in one vector pass; only the recursion itself runs frame by frame.
+float CEffectDynamics::SmoothedLevel(const float* segment, int frames, bool loudest) noexcept {
+  // The level follows each frame (half the last level plus a quarter of |L + R|). Level
+  // control's ramps last seconds and integrate whatever the level does inside a segment, so it
+  // takes the mean; the compressor's fast attack answers the peaks, so it takes the loudest
+  // value, and a short burst inside the segment still moves the gain. The quarters are taken in
+  // one vector pass; only the recursion itself runs frame by frame.
   float quarter[kSegment];
   QuarterSums(segment, frames, quarter);
-  float level = level_, loudest = 0.0f;
+  float level = level_, peak = 0.0f, sum = 0.0f;
   for (int j = 0; j < frames; ++j) {
     level = level * 0.5f + quarter[j];
-    loudest = std::max(loudest, level);
+    peak = std::max(peak, level);
+    sum += level;
   }
   level_ = level;
-  return loudest;
+  return loudest ? peak : sum / static_cast<float>(frames);
 }
 
 bool CEffectDynamics::CrossesZero(const float* segment, int frames) const noexcept {
@@ -328,7 +331,7 @@ void CEffectDynamics::ProcessCore(float* block, int frames, float bpm) noexcept 
       level = level_ = std::max(peakHere, peakAhead) * 0.5f;
     } else {
       if (s.inputGain != 1.0f) ScaleSegment(segment, n, s.inputGain);
-      level = SmoothedLevel(segment, n);
+      level = SmoothedLevel(segment, n, s.agcMode == 0);
     }
     const bool crossing = snaps && CrossesZero(segment, n);
     previousLeft_ = segment[2 * (n - 1)];

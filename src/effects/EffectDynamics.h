@@ -1,13 +1,14 @@
 #pragma once
 // CEffectDynamics: one gain computer with three presets: 0 slow level control, 1 compressor,
 // 2 look-ahead limiter (the master limiter runs preset 2). The block is worked in segments of
-// kControlFrames: input gain, a level for the segment (the loudest value of the smoothed level
-// inside it, or with look-ahead the exact peak of this segment and the next, which covers every
-// frame's next twelve), a target gain from that level in dB, and an exponential ramp that
-// reaches the target in the attack or release time, stepped once a segment; the gain moves in a
-// straight line between segment ends. Fast attacks snap to the target in a segment where the
-// left channel crosses zero. Level control returns to unity only after 176 401 frames below its
-// threshold (counted a segment at a time, so up to one segment late, never early).
+// kControlFrames: input gain, a level for the segment (the smoothed level's mean inside it for
+// level control, its loudest value for the compressor, or with look-ahead the exact peak of
+// this segment and the next, which covers every frame's next twelve), a target gain from that
+// level in dB, and an exponential ramp that reaches the target in the attack or release time,
+// stepped once a segment; the gain moves in a straight line between segment ends. Fast attacks
+// snap to the target in a segment where the left channel crosses zero. Level control returns to
+// unity only after 176 401 frames below its threshold (counted a segment at a time, so up to
+// one segment late, never early).
 //
 // Because both ends of a segment's line are at or under the gain its frames need, a peak the
 // look-ahead has seen a segment ahead is never let over the ceiling, however short it is.
@@ -58,7 +59,7 @@ class CEffectDynamics : public CBuiltInEffect {
   void SelectPreset(int preset);
   void RecalculateMakeup();
   Settings LoadSettings() const noexcept;
-  LUMO_RT float SmoothedLevel(const float* segment, int frames) noexcept;
+  LUMO_RT float SmoothedLevel(const float* segment, int frames, bool loudest) noexcept;
   LUMO_RT bool CrossesZero(const float* segment, int frames) const noexcept;
   LUMO_RT void UpdateTarget(const Settings& s, float level, int frames) noexcept;
   LUMO_RT void StepRamp(const Settings& s, int frames, bool crossing) noexcept;

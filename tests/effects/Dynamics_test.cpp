@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 #include <vector>
 
 #include "EffectSignals.h"
@@ -118,6 +119,42 @@ TEST(Dynamics, LevelControlReturnsToUnityOnlyAfterFourSecondsBelowItsThreshold) 
   EXPECT_NE(growth(returnAt + 100), growth(returnAt - 100)) << "then the gain heads for unity";
   EXPECT_EQ(gain.back(), 1.0) << "and stops there, 35 s later";
   EXPECT_LE(*std::max_element(gain.begin() + returnAt + 100, gain.end()), 1.0);
+}
+
+TEST(Dynamics, WholeBlocksSoundAsFrameByFrame) {
+  // A block of one frame steps the gain computer on every frame. On music that swells from
+  // quiet to 6 dB over full scale with a hit every quarter second, compare each preset's 10 ms
+  // loudness through 4410-frame blocks with that. Level control stays within 0.3 dB. The
+  // compressor and limiter answer a segment's peak with the full attack, where frame by frame
+  // the attack toward a short peak is cut off as soon as it has passed: they may come out up to
+  // 2 dB quieter on this heavy compression, never louder.
+  constexpr int kFrames = 5 * 44100, kWindow = 441;
+  std::vector<float> music(2 * kFrames);
+  for (int i = 0; i < kFrames; ++i) {
+    const double swell = 0.05 + 1.95 * i / kFrames, hit = i % 11025 < 300 ? 1.5 : 1.0;
+    music[2 * i] = static_cast<float>(swell * hit * (0.6 * std::sin(i * 0.031) + 0.4 * std::sin(i * 0.2)));
+    music[2 * i + 1] = static_cast<float>(swell * hit * (0.6 * std::sin(i * 0.029) + 0.4 * std::sin(i * 0.17)));
+  }
+  auto energy = [&](const std::vector<float>& v, int from) {
+    double sum = 1e-12;
+    for (int i = 2 * from; i < 2 * (from + kWindow); ++i) sum += double(v[i]) * v[i];
+    return sum;
+  };
+  for (auto [preset, quieter, louder] : {std::tuple{0, -0.3, 0.3}, {1, -2.0, 0.05}, {2, -2.0, 0.05}}) {
+    std::vector<float> byFrame = music, byBlock = music;
+    CEffectDynamics a, b;
+    a.SetParam(0, preset);
+    b.SetParam(0, preset);
+    RunCore(a, byFrame, 0, 1);
+    RunCore(b, byBlock, 0, 4410);
+    double low = 0, high = 0;
+    for (int w = 0; w + kWindow <= kFrames; w += kWindow) {
+      const double dB = 10 * std::log10(energy(byBlock, w) / energy(byFrame, w));
+      low = std::min(low, dB), high = std::max(high, dB);
+    }
+    EXPECT_GT(low, quieter) << "preset " << preset;
+    EXPECT_LT(high, louder) << "preset " << preset;
+  }
 }
 
 TEST(MasterLimiter, ASpikeOrAStepSeenAheadNeverPassesTheCeiling) {
