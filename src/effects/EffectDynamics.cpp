@@ -38,6 +38,11 @@ constexpr int kSegment = CEffectDynamics::kControlFrames;
 
 // The loops below run over whole segments of a constant length so the compiler turns them into
 // vector code; a block's short last segment takes the same functions at its own length.
+// AtSegmentLength calls `work(length)` with the length a constant for a whole segment.
+template <typename Work>
+inline auto AtSegmentLength(int frames, Work&& work) {
+  return frames == kSegment ? work(kSegment) : work(frames);
+}
 
 // Scales a segment by the input gain and returns its peak of |L + R|.
 inline float ScaleAndPeak(float* segment, int frames, float gain) {
@@ -54,42 +59,20 @@ inline void Scale(float* segment, int frames, float gain) {
   for (int j = 0; j < 2 * frames; ++j) segment[j] *= gain;
 }
 
-// The same with the length fixed for a whole segment, where the loops vectorise.
-inline float ScaleAndPeakSegment(float* segment, int frames, float gain) {
-  return frames == kSegment ? ScaleAndPeak(segment, kSegment, gain) : ScaleAndPeak(segment, frames, gain);
-}
-inline void ScaleSegment(float* segment, int frames, float gain) {
-  if (frames == kSegment) {
-    Scale(segment, kSegment, gain);
-  } else {
-    Scale(segment, frames, gain);
-  }
-}
-
 // |L + R| / 4 of each frame, into `quarter`.
-inline void QuarterSumsOf(const float* segment, int frames, float* quarter) {
-  for (int j = 0; j < frames; ++j) quarter[j] = std::fabs(segment[2 * j] + segment[2 * j + 1]) * 0.25f;
-}
 inline void QuarterSums(const float* segment, int frames, float* quarter) {
-  if (frames == kSegment) {
-    QuarterSumsOf(segment, kSegment, quarter);
-  } else {
-    QuarterSumsOf(segment, frames, quarter);
-  }
+  for (int j = 0; j < frames; ++j) quarter[j] = std::fabs(segment[2 * j] + segment[2 * j + 1]) * 0.25f;
 }
 
 // Whether the left channel holds a zero or both signs (flags, not a min and max, so the loop
 // vectorises under strict IEEE rules).
-inline bool LeftTouchesZeroIn(const float* segment, int frames) {
+inline bool LeftTouchesZero(const float* segment, int frames) {
   int nonPositive = 0, nonNegative = 0;
   for (int j = 0; j < frames; ++j) {
     nonPositive |= segment[2 * j] <= 0.0f;
     nonNegative |= segment[2 * j] >= 0.0f;
   }
   return (nonPositive & nonNegative) != 0;
-}
-inline bool LeftTouchesZero(const float* segment, int frames) {
-  return frames == kSegment ? LeftTouchesZeroIn(segment, kSegment) : LeftTouchesZeroIn(segment, frames);
 }
 
 // Each sample's share of the way from a segment's start gain to its end gain: the frame j of a
@@ -106,7 +89,7 @@ constexpr RampWeights kRampWeights;
 // segment) to `to` (its last frame).
 inline void ApplyGain(float* segment, int frames, float from, float to) {
   if (from == to) {
-    if (from != 1.0f) ScaleSegment(segment, frames, from);
+    if (from != 1.0f) AtSegmentLength(frames, [&](int n) { Scale(segment, n, from); });
     return;
   }
   const float delta = to - from;
@@ -246,7 +229,7 @@ float CEffectDynamics::SmoothedLevel(const float* segment, int frames, bool loud
   // value, and a short burst inside the segment still moves the gain. The quarters are taken in
   // one vector pass; only the recursion itself runs frame by frame.
   float quarter[kSegment];
-  QuarterSums(segment, frames, quarter);
+  AtSegmentLength(frames, [&](int n) { QuarterSums(segment, n, quarter); });
   float level = level_, peak = 0.0f, sum = 0.0f;
   for (int j = 0; j < frames; ++j) {
     level = level * 0.5f + quarter[j];
@@ -261,7 +244,7 @@ bool CEffectDynamics::CrossesZero(const float* segment, int frames) const noexce
   // A zero, or both signs, inside the segment means the left channel crossed zero somewhere in
   // it; the step from the last segment's final frame is checked on its own.
   const float first = segment[0];
-  return LeftTouchesZero(segment, frames) || (previousLeft_ < 0.0f && first > 0.0f) ||
+  return AtSegmentLength(frames, [&](int n) { return LeftTouchesZero(segment, n); }) || (previousLeft_ < 0.0f && first > 0.0f) ||
          (previousLeft_ > 0.0f && first < 0.0f);
 }
 
@@ -319,7 +302,10 @@ void CEffectDynamics::ProcessCore(float* block, int frames, float bpm) noexcept 
   const double makeup = s.agcMode ? 1.0 : s.makeup;
   const bool snaps = s.attackMs < 5.0f;
   // With look-ahead the next segment is scaled and measured one step early.
-  float peakAhead = s.lookAhead ? ScaleAndPeakSegment(block, std::min(kSegment, frames), s.inputGain) : 0.0f;
+  auto scaleAndPeak = [&](float* segment, int n) {
+    return AtSegmentLength(n, [&](int length) { return ScaleAndPeak(segment, length, s.inputGain); });
+  };
+  float peakAhead = s.lookAhead ? scaleAndPeak(block, std::min(kSegment, frames)) : 0.0f;
   for (int at = 0; at < frames; at += kSegment) {
     const int n = std::min(kSegment, frames - at);
     float* segment = block + 2 * at;
@@ -327,10 +313,10 @@ void CEffectDynamics::ProcessCore(float* block, int frames, float bpm) noexcept 
     if (s.lookAhead) {
       const float peakHere = peakAhead;
       const int next = at + kSegment;
-      peakAhead = next < frames ? ScaleAndPeakSegment(block + 2 * next, std::min(kSegment, frames - next), s.inputGain) : 0.0f;
+      peakAhead = next < frames ? scaleAndPeak(block + 2 * next, std::min(kSegment, frames - next)) : 0.0f;
       level = level_ = std::max(peakHere, peakAhead) * 0.5f;
     } else {
-      if (s.inputGain != 1.0f) ScaleSegment(segment, n, s.inputGain);
+      if (s.inputGain != 1.0f) AtSegmentLength(n, [&](int length) { Scale(segment, length, s.inputGain); });
       level = SmoothedLevel(segment, n, s.agcMode == 0);
     }
     const bool crossing = snaps && CrossesZero(segment, n);
