@@ -244,8 +244,8 @@ bool CEffectDynamics::CrossesZero(const float* segment, int frames) const noexce
   // A zero, or both signs, inside the segment means the left channel crossed zero somewhere in
   // it; the step from the last segment's final frame is checked on its own.
   const float first = segment[0];
-  return AtSegmentLength(frames, [&](int n) { return LeftTouchesZero(segment, n); }) || (previousLeft_ < 0.0f && first > 0.0f) ||
-         (previousLeft_ > 0.0f && first < 0.0f);
+  const bool inside = AtSegmentLength(frames, [&](int n) { return LeftTouchesZero(segment, n); });
+  return inside || (previousLeft_ < 0.0f && first > 0.0f) || (previousLeft_ > 0.0f && first < 0.0f);
 }
 
 void CEffectDynamics::UpdateTarget(const Settings& s, float level, int frames) noexcept {
