@@ -18,7 +18,8 @@
 
 namespace {
 
-// Two sines a fifth apart at -3 dB: loud enough that the dynamics work on every frame.
+// Two sines a fifth apart at -3 dB: loud enough that the dynamics re-target the gain on every
+// segment.
 std::vector<float> Music(int frames) {
   std::vector<float> v(2 * static_cast<size_t>(frames));
   for (int i = 0; i < frames; ++i) {

@@ -13,8 +13,8 @@ constexpr float kNoGainBelowDb = -318.8f;  // 10^(dB/20) underflows below this
 
 constexpr double kLn10Over20 = 0.11512925464970229;  // ln(10) / 20
 
-// The gain computer may need these on every frame of a loud block, so they are the cheap forms:
-// a float exponential for a gain (a relative error of 1e-7 is far below hearing), and a ramp
+// The gain computer needs these once a segment on a loud block, so they are the cheap forms: a
+// float exponential for a gain (a relative error of 1e-7 is far below hearing), and a ramp
 // factor whose tiny per-frame steps come from a short series.
 double DbToGain(float dB) { return dB > kNoGainBelowDb ? std::exp(dB * static_cast<float>(kLn10Over20)) : 0.0; }
 
@@ -23,6 +23,85 @@ double RampFactor(double to, double from, double perFrame) {
   const double x = std::log(static_cast<float>(to) / static_cast<float>(from)) * perFrame;
   if (std::fabs(x) < 1e-3) return 1.0 + x * (1.0 + x * (0.5 + x * (1.0 / 6.0)));  // error under 5e-14
   return std::exp(x);
+}
+
+// x^n for n >= 1 by squaring: a segment's worth of a per-frame ramp factor.
+double PowInt(double x, int n) {
+  double result = 1.0;
+  for (; n > 0; n >>= 1, x *= x) {
+    if (n & 1) result *= x;
+  }
+  return result;
+}
+
+constexpr int kSegment = CEffectDynamics::kControlFrames;
+
+// The loops below run over whole segments of a constant length so the compiler turns them into
+// vector code; a block's short last segment takes the same functions at its own length.
+// AtSegmentLength calls `work(length)` with the length a constant for a whole segment.
+template <typename Work>
+inline auto AtSegmentLength(int frames, Work&& work) {
+  return frames == kSegment ? work(kSegment) : work(frames);
+}
+
+// Scales a segment by the input gain and returns its peak of |L + R|.
+inline float ScaleAndPeak(float* segment, int frames, float gain) {
+  float peak = 0.0f;
+  for (int j = 0; j < frames; ++j) {
+    segment[2 * j] *= gain;
+    segment[2 * j + 1] *= gain;
+    peak = std::max(peak, std::fabs(segment[2 * j] + segment[2 * j + 1]));
+  }
+  return peak;
+}
+
+inline void Scale(float* segment, int frames, float gain) {
+  for (int j = 0; j < 2 * frames; ++j) segment[j] *= gain;
+}
+
+// |L + R| / 4 of each frame, into `quarter`.
+inline void QuarterSums(const float* segment, int frames, float* quarter) {
+  for (int j = 0; j < frames; ++j) quarter[j] = std::fabs(segment[2 * j] + segment[2 * j + 1]) * 0.25f;
+}
+
+// Whether the left channel holds a zero or both signs (flags, not a min and max, so the loop
+// vectorises under strict IEEE rules).
+inline bool LeftTouchesZero(const float* segment, int frames) {
+  int nonPositive = 0, nonNegative = 0;
+  for (int j = 0; j < frames; ++j) {
+    nonPositive |= segment[2 * j] <= 0.0f;
+    nonNegative |= segment[2 * j] >= 0.0f;
+  }
+  return (nonPositive & nonNegative) != 0;
+}
+
+// Each sample's share of the way from a segment's start gain to its end gain: the frame j of a
+// whole segment stands at (j + 1) / kSegment, so the last frame gets the end gain itself.
+struct RampWeights {
+  float w[2 * kSegment];
+  constexpr RampWeights() : w() {
+    for (int i = 0; i < 2 * kSegment; ++i) w[i] = static_cast<float>(i / 2 + 1) / kSegment;
+  }
+};
+constexpr RampWeights kRampWeights;
+
+// Applies a gain moving in a straight line from `from` (the gain of the frame before the
+// segment) to `to` (its last frame).
+inline void ApplyGain(float* segment, int frames, float from, float to) {
+  if (from == to) {
+    if (from != 1.0f) AtSegmentLength(frames, [&](int n) { Scale(segment, n, from); });
+    return;
+  }
+  const float delta = to - from;
+  if (frames == kSegment) {
+    for (int i = 0; i < 2 * kSegment; ++i) segment[i] *= from + delta * kRampWeights.w[i];
+    return;
+  }
+  for (int j = 0; j < frames; ++j) {
+    const float g = from + delta * static_cast<float>(j + 1) / static_cast<float>(frames);
+    segment[2 * j] *= g;
+    segment[2 * j + 1] *= g;
+  }
 }
 
 }  // namespace
@@ -143,56 +222,72 @@ CEffectDynamics::Settings CEffectDynamics::LoadSettings() const noexcept {
                   lookAhead_.load(r)};
 }
 
-float CEffectDynamics::MeasureLevel(const float* block, int frames, int i, float inputGain, bool lookAhead) noexcept {
-  if (lookAhead) {
-    // The loudest frame of the next twelve (up to the block's end), so a peak is met with the
-    // gain it needs however short it is. Frames ahead of i are not scaled yet; i itself is.
-    const int last = std::min(frames - 1, i + kLookAheadFrames);
-    float peak = std::fabs(block[2 * i] + block[2 * i + 1]);
-    for (int j = i + 1; j <= last; ++j) peak = std::max(peak, inputGain * std::fabs(block[2 * j] + block[2 * j + 1]));
-    return peak * 0.5f;
+float CEffectDynamics::SmoothedLevel(const float* segment, int frames, bool loudest) noexcept {
+  // The level follows each frame (half the last level plus a quarter of |L + R|). Level
+  // control's ramps last seconds and integrate whatever the level does inside a segment, so it
+  // takes the mean; the compressor's fast attack answers the peaks, so it takes the loudest
+  // value, and a short burst inside the segment still moves the gain. The quarters are taken in
+  // one vector pass; only the recursion itself runs frame by frame.
+  float quarter[kSegment];
+  AtSegmentLength(frames, [&](int n) { QuarterSums(segment, n, quarter); });
+  float level = level_, peak = 0.0f, sum = 0.0f;
+  for (int j = 0; j < frames; ++j) {
+    level = level * 0.5f + quarter[j];
+    peak = std::max(peak, level);
+    sum += level;
   }
-  return level_ * 0.5f + std::fabs(block[2 * i] + block[2 * i + 1]) * 0.25f;
+  level_ = level;
+  return loudest ? peak : sum / static_cast<float>(frames);
 }
 
-void CEffectDynamics::UpdateTarget(const Settings& s) noexcept {
+bool CEffectDynamics::CrossesZero(const float* segment, int frames) const noexcept {
+  // A zero, or both signs, inside the segment means the left channel crossed zero somewhere in
+  // it; the step from the last segment's final frame is checked on its own.
+  const float first = segment[0];
+  const bool inside = AtSegmentLength(frames, [&](int n) { return LeftTouchesZero(segment, n); });
+  return inside || (previousLeft_ < 0.0f && first > 0.0f) || (previousLeft_ > 0.0f && first < 0.0f);
+}
+
+void CEffectDynamics::UpdateTarget(const Settings& s, float level, int frames) noexcept {
+  levelDb_ = FastLevelDb(level);
   if (s.agcMode) {
     const double aim = s.agcAim;
     if (levelDb_ > s.thresholdDb) {
       belowCounter_ = 0;
-      targetGain_ = aim / level_;
-    } else if (++belowCounter_ >= kAgcReturnFrames) {
+      targetGain_ = aim / level;
+    } else if ((belowCounter_ += frames) >= kAgcReturnFrames) {
       belowCounter_ = 0;
       targetGain_ = 1.0;
     }
-    if (levelDb_ > s.agcTargetDb) targetGain_ = aim / level_;  // never lets a rise through
+    if (levelDb_ > s.agcTargetDb) targetGain_ = aim / level;  // never lets a rise through
   } else if (levelDb_ > s.thresholdDb) {
     const float out = (levelDb_ - s.thresholdDb) / s.ratio + s.thresholdDb;
-    targetGain_ = DbToGain(out) / level_;
+    targetGain_ = DbToGain(out) / level;
   } else {
     targetGain_ = 1.0;
   }
 }
 
-void CEffectDynamics::StepRamp(const Settings& s, float left) noexcept {
+void CEffectDynamics::StepRamp(const Settings& s, int frames, bool crossing) noexcept {
   if (targetGain_ != settingGain_) {
     settingGain_ = targetGain_;
     const bool rising = settingGain_ > currentGain_;
     const double ms = rising ? s.releaseMs : s.attackMs;
-    if (currentGain_ > 0.0 && std::isfinite(currentGain_) && ms > 0.0) {
+    // A ramp no longer than the segment would pass the target within it and be held there:
+    // the limiter's 0.3 ms attack lands on its target without a logarithm.
+    if (currentGain_ > 0.0 && std::isfinite(currentGain_) && ms * 44.1 > frames) {
       rampFactor_ = RampFactor(settingGain_, currentGain_, rising ? s.releasePerFrame : s.attackPerFrame);
     } else {
-      currentGain_ = settingGain_;  // nothing to ramp from
+      currentGain_ = settingGain_;  // nothing to ramp from, or no time to ramp in
       rampFactor_ = 1.0;
     }
   }
   if (currentGain_ == settingGain_) return;
-  currentGain_ *= rampFactor_;
+  currentGain_ *= frames == 1 ? rampFactor_ : PowInt(rampFactor_, frames);
   if (rampFactor_ > 1.0) {
     if (currentGain_ > settingGain_) currentGain_ = settingGain_;
     return;
   }
-  const bool crossing = left == 0.0f || (previousLeft_ < 0.0f && left > 0.0f) || (previousLeft_ > 0.0f && left < 0.0f);
   if (s.attackMs < 5.0f && crossing) currentGain_ = settingGain_;
   if (currentGain_ < settingGain_) currentGain_ = settingGain_;
 }
@@ -205,18 +300,31 @@ void CEffectDynamics::ProcessCore(float* block, int frames, float bpm) noexcept 
   s.attackPerFrame = 1.0 / (s.attackMs * 44.1);
   s.releasePerFrame = 1.0 / (s.releaseMs * 44.1);
   const double makeup = s.agcMode ? 1.0 : s.makeup;
-  for (int i = 0; i < frames; ++i) {
-    float& left = block[2 * i];
-    float& right = block[2 * i + 1];
-    left *= s.inputGain;
-    right *= s.inputGain;
-    level_ = MeasureLevel(block, frames, i, s.inputGain, s.lookAhead != 0);
-    levelDb_ = FastLevelDb(level_);
-    UpdateTarget(s);
-    StepRamp(s, left);
-    previousLeft_ = left;
-    const double gain = currentGain_ * makeup;
-    left = static_cast<float>(left * gain);
-    right = static_cast<float>(right * gain);
+  const bool snaps = s.attackMs < 5.0f;
+  // With look-ahead the next segment is scaled and measured one step early.
+  auto scaleAndPeak = [&](float* segment, int n) {
+    return AtSegmentLength(n, [&](int length) { return ScaleAndPeak(segment, length, s.inputGain); });
+  };
+  float peakAhead = s.lookAhead ? scaleAndPeak(block, std::min(kSegment, frames)) : 0.0f;
+  for (int at = 0; at < frames; at += kSegment) {
+    const int n = std::min(kSegment, frames - at);
+    float* segment = block + 2 * at;
+    float level = 0.0f;
+    if (s.lookAhead) {
+      const float peakHere = peakAhead;
+      const int next = at + kSegment;
+      peakAhead = next < frames ? scaleAndPeak(block + 2 * next, std::min(kSegment, frames - next)) : 0.0f;
+      level = level_ = std::max(peakHere, peakAhead) * 0.5f;
+    } else {
+      if (s.inputGain != 1.0f) AtSegmentLength(n, [&](int length) { Scale(segment, length, s.inputGain); });
+      level = SmoothedLevel(segment, n, s.agcMode == 0);
+    }
+    const bool crossing = snaps && CrossesZero(segment, n);
+    previousLeft_ = segment[2 * (n - 1)];
+    UpdateTarget(s, level, n);
+    const double startGain = currentGain_ * makeup;
+    StepRamp(s, n, crossing);
+    ApplyGain(segment, n, static_cast<float>(startGain), static_cast<float>(currentGain_ * makeup));
   }
+  if (!(level_ >= 1e-20f)) level_ = 0.0f;  // no denormals, nor a NaN, left in the smoothed level
 }

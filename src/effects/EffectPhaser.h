@@ -26,8 +26,6 @@ class CEffectPhaser : public CBuiltInEffect {
   LUMO_RT void ProcessCore(float* block, int frames, float bpm) noexcept override;
   LUMO_RT void Reset() noexcept override;
 
-  // The delay the audio thread runs, in ms (after a block has applied the knob).
-  int DelayMs() const { return delayMs_; }
   static int DelayMsForParam(int param) { return param * 90 / 1000 + 10; }
 
  private:

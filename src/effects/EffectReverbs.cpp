@@ -91,8 +91,6 @@ void CEffectReverbs::ApplyPending(float bpm) noexcept {
   echoTempo_ = tempo;
 }
 
-int CEffectReverbs::FirstTapDelay() const { return tapCount_ > 0 ? tapDelay_[0] : 0; }
-
 void CEffectReverbs::Reset() noexcept {
   // A faded-out reverb starts again from silence.
   std::memset(lineLeft_.get(), 0, sizeof(float) * kLineLength);

@@ -36,8 +36,6 @@ class CEffectReverbs : public CBuiltInEffect {
   // 0..kMaxTaps. Audio thread, or before the effect is mixed.
   LUMO_RT bool Configure(int directPercent, int crossPercent, int tapOutPercent, int loopGainPercent, int tapCount,
                          const Tap* taps) noexcept;
-  // Samples from a sample's entry to the first tap's read (the first echo), after a block ran.
-  int FirstTapDelay() const;
 
  private:
   LUMO_RT void ApplyPending(float bpm) noexcept;

@@ -5,7 +5,6 @@
 #include <cmath>
 #include <vector>
 
-#include "effects/Biquad.h"
 
 namespace {
 
@@ -63,28 +62,6 @@ TEST(CutoffFilter, StereoKnobFiltersEachChannelAndBypassLeavesTheBlock) {
   for (int f = 2000; f < 4410; ++f) left += std::fabs(block[2 * f]), right += std::fabs(block[2 * f + 1]);
   EXPECT_LT(left / 2410, 1e-3);
   EXPECT_NEAR(left, right, 1e-3);
-}
-
-TEST(Biquad, LowPassHasUnityGainAtDcAndUnknownTypesChangeNothing) {
-  ZQBiquad biquad;
-  biquad.Design(1000.0f, 0.0f, 0.70710677f, ZQBiquad::kLowPass);
-  std::vector<float> dc(4000, 1.0f);
-  biquad.Process(dc.data(), 4000, 0, 1);
-  EXPECT_NEAR(dc.back(), 1.0f, 1e-4);
-  EXPECT_EQ(biquad.fixedB0, static_cast<int16_t>(std::lround(biquad.b0 * 8192.0 / biquad.a0)));
-  const float a1 = biquad.a1;
-  biquad.Design(3000.0f, 0.0f, 1.0f, 42);
-  EXPECT_EQ(biquad.a1, a1);
-  EXPECT_EQ(biquad.type, ZQBiquad::kLowPass);
-  biquad.Design(1000.0f, 6.0f, 1.0f, ZQBiquad::kPeaking);
-  // A peaking section at its centre lifts by its gain.
-  biquad.ClearState();
-  double sum = 0;
-  std::vector<float> tone(44100);
-  for (int i = 0; i < 44100; ++i) tone[i] = static_cast<float>(std::sin(2 * M_PI * 1000.0 * i / 44100.0));
-  biquad.Process(tone.data(), 44100, 0, 1);
-  for (int i = 22050; i < 44100; ++i) sum += double(tone[i]) * tone[i];
-  EXPECT_NEAR(20 * std::log10(std::sqrt(sum / 22050) * std::sqrt(2.0)), 6.0, 0.05);
 }
 
 }  // namespace

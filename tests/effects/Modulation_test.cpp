@@ -41,11 +41,9 @@ TEST(Echo, FollowsATempoChangeWithoutClearingWhatItHolds) {
   echo.tempoSource = &tempo;
   std::vector<float> first = Impulse(4410, 0);
   echo.ProcessCore(first.data(), 4410, 120);
-  EXPECT_EQ(echo.FirstTapDelay(), 22050);
   // At 100 BPM a beat is 26460 frames: the impulse written at frame 0 comes back there.
   std::vector<float> rest = Stereo(30000, 0, 0);
   RunCore(echo, rest, 100);
-  EXPECT_EQ(echo.FirstTapDelay(), 26460);
   EXPECT_EQ(FirstAbove(rest, 0, 0, 1e-6f) + 4410, 26460);
 }
 
@@ -98,16 +96,6 @@ TEST(Flanger, SweepsItsDelayRangeOnceEveryStretchOfBeatsParam1Picks) {
   }
 }
 
-TEST(Flanger, AnImpulseComesBackWithinTheSweepRange) {
-  CEffectFlangers flanger(2);  // all wet
-  std::vector<float> signal = Impulse(4410, 100);
-  RunCore(flanger, signal, 0);
-  const int echo = FirstAbove(signal, 0, 0, 1e-4f) - 100;
-  EXPECT_GE(echo, 46);
-  EXPECT_LE(echo, 46 + 133 + 1);
-  EXPECT_EQ(FirstAbove(signal, 1, 0, 1e-4f) - 100, echo) << "both channels alike";
-}
-
 TEST(Phaser, DelaysTheRightChannelTenToAHundredMillisecondsAndLeavesTheLeft) {
   for (auto [param, frames] : {std::pair{0, 441}, {1000, 4410}, {500, 55 * 441 / 10}}) {
     CEffectPhaser phaser;
@@ -118,7 +106,6 @@ TEST(Phaser, DelaysTheRightChannelTenToAHundredMillisecondsAndLeavesTheLeft) {
     RunCore(phaser, out, 0, 441);
     for (size_t i = 0; i < in.size(); i += 2) ASSERT_EQ(out[i], in[i]) << "left frame " << i / 2;
     EXPECT_EQ(FirstAbove(out, 1, 4411, 0.5f), 6000 + frames) << "param " << param;
-    EXPECT_EQ(phaser.DelayMs() * 441 / 10, frames);
   }
 }
 
