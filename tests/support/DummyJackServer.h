@@ -69,6 +69,9 @@ class DummyJackServer {
     server_.Stop();
     unsetenv("JACK_DEFAULT_SERVER");
   }
+  // Ends the server but keeps its name in the environment, so a Start with the same prefix
+  // brings back the server clients look for (a test of a server that goes and comes back).
+  void Stop() { server_.Stop(); }
   const std::string& Name() const { return name_; }
 
  private:

@@ -186,8 +186,7 @@ const std::vector<UnboundControl>& UnboundControls() {
       {"tarvo_fx_on_3", "console library not built"}, {"tarvo_fx_on_4", "console library not built"},
       {"tarvo_fx_controller_1", "console library not built"}, {"tarvo_fx_controller_2", "console library not built"},
       {"tarvo_fx_controller_3", "console library not built"}, {"tarvo_fx_controller_4", "console library not built"},
-      {"tarvo_vol_pitch", "console library not built"}, {"tarvo_tune_scratch", "console library not built"},
-      {"tarvo_info", "console library not built"}, {"tarvo_music", "console library not built"},
+      {"tarvo_music", "console library not built"},
       {"tarvo_playlist", "console library not built"}, {"tarvo_hold", "console library not built"},
       {"tarvo_libary", "console library not built"}, {"tarvo_about", "console library not built"},
   };
@@ -210,6 +209,9 @@ const std::vector<UnboundControl>& WindowControlNames() {
       {"list_edit", "renames the user list"},    {"list_delete", "deletes the user list, after asking"},
       {"list_load", "adds a playlist file's songs to the list"},
       {"list_saveas", "saves the list as a new user list"}, {"list_export", "writes the list as an .m3u"},
-      {"about", "shows the about box"},          {"about2", "shows the about box"}};
+      {"about", "shows the about box"},          {"about2", "shows the about box"},
+      {"tarvo_vol_pitch", "switches the console's volume/pitch mode"},
+      {"tarvo_tune_scratch", "switches the console's tune/scratch mode"},
+      {"tarvo_info", "turns the console display's page"}};
   return table;
 }
