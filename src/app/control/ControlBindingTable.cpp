@@ -62,6 +62,7 @@ const std::vector<ButtonBinding>& ButtonBindings() {
         Switch("deck_key_lock", C::kKeyLock, 0, "keyLock"),
         Switch("deck_reverse", C::kReverse, 0, "reverse"),
         Switch("deck_loop_song", C::kLoopSong, 0, nullptr),
+        Switch("deck_analogin", C::kAnalogIn, 0, nullptr),
         Switch("deck_cuepos_clear", C::kCueClearMode, 0, nullptr),
         Hold("deck_cue_in", C::kHotCue, C::kHotCueRelease, 10),
         Hold("deck_cue_out", C::kHotCue, C::kHotCueRelease, 11),
@@ -160,7 +161,7 @@ const std::vector<UnboundControl>& UnboundControls() {
       {"deck_in_master", "master routing switch not in the mixer"},
       {"deck_edit_bpm", "BPM dialog not built"}, {"deck_slow_bpm", "BPM halving not built"},
 
-      {"deck_analogin", "live input not built"}, {"deck_timecodein", "timecode not built"},
+      {"deck_timecodein", "timecode not built"},
       {"deck_timecode_relative", "timecode not built"},
       {"fx_add", "effect menu not built"}, {"fx_mic_add", "effect menu not built"},
       {"fx_master_add", "effect menu not built"},

@@ -7,6 +7,7 @@
 #include "app/AutoMix.h"
 #include "app/Engine.h"
 #include "audio/Mixer.h"
+#include "audio/LiveInputSource.h"
 #include "audio/MixerChannel.h"
 #include "deck/SoundSource.h"
 #include "library/LibraryPanel.h"
@@ -25,7 +26,7 @@ constexpr const char* kTexts[] = {
     "mixer.SetChannelVolume(deck, v)", "mixer.SetChannelTrim(deck, v / 10 dB)",
     "channel.SetBandLevel(band, v / 10 dB)", "channel.SetBandKill(band, on)", "channel.SetCutoffKnob(v)",
     "mixer.SetChannelMonitor(deck, on ? 110 : 0)", "channel.SetEffectState(place, on, 1)",
-    "effect.SetDryWet(v / 1000)", "effect.SetParam(n, v)",
+    "effect.SetDryWet(v / 1000)", "effect.SetParam(n, v)", "channel.SetSource(on ? deck input : deck)",
     "mixer.SetCrossfader(v)", "mixer.SetCrossfaderCurve(v)", "mixer.SetCueMix(v)",
     "mixer.SetMasterGain(v / 10 dB)", "mixer.SetMonitorGain(v / 10 dB)", "mixer.SetMicGain(v / 10 dB)",
     "mic.SetBandLevel(band, v / 10 dB)", "mic.SetBandKill(band, on)", "mixer.SetTalkOver(on)",
@@ -106,6 +107,11 @@ class EngineSink : public EngineCommandSink {
       case C::kEqBand: if (channel) channel->SetBandLevel(arg, value * 0.1f); break;
       case C::kKill: if (channel) channel->SetBandKill(arg, value); break;
       case C::kCutoff: if (channel) channel->SetCutoffKnob(value); break;
+      case C::kAnalogIn:
+        // The deck's channel plays its line input instead of the deck, and back.
+        if (channel && d && g_engine.deckInputs[deck])
+          channel->SetSource(value ? static_cast<CAudioSignalSource*>(g_engine.deckInputs[deck]) : d);
+        break;
       case C::kMonitor: if (mixer && deck >= 0) mixer->SetChannelMonitor(deck, value ? kMonitorOnLevel : 0); break;
       case C::kEffectOn: if (channel) channel->SetEffectState(arg, value, 1); break;
       case C::kEffectDryWet:

@@ -16,7 +16,7 @@ enum class EngineCommand : int {
   // Pitch and key.
   kPitch, kBendStart, kBendStop, kKeyLock, kKeyShift, kReverse, kBrake, kScratchArm,
   // The deck's channel.
-  kVolume, kGain, kEqBand, kKill, kCutoff, kMonitor, kEffectOn, kEffectDryWet, kEffectParam,
+  kVolume, kGain, kEqBand, kKill, kCutoff, kMonitor, kEffectOn, kEffectDryWet, kEffectParam, kAnalogIn,
   // Global mixer.
   kCrossfader, kCrossfaderCurve, kCueMix, kMasterGain, kMonitorGain, kMicGain, kMicEqBand, kMicKill,
   kTalkOver, kMicOn, kSplitCue,
