@@ -25,6 +25,7 @@
 #include "audio/devices/SystemCapture.h"
 #include "codecs/DecoderWAV.h"
 #include "support/TestFiles.h"
+#include "app/control/EngineCommands.h"
 #include "support/ScopedEngine.h"
 #include "support/TraceCapture.h"
 #include "support/WaitFor.h"
@@ -237,7 +238,7 @@ TEST_F(JackLoopback, TheLiveInputSettingOpensTheChosenDeviceAndNoneClosesIt) {
   } teardown;
   CZQMixer& mixer = *g_engine.mixer;
   mixer.SetMicOn(1);
-  g_engine.deckChannels[0]->SetSource(g_engine.deckInputs[0]);  // deck A on its line input
+  CurrentEngineSink().Run(EngineCommand::kAnalogIn, 0, 1, 0);  // deck A's line-input switch
   g_outputSelection = OutputSelection{};
   g_outputSelection.primary = -1;
   const std::string tone = "Jack: lumo-test-tone";
