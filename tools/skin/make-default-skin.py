@@ -17,7 +17,7 @@ import cairo
 
 sys.dont_write_bytecode = True  # keep the source folder clean
 from skinkit import (  # noqa: E402
-    DECK_COLOURS, DECK_LETTERS, DIM, HOTCUE, NAME, PANEL_EDGE, SCREEN, SIZES, TEXT, Skin, lighter, rgb)
+    BG, DECK_COLOURS, DECK_LETTERS, DIM, HOTCUE, NAME, PANEL_EDGE, SCREEN, SIZES, TEXT, Skin, lighter, rgb)
 
 
 # The layout ---------------------------------------------------------------------------------
@@ -459,6 +459,23 @@ def layout(skin):
     skin.page(7)
     sampler_page(skin, gx, gy, gw, gh)
     skin.close_group()
+    dialogs(skin)
+
+
+def dialogs(skin):
+    """The skin's own question and message box: the text over an OK button at the bottom right,
+    with Cancel to its left for questions."""
+    s = skin.s
+    w, h = s(420), s(150)
+    skin.open_dialog(w, h)
+    skin.fill_rect(0, 0, w, h, BG)
+    skin.panel(0, 0, w, h)
+    skin.fill_rect(1, 1, w - 2, s(4), DECK_COLOURS[0])
+    pad, bw, bh = s(12), s(84), s(26)
+    skin.label("special_dialog_message", pad, pad + s(6), w - 2 * pad, h - 3 * pad - bh, colour=TEXT, size=1)
+    skin.button("special_dialog_ok", w - pad - bw, h - pad - bh, bw, bh, "OK", None, "play")
+    skin.button("special_dialog_cancel", w - pad - 2 * bw - s(8), h - pad - bh, bw, bh, "CANCEL", None, "kill")
+    skin.close_dialog()
 
 
 ICON_SIZES = (16, 22, 24, 32, 48, 64, 128, 256, 512)

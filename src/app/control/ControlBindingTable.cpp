@@ -154,7 +154,7 @@ const std::vector<UnboundControl>& UnboundControls() {
       {"sync_lock", "sync lock not built"},
       {"deck_boost", "channel boost not in the mixer"}, {"deck_mute", "channel mute not in the mixer"},
       {"deck_in_master", "master routing switch not in the mixer"},
-      {"deck_edit_bpm", "BPM dialog not built"}, {"deck_slow_bpm", "BPM halving not built"},
+      {"deck_slow_bpm", "BPM halving not built"},
 
       {"deck_loop_song", "song loop has no deck call yet"},
       {"deck_analogin", "live input not built"}, {"deck_timecodein", "timecode not built"},
@@ -221,6 +221,7 @@ const std::vector<UnboundControl>& WindowControlNames() {
       {"cfg", "opens the options dialog"},   {"cfg2", "opens the options dialog"},
       {"special_dialog_ok", "answers the skin's dialog"}, {"special_dialog_cancel", "answers the skin's dialog"},
       {"list_tag_edit", "opens the tag editor"}, {"deck_load", "loads the list's selected song"},
-      {"search_stop", "empties the search box"}, {"recording", "starts or stops the recorder"}};
+      {"search_stop", "empties the search box"}, {"recording", "starts or stops the recorder"},
+      {"deck_edit_bpm", "opens the BPM dialog"}};
   return table;
 }
