@@ -3,7 +3,8 @@
 # page is one key away (screenshots of both go to ARTIFACTS). A crossfader curve turned to
 # hard and confirmed with OK is in config.xml and in the mixer at once; the same change left
 # with Cancel changes neither. The largest default skin, chosen on a smaller screen, is
-# refused with the message and the skin setting stays.
+# refused with the message and the skin setting stays. Last, the window's X asks the quit
+# question in the skin's own box: Escape answers no, Return yes.
 #
 #   options_dialog.sh PROGRAM ARTIFACTS_DIR
 set -euo pipefail
@@ -75,6 +76,30 @@ wait_for '[[ -z "$(window_named "^Message$")" && -z "$(window_named "^Options$")
 [[ -n "$(value rect.cfg)" ]] || { echo "the window lost its skin"; exit 1; }
 echo "oversize skin refused; skinf1 kept: '$skin_before'"
 
-stop_program
+# The skin's box, not the toolkit's: the default skin draws it 420 by 150 at this size.
+ask_quit() {
+  read -r x y w h <<<"$(value rect.close)"
+  xdotool mousemove $((x + w / 2)) $((y + h / 2)) click 1
+  for _ in $(seq 1 300); do
+    box=$(window_named "^Message$")
+    [[ -n "$box" ]] && break
+    sleep 0.2
+  done
+  [[ -n "$box" ]] || { echo "no quit question"; exit 1; }
+  eval "$(xdotool getwindowgeometry --shell "$box")"
+  [[ "$WIDTH $HEIGHT" == "420 150" ]] || { echo "the quit question is not the skin's box: ${WIDTH}x$HEIGHT"; exit 1; }
+  xdotool windowfocus --sync "$box"
+}
+ask_quit
+import -window root "$artifacts/quit-question.png"
+xdotool key Escape
+sleep 1
+kill -0 "$app_pid" || { echo "Escape quit the program"; exit 1; }
+ask_quit
+xdotool key Return
+for _ in $(seq 1 300); do kill -0 "$app_pid" 2>/dev/null || break; sleep 0.2; done
+wait "$app_pid" || { echo "program exit status $?"; exit 1; }
+app_pid=""
+echo "the quit question is the skin's own box"
 grep "toolkit assertion" "$home/stderr.txt" && { echo "the toolkit complained"; exit 1; }
 echo "options dialog works"

@@ -63,7 +63,7 @@ void WriteStateReport(const std::string& path) {
   const struct { const char* name; int deck; } kShown[] = {
       {"deck_play_pause", 0}, {"crossfader", -1}, {"deck_volume", 0}, {"deck_eq_low", 0}, {"deck_elapsed", 0},
       {"sd_deck", 0},          {"deck_wheel", 0},      {"deck_play_pause", 1}, {"deck_play_pause", 2},
-      {"deck_play_pause", 3}, {"deck_edit_bpm", 0}, {"cfg", -1}};
+      {"deck_play_pause", 3}, {"deck_edit_bpm", 0}, {"cfg", -1}, {"close", -1}};
   for (const auto& shown : kShown) {
     ZQCustomControl* control = ControlAt(ControlIdByName(shown.name), shown.deck);
     if (!control || !control->IsShownOnScreen()) continue;
