@@ -101,11 +101,16 @@ def waveforms(skin, y, gap, wave_h):
 
 
 def wheel(skin, x, y, size, deck):
-    bx, by = skin.add("sg_wheel", "deck_wheel", x, y, size, size, deck, size=size,
-                      cursorcolor=DECK_COLOURS[deck], trailcursorcolor="#555a66")
+    """The platter's surround stays in the window; the record itself (dots, marker and label)
+    is a transparent picture below it that the control turns with the music."""
+    r = size / 2.0 - 1.5
+    cursor = max(3, size // 22)
+    bx, by = skin.add("sg_wheel", "deck_wheel", x, y, size, size, deck, size=size, cursorcolor="#ffffff",
+                      trailcursorcolor="#555a66", cursorsize=cursor, radius=int(r * 0.94 - cursor / 2.0),
+                      **{"_look": "1"})
     cr = skin.cr
+    cx, cy = bx + size / 2.0, by + size / 2.0
     cr.new_path()
-    cx, cy, r = bx + size / 2.0, by + size / 2.0, size / 2.0 - 1.5
     cr.arc(cx, cy, r, 0, 2 * math.pi)
     cr.set_source_rgb(*rgb("#08090b"))
     cr.fill()
@@ -119,7 +124,14 @@ def wheel(skin, x, y, size, deck):
     cr.arc(cx, cy, r * 0.88, 0, 2 * math.pi)
     cr.set_source(grad)
     cr.fill()
-    cr.set_line_width(1)
+    skin.looks.append((len(skin.elements) - 1, size, size, lambda lx, ly: draw_record(skin, lx, ly, size, r, deck),
+                       lambda lx, ly: 'transparentwheelx="%d" transparentwheely="%d"' % (lx, ly)))
+
+
+def draw_record(skin, x, y, size, r, deck):
+    skin.clear_rect(x, y, size, size)
+    cr = skin.cr
+    cx, cy = x + size / 2.0, y + size / 2.0
     for i in range(48):  # platter dots
         a = 2 * math.pi * i / 48
         cr.set_source_rgb(*rgb("#3b3f48"))

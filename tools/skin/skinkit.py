@@ -63,9 +63,17 @@ class Skin:
         self.page_count = pages
         self.state_y = height = self.h + page_height * pages
         self.surface_height = height + 2400  # trimmed after packing the button states and looks
-        self.surface = cairo.ImageSurface(cairo.FORMAT_RGB24, self.w, self.surface_height)
+        self.surface = cairo.ImageSurface(cairo.FORMAT_ARGB32, self.w, self.surface_height)
         self.cr = cairo.Context(self.surface)
         self.fill_rect(0, 0, self.w, self.surface_height, BG)
+
+    def clear_rect(self, x, y, w, h):
+        """Fully transparent: for pictures drawn over the background, such as the record."""
+        self.cr.save()
+        self.cr.set_operator(cairo.OPERATOR_CLEAR)
+        self.cr.rectangle(x, y, w, h)
+        self.cr.fill()
+        self.cr.restore()
 
     def fill_rect(self, x, y, w, h, colour):
         self.cr.set_source_rgb(*rgb(colour))
@@ -358,7 +366,7 @@ class Skin:
     def write(self, folder):
         bottom = self.pack_looks(self.pack_states())
         base = os.path.join(folder, "%s %dx%d" % (NAME, self.w, self.h))
-        cropped = cairo.ImageSurface(cairo.FORMAT_RGB24, self.w, bottom)
+        cropped = cairo.ImageSurface(cairo.FORMAT_ARGB32, self.w, bottom)
         cr = cairo.Context(cropped)
         cr.set_source_surface(self.surface, 0, 0)
         cr.paint()
