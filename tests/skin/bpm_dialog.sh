@@ -19,7 +19,8 @@ sox -n -r 44100 -c 2 -b 16 "$home/thump.wav" synth 0.08 sine 70 fade 0 0.08 0.06
 program_args=("$home/thump.wav")
 start_program "$program" ZORVIK_LUMO_STATE_REPORT="$report" ZORVIK_LUMO_TAP_STEP_MS=500
 
-wait_for '[[ -n "$(value rect.deck_edit_bpm)" && "$(value deck0.analysed)" == 1 ]]'
+# The analysis runs at idle priority: a busy machine takes a while.
+wait_for '[[ -n "$(value rect.deck_edit_bpm)" && "$(value deck0.analysed)" == 1 ]]' 180
 echo "deck A analysed: $(value deck0.bpm) BPM"
 read -r x y w h <<<"$(value rect.deck_edit_bpm)"
 xdotool mousemove $((x + w / 2)) $((y + h / 2)) click 1

@@ -9,8 +9,8 @@
 #   stop_program                    closes it with a termination signal; fails unless it closes cleanly
 #   value KEY                       a value of the program's state report (the file named by
 #                                   `report`, see ZORVIK_LUMO_STATE_REPORT)
-#   wait_for CONDITION              waits up to 60 s for a shell condition, acknowledging the
-#                                   no-device box on the way; fails if the program exits
+#   wait_for CONDITION [SECONDS]    waits (60 s unless told) for a shell condition, acknowledging
+#                                   the no-device box on the way; fails if the program exits
 #   window_named REGEX              the id of a visible window whose title matches, or nothing
 
 xvfb_pid="" app_pid=""
@@ -80,7 +80,7 @@ stop_program() {
 value() { sed -n "s/^$1=//p" "$report" 2>/dev/null; }
 
 wait_for() {
-  for _ in $(seq 1 300); do
+  for _ in $(seq 1 $((${2:-60} * 5))); do
     dismiss_message_box
     if eval "$1"; then return 0; fi
     kill -0 "$app_pid" 2>/dev/null || { echo "program exited"; cat "$home/stderr.txt"; exit 1; }
