@@ -86,32 +86,21 @@ TEST(DefaultSkin, EverySizePlacesTheDeckControlsAndTheirLooks) {
     }
     EXPECT_GT(strips, 40);  // every knob of the mixer and the decks
     EXPECT_EQ(meters, 4 * 1 + 4);  // a meter per deck, master left and right, microphone, CPU
-    // The question and message boxes are the skin's own windows: the text and the buttons lie
-    // inside the window and draw from the picture; OK and Cancel do not cover each other.
+    // The question and message boxes are the skin's own windows, their text and buttons inside
+    // them (the linter checks the pictures and overlaps).
     int dialogs = 0;
     for (const SkinElement& window : doc.root.children) {
       const std::string* name = window.Attr("name");
       if (window.tag != "window" || !name || *name == "main") continue;
       ++dialogs;
-      SCOPED_TRACE(*name);
-      const int w = window.Int("width"), h = window.Int("height");
-      EXPECT_LE(window.Int("upx") + w, pngWidth);
-      EXPECT_LE(window.Int("upy") + h, pngHeight);
-      std::map<std::string, const SkinElement*> parts;
-      for (const SkinElement& child : window.children) parts[*child.Attr("action")] = &child;
-      ASSERT_EQ(parts.count("special_dialog_ok"), 1u);
-      ASSERT_EQ(parts.count("special_dialog_message"), 1u);
-      for (const auto& [part, e] : parts) {
-        EXPECT_GE(e->Int("posx"), 0) << part;
-        EXPECT_LE(e->Int("posx") + e->Int("width"), w) << part;
-        EXPECT_LE(e->Int("posy") + e->Int("height"), h) << part;
-        EXPECT_LE(e->Int("upy") + e->Int("height"), pngHeight) << part;
+      std::set<std::string> parts;
+      for (const SkinElement& e : window.children) {
+        parts.insert(*e.Attr("action"));
+        EXPECT_TRUE(e.Int("posx") >= 0 && e.Int("posx") + e.Int("width") <= window.Int("width") &&
+                    e.Int("posy") >= 0 && e.Int("posy") + e.Int("height") <= window.Int("height"))
+            << *name << " " << *e.Attr("action");
       }
-      if (const auto cancel = parts.find("special_dialog_cancel"); cancel != parts.end()) {
-        const SkinElement& ok = *parts["special_dialog_ok"];
-        EXPECT_TRUE(cancel->second->Int("posx") + cancel->second->Int("width") <= ok.Int("posx") ||
-                    ok.Int("posx") + ok.Int("width") <= cancel->second->Int("posx"));
-      }
+      EXPECT_TRUE(parts.count("special_dialog_ok") && parts.count("special_dialog_message")) << *name;
     }
     EXPECT_EQ(dialogs, 2) << "confirm_dialog and message_dialog";
   }
