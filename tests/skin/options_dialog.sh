@@ -3,7 +3,7 @@
 # page is one key away (screenshots of both go to ARTIFACTS). A crossfader curve turned to
 # hard and confirmed with OK is in config.xml and in the mixer at once; the same change left
 # with Cancel changes neither. The largest default skin, chosen on a smaller screen, is
-# refused with the message and the skin setting stays. Last, the window's X asks the quit
+# refused with the message in the skin's own box and the skin setting stays. Last, the X asks the quit
 # question in the skin's own box: Escape answers no, Return yes.
 #
 #   options_dialog.sh PROGRAM ARTIFACTS_DIR
@@ -35,6 +35,24 @@ open_options() {
 }
 keys() { xdotool key --delay 60 "$@"; }
 closed() { [[ -z "$(window_named "^Options$")" ]]; }
+# The skin's box, not the toolkit's: the default skin draws it 420 by 150 at this size. Waits
+# for it without acknowledging it, and focuses it.
+expect_skin_box() {
+  for _ in $(seq 1 300); do
+    box=$(window_named "^Message$")
+    [[ -n "$box" ]] && break
+    sleep 0.2
+  done
+  [[ -n "$box" ]] || { echo "no box for: $1"; exit 1; }
+  eval "$(xdotool getwindowgeometry --shell "$box")"
+  [[ "$WIDTH $HEIGHT" == "420 150" ]] || { echo "$1 is not in the skin's box: ${WIDTH}x$HEIGHT"; exit 1; }
+  xdotool windowfocus --sync "$box"
+}
+ask_quit() {
+  read -r x y w h <<<"$(value rect.close)"
+  xdotool mousemove $((x + w / 2)) $((y + h / 2)) click 1
+  expect_skin_box "the quit question"
+}
 
 wait_for '[[ -n "$(value rect.cfg)" && -n "$(value cfcurve)" ]]'
 curve_before=$(value cfcurve)
@@ -69,27 +87,15 @@ skin_before=$(setting skinf1)
 [[ "$skin_before" == "Zorvik Default 4 decks 1280x800.xml" ]] || { echo "skinf1 was '$skin_before'"; exit 1; }
 open_options
 keys End "${to_curve[@]}" Return
+expect_skin_box "the refusal"
 refusal="message: The skin is bigger than your current screen resolution and it was not loaded!"
-wait_for 'grep -q "$refusal" "$home/stderr.txt"'
+grep -q "$refusal" "$home/stderr.txt" || { echo "not the refusal"; exit 1; }
+xdotool key Return
 wait_for '[[ -z "$(window_named "^Message$")" && -z "$(window_named "^Options$")" ]]'  # acknowledged
 [[ "$(setting skinf1)" == "$skin_before" ]] || { echo "skinf1 became $(setting skinf1)"; exit 1; }
 [[ -n "$(value rect.cfg)" ]] || { echo "the window lost its skin"; exit 1; }
 echo "oversize skin refused; skinf1 kept: '$skin_before'"
 
-# The skin's box, not the toolkit's: the default skin draws it 420 by 150 at this size.
-ask_quit() {
-  read -r x y w h <<<"$(value rect.close)"
-  xdotool mousemove $((x + w / 2)) $((y + h / 2)) click 1
-  for _ in $(seq 1 300); do
-    box=$(window_named "^Message$")
-    [[ -n "$box" ]] && break
-    sleep 0.2
-  done
-  [[ -n "$box" ]] || { echo "no quit question"; exit 1; }
-  eval "$(xdotool getwindowgeometry --shell "$box")"
-  [[ "$WIDTH $HEIGHT" == "420 150" ]] || { echo "the quit question is not the skin's box: ${WIDTH}x$HEIGHT"; exit 1; }
-  xdotool windowfocus --sync "$box"
-}
 ask_quit
 import -window root "$artifacts/quit-question.png"
 xdotool key Escape
