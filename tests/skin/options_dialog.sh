@@ -3,8 +3,8 @@
 # page is one key away (screenshots of both go to ARTIFACTS). A crossfader curve turned to
 # hard and confirmed with OK is in config.xml and in the mixer at once; the same change left
 # with Cancel changes neither. The largest default skin, chosen on a smaller screen, is
-# refused with the message in the skin's own box and the skin setting stays. Last, the X asks the quit
-# question in the skin's own box: Escape answers no, Return yes.
+# refused with the message in the skin's own box and the skin setting stays. Last, the X asks
+# the quit question in the same kind of box: Escape answers no, Return yes.
 #
 #   options_dialog.sh PROGRAM ARTIFACTS_DIR
 set -euo pipefail
