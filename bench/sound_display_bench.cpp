@@ -9,13 +9,10 @@
 #include <vector>
 
 #include "analysis/StripeMarks.h"
-#include "skin/SkinLoader.h"
 #include "skin/SoundDisplay.h"
-#include "support/SkinWindowHarness.h"
+#include "SkinBenchWindow.h"
 
 namespace {
-
-ZQMainWindow* g_main = nullptr;
 
 // Five minutes of a busy low band with a mark every 120 BPM beat.
 std::vector<float> BusyStripe() {
@@ -54,18 +51,4 @@ BENCHMARK(BM_SoundDisplayFrame)->Arg(1)->Arg(4)->Arg(16)->Unit(benchmark::kMicro
 
 }  // namespace
 
-int main(int argc, char** argv) {
-  g_main = StartSkinWindow(argc, argv);
-  if (!g_main) return 1;
-  const wxSize screen = wxGetDisplaySize();
-  const std::string skin = std::string(LUMO_SOURCE_DIR) + "/data/skins/Zorvik Default 4 decks " +
-                           std::to_string(screen.GetWidth()) + "x" + std::to_string(screen.GetHeight()) + ".xml";
-  if (!LoadSkin(skin, g_main)) {
-    std::fprintf(stderr, "no default skin for %dx%d\n", screen.GetWidth(), screen.GetHeight());
-    return 1;
-  }
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  StopSkinWindow(g_main);
-  return 0;
-}
+int main(int argc, char** argv) { return RunSkinBenchmarks(argc, argv, LUMO_SOURCE_DIR); }

@@ -5,6 +5,7 @@
 #include <mutex>
 
 #include "analysis/StripeFile.h"
+#include "analysis/StripeMarks.h"
 #include "analysis/TempoGrid.h"
 #include "app/base/Trace.h"
 #include "codecs/SongKey.h"
@@ -57,6 +58,7 @@ void CDeckStripeAnalysis::Second(BandFilters& filters, std::vector<float>& mono,
 void CDeckStripeAnalysis::ResetFilters(CSoundSource&) {
   feedFilters_.Reset();
   changed_.store(false, std::memory_order_relaxed);
+  wholePass_.store(false, std::memory_order_relaxed);
 }
 
 int CDeckStripeAnalysis::LoadStripes(CSoundSource& deck) {
@@ -114,8 +116,56 @@ void CDeckStripeAnalysis::AnalyseWholeTrack(CSoundSource& deck) {
   }
   deck.bpm.store(bpm, std::memory_order_relaxed);
   deck.analysed.store(1, std::memory_order_release);
+  wholePass_.store(true, std::memory_order_relaxed);
   changed_.store(true, std::memory_order_release);
   deck.statusCode.store(kStatusAnalysed, std::memory_order_release);
+}
+
+void CDeckStripeAnalysis::ReanalyseTempo(CSoundSource& deck, int hint) {
+  std::vector<float> A, B;
+  {
+    std::lock_guard lock(deck.dataLock);
+    A = deck.stripes[0];
+  }
+  const int seconds = deck.memory.blockCount();
+  const int n = std::min(static_cast<int>(A.size()), seconds * kStripeEntriesPerSecond);
+  if (n <= 0) return;
+  // The old grid comes out first: the walk reads the signal and writes marks of its own.
+  for (float& v : A) v = WithoutMark(SaneStripeValue(v));
+  A.push_back(0.0f);
+  B.assign(A.size(), 0.0f);
+  float bpm = passBeats_.DetectBpm(n, A.data(), B.data(), seconds, hint);
+  if (!(bpm > 0.0f)) {
+    TraceLine("deck %d: no tempo found with hint %d - the old one stays", deck.id(), hint);
+    deck.statusCode.store(kStatusAnalysed, std::memory_order_release);
+    return;
+  }
+  const double measured = TempoFromMarks(A.data(), n, bpm);
+  if (measured > 0.0 && std::fabs(measured / bpm - 1.0) < 0.02) bpm = static_cast<float>(measured);
+  {
+    std::lock_guard lock(deck.dataLock);
+    std::vector<float>& level = deck.stripes[0];
+    std::copy_n(A.begin(), std::min(level.size(), static_cast<size_t>(n)), level.begin());
+  }
+  bpmConfidence_.store(1.0f, std::memory_order_relaxed);  // the user's own word on it
+  deck.bpm.store(bpm, std::memory_order_relaxed);
+  deck.analysed.store(1, std::memory_order_release);
+  changed_.store(true, std::memory_order_release);
+  StoreTempo(deck);
+  deck.statusCode.store(kStatusAnalysed, std::memory_order_release);
+}
+
+void CDeckStripeAnalysis::StoreTempo(CSoundSource& deck) {
+  TSongRecord record;
+  const std::string name = SongKeyOf(deck.FilePath());
+  if (!FindSong(name, record)) {
+    ClearSongRecord(record);
+    record.durationMs = SongDurationMs(deck.GetLength());
+  }
+  record.name = name;
+  record.bpm = deck.bpm.load(std::memory_order_relaxed);
+  record.bpmConfidence = bpmConfidence_.load(std::memory_order_relaxed);
+  StoreSong(record);
 }
 
 float CDeckStripeAnalysis::EstimateWindowBpm(const float* stripes, int count) {
@@ -137,6 +187,10 @@ void CDeckStripeAnalysis::SaveStripes(CSoundSource& deck) {
     if (!WriteStripeFile(StripePathFor(path), level.data(), static_cast<int>(level.size()))) {
       TraceLine("can not write stripe");
     }
+  }
+  if (!wholePass_.load(std::memory_order_relaxed)) {
+    StoreTempo(deck);  // only the tempo was found again: the record's key and gain stand
+    return;
   }
   TSongRecord record;
   const std::string name = SongKeyOf(path);

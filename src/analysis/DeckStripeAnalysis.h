@@ -28,6 +28,7 @@ class CDeckStripeAnalysis : public CDeckAnalysis {
   int LoadStripes(CSoundSource& deck) override;
   void FeedSecond(CSoundSource& deck, int blockIndex, const short* stereo, int frames) override;
   void AnalyseWholeTrack(CSoundSource& deck) override;
+  void ReanalyseTempo(CSoundSource& deck, int hint) override;
   float EstimateWindowBpm(const float* stripes, int count) override;
   void SaveStripes(CSoundSource& deck) override;
 
@@ -46,6 +47,8 @@ class CDeckStripeAnalysis : public CDeckAnalysis {
   // mono is that thread's one-second buffer.
   void Second(BandFilters& filters, std::vector<float>& mono, const short* stereo, int frames, float* out441,
               ZQGainAnalyzer* gain, ZQKeyDetector* key, ZQTempoEstimator* tempo = nullptr);
+  // The song's record gets the deck's tempo; its other fields stay as they are.
+  void StoreTempo(CSoundSource& deck);
 
   BandFilters feedFilters_;  // loader thread
   BandFilters passFilters_;  // analysis thread
@@ -60,5 +63,6 @@ class CDeckStripeAnalysis : public CDeckAnalysis {
   std::vector<float> windowA_, windowB_;
   std::atomic<double> gain_{ZQGainAnalyzer::kNoGain};
   ZQKey key_;
-  std::atomic<bool> changed_{false};  // analysed here: the stripe and record need writing
+  std::atomic<bool> changed_{false};
+  std::atomic<bool> wholePass_{false};  // key and gain of this track were measured here  // analysed here: the stripe and record need writing
 };

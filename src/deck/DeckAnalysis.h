@@ -21,6 +21,11 @@ class CDeckAnalysis {
   // The whole track is in memory and has no stripe results: analyse it now. Runs on the deck's
   // one-shot analysis thread; sets the deck's tempo and beat marks, then status 32.
   virtual void AnalyseWholeTrack(CSoundSource& deck) = 0;
+  // The user asked for the tempo again, with a hint as ZQBeatDetector::DetectBpm takes it (the
+  // tap dialog's mode or typed tempo): walk the whole track's beats again, replacing the deck's
+  // tempo and marks and the song's record. Runs on the deck's one-shot analysis thread. A port
+  // without a beat walk keeps what it has.
+  virtual void ReanalyseTempo(CSoundSource& deck, int hint) { (void)deck, (void)hint; }
   // Streaming decks keep a tempo per ten seconds: the stripe entries of ten blocks
   // (4410 entries) go to the beat estimator. Returns the tempo, 0 when none is found.
   virtual float EstimateWindowBpm(const float* stripes, int count) = 0;

@@ -56,6 +56,7 @@ void CSoundSource::loaderPass() {
     }
     PinCueBlocks();
     PublishWindowBpm();
+    StartReanalysisIfAsked();
   }
   inLoaderPass_.store(0, std::memory_order_release);
 }
@@ -79,6 +80,7 @@ void CSoundSource::UnloadTrack() {
     StoreSong(*songRecord);
   }
   windowBpm_.store(0.0f, std::memory_order_relaxed);
+  reanalyseHint_.store(kNoReanalysis, std::memory_order_relaxed);  // it was for this track
   pinnedCueBlock_ = -1;
   // A running analysis finishes (or gives up, seeing the load) before its results are saved.
   if (analysisThread_) {

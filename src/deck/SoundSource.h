@@ -25,6 +25,7 @@
 // (DeckScratch.cpp, chased by the deck service thread).
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -168,6 +169,13 @@ class CSoundSource : public CAudioSignalSource {
   int jogMove(int value, int previous, int type, int forceScratch, int ticksPerTurn);
   void toggleScratchArmed();
   void setBrake(int on);
+
+  // --- tempo again (DeckReanalyse.cpp): main thread ---
+  // Walks the loaded track's beats again with `hint` (0: 76-150 BPM, -1: 56-100, -2: 101-195,
+  // or a typed tempo b: b-1..b+1) on the analysis thread, off the audio path; the deck's tempo,
+  // grid and song record follow. 1 when asked, 0 when the deck has no whole track in memory or
+  // no analysis. A second request before the first starts replaces it.
+  int reanalyseBpm(int hint);
 
   // --- loader thread ---
   void loaderPass();
@@ -327,6 +335,7 @@ class CSoundSource : public CAudioSignalSource {
 
  private:
   void StartAnalysisIfComplete();
+  void StartReanalysisIfAsked();
   void PauseForRender(int ms);
   void FireTransport(int event);
   void PinCueBlocks();
@@ -357,6 +366,10 @@ class CSoundSource : public CAudioSignalSource {
   LoadedCallback onLoaded_ = nullptr;
   std::unique_ptr<CPeriodicThread> loaderThread_;
   std::unique_ptr<COneShotThread> analysisThread_;
+  // A tempo request from the main thread for the loader: kNoReanalysis or the hint.
+  static constexpr int kNoReanalysis = INT32_MIN;
+  std::atomic<int> reanalyseHint_{kNoReanalysis};
+  int runningHint_ = 0;  // the hint the one-shot thread was started with
   std::unique_ptr<CStretchFeeder> stretch_;
 
   // The load request, handed from the main thread to the loader.

@@ -1,5 +1,7 @@
 #include "skin/ControlTable.h"
 
+#include <wx/dialog.h>
+
 #include <cstring>
 
 #include "app/Language.h"
@@ -110,6 +112,7 @@ PlacementCount CountPlacedControls() {
   for (auto& row : ControlTable) {
     for (ZQCustomControl* control : row) {
       if (!control || !control->Placed() || !control->IsShown()) continue;
+      if (dynamic_cast<wxDialog*>(wxGetTopLevelParent(control))) continue;  // the skin's dialogs show when asked
       ++count.placed;
       auto* page = dynamic_cast<ZQCustomPanel*>(control->GetParent());
       if (control->IsShownOnScreen()) ++count.onScreen;

@@ -29,11 +29,13 @@ void CSpecialWheel::LoadAttributes(SkinAttributeList& list) {
   CZQSkinnedControl::LoadAttributes(list);
   // The picture keeps its alpha: cut it from the skin's own bitmap, not through a blit.
   wheel_ = wxBitmap();
+  wheelPicture_ = wxGraphicsBitmap();
   const SkinSurface& surface = SkinSurfaceFor(this);
   if (surface.IsOk() && wheelx_ >= 0 && wheely_ >= 0 && ControlWidth() > 0 && ControlHeight() > 0 &&
       wheelx_ + ControlWidth() <= surface.Width() && wheely_ + ControlHeight() <= surface.Height()) {
     wheel_ = surface.Bitmap().GetSubBitmap(wxRect(wheelx_, wheely_, ControlWidth(), ControlHeight()));
   }
+  wheelPicture_ = wheel_.IsOk() ? wxGraphicsRenderer::GetDefaultRenderer()->CreateBitmap(wheel_) : wxGraphicsBitmap();
   Repaint();
 }
 
@@ -104,7 +106,7 @@ void CSpecialWheel::PaintControl() {
   gc->Translate(w / 2, h / 2);
   gc->Rotate(angle_ * kDegrees);
   gc->Translate(-w / 2, -h / 2);
-  if (wheel_.IsOk()) gc->DrawBitmap(wheel_, 0, 0, w, h);
+  if (!wheelPicture_.IsNull()) gc->DrawBitmap(wheelPicture_, 0, 0, w, h);
   if (cursorSize_ > 0) {
     const double rim = radius_ > 0 ? radius_ : std::min(w, h) / 2 - cursorSize_;
     gc->SetPen(*wxTRANSPARENT_PEN);

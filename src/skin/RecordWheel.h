@@ -11,6 +11,8 @@
 
 #include <functional>
 
+#include <wx/graphics.h>
+
 #include "skin/SkinControls.h"
 
 class CSpecialWheel : public CZQSkinnedControl {
@@ -37,6 +39,8 @@ class CSpecialWheel : public CZQSkinnedControl {
   int radius_ = 0, cursorSize_ = 0;
   wxColour cursorColour_, trailColour_;
   wxBitmap wheel_;  // the picture, cut from the skin once per load
+  // The same picture in the graphics renderer's own form, so a frame does not convert it again.
+  wxGraphicsBitmap wheelPicture_;
   double angle_ = 0, lastPointerAngle_ = 0;
   int rpm_ = 33;
   bool pressed_ = false, hover_ = false;

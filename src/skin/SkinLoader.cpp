@@ -17,6 +17,7 @@
 #include "skin/model/SkinTypes.h"
 #include "skin/model/SkinXml.h"
 #include "skin/model/TwoDeckNames.h"
+#include "skin/SkinnedDialogs.h"
 
 namespace {
 
@@ -312,8 +313,7 @@ void ListSkins(const std::string& folder, wxComboBox* comboBox, const std::strin
 bool LoadChosenSkin(const SkinListEntry& skin, ZQMainWindow* main) {
   wxSize display = DisplaySizeOf(main);
   if (!SkinFitsDisplay(skin, {display.x, display.y})) {
-    wxMessageBox("The skin is bigger than your current screen resolution and it was not loaded!", "Message", wxOK,
-                 main);
+    ShowSkinnedMessage(main, "The skin is bigger than your current screen resolution and it was not loaded!");
     return false;
   }
   return LoadSkin(skin.xmlPath, main);

@@ -2,6 +2,7 @@
 
 #include <wx/msgdlg.h>
 
+#include "app/base/Trace.h"
 #include "skin/ControlTable.h"
 #include "skin/SkinControls.h"
 #include "skin/SkinLoader.h"
@@ -13,14 +14,27 @@ CZQSkinnedControl* DialogControl(const char* name) {
   return dynamic_cast<CZQSkinnedControl*>(ControlAt(ControlIdByName(name), -1));
 }
 
+bool IsSkinDialog(wxWindow* window) {
+  for (int index : {kWindowConfirmDialog, kWindowMessageDialog}) {
+    if (window && dynamic_cast<wxWindow*>(SkinDialogWindow(index)) == window) return true;
+  }
+  return false;
+}
+
 // Shows the skin's dialog window with the text; -1 when the skin has no usable one.
 int ShowSkinDialog(int windowIndex, const std::string& text, bool withCancel) {
   auto* dialog = dynamic_cast<ZQDialogWindow*>(SkinDialogWindow(windowIndex));
   CZQSkinnedControl* ok = DialogControl("special_dialog_ok");
   CZQSkinnedControl* cancel = DialogControl("special_dialog_cancel");
   CZQSkinnedControl* message = DialogControl("special_dialog_message");
-  // The controls must sit on this very dialog: one set serves both windows.
-  if (!dialog || !ok || !ok->Placed() || ok->GetParent() != dialog) return -1;
+  // One set of controls serves both windows: it sits on the window the skin named last, and
+  // the dialog about to show takes it over. Controls left on the main window mean the skin
+  // has no dialogs.
+  if (!dialog || dialog->SkinWidth() <= 0 || !ok || !ok->Placed() || !IsSkinDialog(ok->GetParent())) return -1;
+  for (CZQSkinnedControl* control : {ok, cancel, message}) {
+    if (control && control->Placed() && control->GetParent() != dialog && IsSkinDialog(control->GetParent()))
+      control->Reparent(dialog);
+  }
   if (message && message->GetParent() == dialog) message->SetText(text);
   ok->onRelease = [dialog](int, int, int) { dialog->CloseOk(); };
   if (cancel && cancel->GetParent() == dialog) {
@@ -49,6 +63,7 @@ bool AskConfirm(wxWindow* parent, const std::string& question) {
 }
 
 void ShowSkinnedMessage(wxWindow* parent, const std::string& text) {
+  TraceLine("message: %s", text.c_str());
   if (ShowSkinDialog(kWindowMessageDialog, text, false) < 0)
     wxMessageBox(wxString::FromUTF8(text), "Message", wxOK, parent);
 }

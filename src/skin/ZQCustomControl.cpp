@@ -212,6 +212,7 @@ void ZQCustomControl::OnMouse(wxMouseEvent& event) {
     e.kind = kEventDoubleClick;
     SendEvent(e);
   } else if (isButton && (event.ButtonDown() || event.ButtonDClick())) {
+    PauseHint();
     // Without wantsDoubleClick the second click of a double click is a press like any other.
     e.kind = kEventMouseDown;
     SendEvent(e);
@@ -219,10 +220,28 @@ void ZQCustomControl::OnMouse(wxMouseEvent& event) {
     e.kind = kEventMouseUp;
     if (!learnMode_) SendEvent(e);
   } else if (!learnMode_) {
+    // A crossing with a button held is the drag itself (the capture reports those), not a
+    // hand coming back to hover.
+    if ((event.Leaving() || event.Entering()) && !event.ButtonIsDown(wxMOUSE_BTN_ANY)) ResumeHint();
     e.kind = event.Entering() ? kEventEnter : event.Leaving() ? kEventLeave : kEventMotion;
     SendEvent(e);
   }
   event.Skip();
+}
+
+// A hint asked for by resting the pointer on a control is no help once the hand is working it:
+// after a drag the pointer rests where it let go, and the hint's window would pop up over the
+// controls below (the record's hint covers the transport row) and take the next click there.
+void ZQCustomControl::PauseHint() {
+  if (!GetToolTip()) return;
+  pausedHint_ = GetToolTipText();
+  UnsetToolTip();
+}
+
+void ZQCustomControl::ResumeHint() {
+  if (pausedHint_.empty()) return;
+  SetToolTip(pausedHint_);
+  pausedHint_.clear();
 }
 
 void ZQCustomControl::OnWheel(wxMouseEvent& event) {

@@ -83,6 +83,8 @@ class ZQCustomControl : public wxControl {
  private:
   void OnPaint(wxPaintEvent& event);
   void OnMouse(wxMouseEvent& event);
+  void PauseHint();
+  void ResumeHint();
   void OnWheel(wxMouseEvent& event);
   void OnChar(wxKeyEvent& event);
   void OnFocus(wxFocusEvent& event);
@@ -104,6 +106,8 @@ class ZQCustomControl : public wxControl {
   bool midiMappingAllowed_ = true;
   int keySlotCount_ = kMaxKeySlots;
   bool hasFocus_ = false;
+  // The hint put away while the hand works the control, given back when the pointer leaves.
+  wxString pausedHint_;
   int midiChannel_ = 0;
   bool midiIsKey_ = false;
   int midiKeyOrCc_ = -1;

@@ -86,6 +86,23 @@ TEST(DefaultSkin, EverySizePlacesTheDeckControlsAndTheirLooks) {
     }
     EXPECT_GT(strips, 40);  // every knob of the mixer and the decks
     EXPECT_EQ(meters, 4 * 1 + 4);  // a meter per deck, master left and right, microphone, CPU
+    // The question and message boxes are the skin's own windows, their text and buttons inside
+    // them (the linter checks the pictures and overlaps).
+    int dialogs = 0;
+    for (const SkinElement& window : doc.root.children) {
+      const std::string* name = window.Attr("name");
+      if (window.tag != "window" || !name || *name == "main") continue;
+      ++dialogs;
+      std::set<std::string> parts;
+      for (const SkinElement& e : window.children) {
+        parts.insert(*e.Attr("action"));
+        EXPECT_TRUE(e.Int("posx") >= 0 && e.Int("posx") + e.Int("width") <= window.Int("width") &&
+                    e.Int("posy") >= 0 && e.Int("posy") + e.Int("height") <= window.Int("height"))
+            << *name << " " << *e.Attr("action");
+      }
+      EXPECT_TRUE(parts.count("special_dialog_ok") && parts.count("special_dialog_message")) << *name;
+    }
+    EXPECT_EQ(dialogs, 2) << "confirm_dialog and message_dialog";
   }
   EXPECT_EQ(sizes, 6);
 }

@@ -7,6 +7,11 @@
 #                                   program_args, and waits for its first frame
 #   dismiss_message_box             acknowledges the "no sound device" box when it is up
 #   stop_program                    closes it with a termination signal; fails unless it closes cleanly
+#   value KEY                       a value of the program's state report (the file named by
+#                                   `report`, see ZORVIK_LUMO_STATE_REPORT)
+#   wait_for CONDITION [SECONDS]    waits (60 s unless told) for a shell condition, acknowledging
+#                                   the no-device box on the way; fails if the program exits
+#   window_named REGEX              the id of a visible window whose title matches, or nothing
 
 xvfb_pid="" app_pid=""
 program_args=()
@@ -71,3 +76,17 @@ stop_program() {
   app_pid=""
   [[ $status -eq 0 ]] || { echo "program exit status $status"; cat "$home/stderr.txt"; exit 1; }
 }
+
+value() { sed -n "s/^$1=//p" "$report" 2>/dev/null; }
+
+wait_for() {
+  for _ in $(seq 1 $((${2:-60} * 5))); do
+    dismiss_message_box
+    if eval "$1"; then return 0; fi
+    kill -0 "$app_pid" 2>/dev/null || { echo "program exited"; cat "$home/stderr.txt"; exit 1; }
+    sleep 0.2
+  done
+  echo "timed out waiting for: $1"; cat "$report" 2>/dev/null; tail -20 "$home/stderr.txt"; return 1
+}
+
+window_named() { xdotool search --onlyvisible --name "$1" 2>/dev/null | head -1 || true; }

@@ -2,9 +2,10 @@
 # The window as a DJ uses it, with real pointer events: a generated track given on the command
 # line is on deck A; a click on PLAY starts it and its time display runs; dragging the
 # crossfader and deck A's channel fader with the mouse changes the engine's gains; an EQ knob
-# turns by dragging upwards; a hand turning deck A's record moves the music by the turn. The
-# program writes its engine state to a file each few ticks (ZORVIK_LUMO_STATE_REPORT), which is
-# what this script reads back. Screenshots go to ARTIFACTS.
+# turns by dragging upwards; a hand turning deck A's record moves the music by the turn, and
+# the next click lands on the button under the pointer. The program writes its engine state to
+# a file each few ticks (ZORVIK_LUMO_STATE_REPORT), which is what this script reads back.
+# Screenshots go to ARTIFACTS.
 #
 #   window_controls.sh PROGRAM ARTIFACTS_DIR
 set -euo pipefail
@@ -24,17 +25,6 @@ ZORVIK_LUMO_HOME=$home ZORVIK_LUMO_STATE_REPORT=$report "$program" "$home/track.
   >"$home/stdout.txt" 2>"$home/stderr.txt" &
 app_pid=$!
 
-value() { sed -n "s/^$1=//p" "$report" 2>/dev/null; }
-# Waits up to 60 s for a shell condition on the report, dismissing the no-device box.
-wait_for() {
-  for _ in $(seq 1 300); do
-    dismiss_message_box
-    if eval "$1"; then return 0; fi
-    kill -0 "$app_pid" 2>/dev/null || { echo "program exited"; cat "$home/stderr.txt"; exit 1; }
-    sleep 0.2
-  done
-  echo "timed out waiting for: $1"; cat "$report" 2>/dev/null; return 1
-}
 centre() {  # prints the screen centre of a control from its rect line
   read -r x y w h <<<"$(value "rect.$1")"
   echo $((x + w / 2)) $((y + h / 2))
@@ -80,6 +70,37 @@ done
 echo "pixels of deck A's waveform that moved in half a second: $moved"
 (( ${moved%.*} > lw * lh / 50 )) || { echo "the waveform does not scroll"; exit 1; }
 
+# A hand on deck A's record, the deck stopped first: 200 degrees clockwise at 33 1/3 rpm is
+# one second of music forward. The hand rests a moment before letting go, so the platter has
+# pulled the sound to where it was put.
+read -r wx wy ww wh <<<"$(value rect.deck_wheel)"
+wcx=$((wx + ww / 2)) wcy=$((wy + wh / 2)) radius=$((ww * 3 / 8))
+read -r px py <<<"$(centre deck_play_pause)"
+xdotool mousemove "$px" "$py" click 1
+wait_for '[[ "$(value deck0.playing)" == 0 ]]'
+before=$(value deck0.position)
+point() {  # the point at a clockwise angle from twelve o'clock
+  awk -v a="$1" -v r="$radius" -v x="$wcx" -v y="$wcy" \
+    'BEGIN { t = a * 3.14159265358979 / 180; printf "%d %d", x + r * sin(t) + 0.5, y - r * cos(t) + 0.5 }'
+}
+xdotool mousemove $(point 0) mousedown 1
+for step in $(seq 5 5 200); do
+  xdotool mousemove $(point "$step")
+  sleep 0.02
+done
+sleep 1
+xdotool mouseup 1
+wait_for '[[ $(( $(value deck0.position) - before )) -ge 43659 && $(( $(value deck0.position) - before )) -le 44541 ]]'
+echo "record turned 200 degrees: position $before -> $(value deck0.position)"
+wait_for '[[ "$(value deck0.scratching)" == 0 && "$(value deck0.playing)" == 0 ]]'
+# The hand rests on the record after letting go, then presses PLAY once: that one click
+# starts the deck (the record's hint once popped up over the transport row and took it).
+sleep 1.5
+read -r px py <<<"$(centre deck_play_pause)"
+xdotool mousemove "$px" "$py" click 1
+wait_for '[[ "$(value deck0.playing)" == 1 ]]'
+echo "one click on PLAY after the scratch starts the deck"
+
 # The crossfader, from its cursor to the left end.
 read -r cx cy <<<"$(centre crossfader)"
 read -r fx fy fw fh <<<"$(value rect.crossfader)"
@@ -104,30 +125,6 @@ xdotool mousemove "$kx" "$ky" click 5 click 5
 wait_for '[[ "$(value eqlow0)" == 6.1 ]]'
 echo "wheel down twice: $(value eqlow0) dB"
 import -window root "$artifacts/controls-after-drags.png"
-
-# A hand on deck A's record, the deck stopped first: 200 degrees clockwise at 33 1/3 rpm is
-# one second of music forward. The hand rests a moment before letting go, so the platter has
-# pulled the sound to where it was put.
-read -r wx wy ww wh <<<"$(value rect.deck_wheel)"
-wcx=$((wx + ww / 2)) wcy=$((wy + wh / 2)) radius=$((ww * 3 / 8))
-read -r px py <<<"$(centre deck_play_pause)"
-xdotool mousemove "$px" "$py" click 1
-wait_for '[[ "$(value deck0.playing)" == 0 ]]'
-before=$(value deck0.position)
-point() {  # the point at a clockwise angle from twelve o'clock
-  awk -v a="$1" -v r="$radius" -v x="$wcx" -v y="$wcy" \
-    'BEGIN { t = a * 3.14159265358979 / 180; printf "%d %d", x + r * sin(t) + 0.5, y - r * cos(t) + 0.5 }'
-}
-xdotool mousemove $(point 0) mousedown 1
-for step in $(seq 5 5 200); do
-  xdotool mousemove $(point "$step")
-  sleep 0.02
-done
-sleep 1
-xdotool mouseup 1
-wait_for '[[ $(( $(value deck0.position) - before )) -ge 43659 && $(( $(value deck0.position) - before )) -le 44541 ]]'
-echo "record turned 200 degrees: position $before -> $(value deck0.position)"
-wait_for '[[ "$(value deck0.scratching)" == 0 && "$(value deck0.playing)" == 0 ]]'
 
 kill -TERM "$app_pid"
 for _ in $(seq 1 600); do kill -0 "$app_pid" 2>/dev/null || break; sleep 0.1; done

@@ -17,7 +17,7 @@ import cairo
 
 sys.dont_write_bytecode = True  # keep the source folder clean
 from skinkit import (  # noqa: E402
-    DECK_COLOURS, DECK_LETTERS, DIM, HOTCUE, NAME, PANEL_EDGE, SCREEN, SIZES, TEXT, Skin, lighter, rgb)
+    BG, DECK_COLOURS, DECK_LETTERS, DIM, HOTCUE, NAME, PANEL_EDGE, SCREEN, SIZES, TEXT, Skin, lighter, rgb)
 
 
 # The layout ---------------------------------------------------------------------------------
@@ -101,11 +101,16 @@ def waveforms(skin, y, gap, wave_h):
 
 
 def wheel(skin, x, y, size, deck):
-    bx, by = skin.add("sg_wheel", "deck_wheel", x, y, size, size, deck, size=size,
-                      cursorcolor=DECK_COLOURS[deck], trailcursorcolor="#555a66")
+    """The platter's surround stays in the window; the record itself (dots, marker and label)
+    is a transparent picture below it that the control turns with the music."""
+    r = size / 2.0 - 1.5
+    cursor = max(3, size // 22)
+    bx, by = skin.add("sg_wheel", "deck_wheel", x, y, size, size, deck, size=size, cursorcolor="#ffffff",
+                      trailcursorcolor="#555a66", cursorsize=cursor, radius=int(r * 0.94 - cursor / 2.0),
+                      **{"_look": "1"})
     cr = skin.cr
+    cx, cy = bx + size / 2.0, by + size / 2.0
     cr.new_path()
-    cx, cy, r = bx + size / 2.0, by + size / 2.0, size / 2.0 - 1.5
     cr.arc(cx, cy, r, 0, 2 * math.pi)
     cr.set_source_rgb(*rgb("#08090b"))
     cr.fill()
@@ -119,7 +124,14 @@ def wheel(skin, x, y, size, deck):
     cr.arc(cx, cy, r * 0.88, 0, 2 * math.pi)
     cr.set_source(grad)
     cr.fill()
-    cr.set_line_width(1)
+    skin.looks.append((len(skin.elements) - 1, size, size, lambda lx, ly: draw_record(skin, lx, ly, size, r, deck),
+                       lambda lx, ly: 'transparentwheelx="%d" transparentwheely="%d"' % (lx, ly)))
+
+
+def draw_record(skin, x, y, size, r, deck):
+    skin.clear_rect(x, y, size, size)
+    cr = skin.cr
+    cx, cy = x + size / 2.0, y + size / 2.0
     for i in range(48):  # platter dots
         a = 2 * math.pi * i / 48
         cr.set_source_rgb(*rgb("#3b3f48"))
@@ -459,6 +471,23 @@ def layout(skin):
     skin.page(7)
     sampler_page(skin, gx, gy, gw, gh)
     skin.close_group()
+    dialogs(skin)
+
+
+def dialogs(skin):
+    """The skin's own question and message box: the text over an OK button at the bottom right,
+    with Cancel to its left for questions."""
+    s = skin.s
+    w, h = s(420), s(150)
+    skin.open_dialog(w, h)
+    skin.fill_rect(0, 0, w, h, BG)
+    skin.panel(0, 0, w, h)
+    skin.fill_rect(1, 1, w - 2, s(4), DECK_COLOURS[0])
+    pad, bw, bh = s(12), s(84), s(26)
+    skin.label("special_dialog_message", pad, pad + s(6), w - 2 * pad, h - 3 * pad - bh, colour=TEXT, size=1)
+    skin.button("special_dialog_ok", w - pad - bw, h - pad - bh, bw, bh, "OK", None, "play")
+    skin.button("special_dialog_cancel", w - pad - 2 * bw - s(8), h - pad - bh, bw, bh, "CANCEL", None, "kill")
+    skin.close_dialog()
 
 
 ICON_SIZES = (16, 22, 24, 32, 48, 64, 128, 256, 512)

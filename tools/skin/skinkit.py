@@ -50,6 +50,9 @@ class Skin:
         self.looks = []  # (element index, w, h, draw(x, y), attributes(x, y)) packed below the window
         self.strips = {}  # (knob size, colour) -> element indices sharing one film strip
         self.pages = []
+        self.dialog = None  # (bitmap x, bitmap y) of the dialog being laid out
+        self.dialog_box = None  # (width, height, bitmap x, bitmap y) of the skin's dialogs
+        self.dialog_elements = set()  # element indices that sit on the dialogs
 
     def s(self, value):
         return max(1, int(round(value * (0.55 + 0.45 * self.k))))
@@ -60,9 +63,17 @@ class Skin:
         self.page_count = pages
         self.state_y = height = self.h + page_height * pages
         self.surface_height = height + 2400  # trimmed after packing the button states and looks
-        self.surface = cairo.ImageSurface(cairo.FORMAT_RGB24, self.w, self.surface_height)
+        self.surface = cairo.ImageSurface(cairo.FORMAT_ARGB32, self.w, self.surface_height)
         self.cr = cairo.Context(self.surface)
         self.fill_rect(0, 0, self.w, self.surface_height, BG)
+
+    def clear_rect(self, x, y, w, h):
+        """Fully transparent: for pictures drawn over the background, such as the record."""
+        self.cr.save()
+        self.cr.set_operator(cairo.OPERATOR_CLEAR)
+        self.cr.rectangle(x, y, w, h)
+        self.cr.fill()
+        self.cr.restore()
 
     def fill_rect(self, x, y, w, h, colour):
         self.cr.set_source_rgb(*rgb(colour))
@@ -112,6 +123,8 @@ class Skin:
     # Placing controls -----------------------------------------------------------------
     def origin(self):
         """Where the current container starts on screen and in the bitmap."""
+        if self.dialog is not None:
+            return 0, 0, self.dialog[0], self.dialog[1]
         if self.group is None:
             return 0, 0, 0, 0
         page, gx, gy, ux, uy = self.group
@@ -126,10 +139,12 @@ class Skin:
         if self.group is not None:
             a["panel"] = self.group[0]
         a["posx"], a["posy"], a["width"], a["height"] = x - gx, y - gy, w, h
-        if self.group is not None:  # inside a page the position is relative, so the corner is explicit
+        if self.group is not None or self.dialog is not None:  # the corner is not the position: explicit
             a["upx"], a["upy"] = x - gx + ux, y - gy + uy
         a.update(attrs)
         body = " ".join("%s=%s" % (k, quoteattr(str(v))) for k, v in a.items())
+        if self.dialog is not None:
+            self.dialog_elements.add(len(self.elements))
         self.elements.append((1 if self.group is None else 2, "<%s %s/>" % (tag, body)))
         return x, y  # pages are drawn through a translation, see page()
 
@@ -274,6 +289,35 @@ class Skin:
         self.cr.identity_matrix()
         self.elements.append((1, "</group>"))
 
+    # Dialogs ----------------------------------------------------------------------------
+    def open_dialog(self, w, h):
+        """The skin's dialog windows, laid out in their own coordinates from (0, 0) and drawn
+        below the pages; the message and confirm dialogs share this one picture and layout."""
+        ux, uy = 0, self.state_y
+        self.state_y += h
+        self.dialog = (ux, uy)
+        self.dialog_box = (w, h, ux, uy)
+        self.cr.identity_matrix()
+        self.cr.translate(ux, uy)
+
+    def close_dialog(self):
+        self.dialog = None
+        self.cr.identity_matrix()
+
+    def dialog_windows(self):
+        if not self.dialog_box:
+            return []
+        w, h, ux, uy = self.dialog_box
+        lines = []
+        # The controls are one set: the window loaded last holds them, and a dialog about to
+        # show takes them over.
+        for name in ("message_dialog", "confirm_dialog"):
+            lines.append('  <window name="%s" width="%d" height="%d" upx="%d" upy="%d" usecolors="no">' % (
+                name, w, h, ux, uy))
+            lines += ["    " + self.elements[i][1] for i in sorted(self.dialog_elements)]
+            lines.append("  </window>")
+        return lines
+
     # Output -----------------------------------------------------------------------------
     def pack_states(self):
         """Hover and lit looks of every button, packed in rows below the pages."""
@@ -322,7 +366,7 @@ class Skin:
     def write(self, folder):
         bottom = self.pack_looks(self.pack_states())
         base = os.path.join(folder, "%s %dx%d" % (NAME, self.w, self.h))
-        cropped = cairo.ImageSurface(cairo.FORMAT_RGB24, self.w, bottom)
+        cropped = cairo.ImageSurface(cairo.FORMAT_ARGB32, self.w, bottom)
         cr = cairo.Context(cropped)
         cr.set_source_surface(self.surface, 0, 0)
         cr.paint()
@@ -332,8 +376,11 @@ class Skin:
                      quoteattr(NAME), self.w, self.h),
                  '  <window name="main" width="%d" height="%d" upx="0" upy="0" usecolors="no">' % (
                      self.w, self.h)]
-        for depth, xml in self.elements:
-            lines.append("  " * (depth + 1) + xml)
-        lines += ["  </window>", "</skin>", ""]
+        for i, (depth, xml) in enumerate(self.elements):
+            if i not in self.dialog_elements:
+                lines.append("  " * (depth + 1) + xml)
+        lines.append("  </window>")
+        lines += self.dialog_windows()
+        lines += ["</skin>", ""]
         with open(base + ".xml", "w") as out:
             out.write("\n".join(lines))

@@ -159,7 +159,7 @@ const std::vector<UnboundControl>& UnboundControls() {
       {"sync_lock", "sync lock not built"},
       {"deck_boost", "channel boost not in the mixer"}, {"deck_mute", "channel mute not in the mixer"},
       {"deck_in_master", "master routing switch not in the mixer"},
-      {"deck_edit_bpm", "BPM dialog not built"}, {"deck_slow_bpm", "BPM halving not built"},
+      {"deck_slow_bpm", "BPM halving not built"},
 
       {"deck_timecodein", "timecode not built"},
       {"deck_timecode_relative", "timecode not built"},
@@ -213,6 +213,7 @@ const std::vector<UnboundControl>& WindowControlNames() {
       {"about", "shows the about box"},          {"about2", "shows the about box"},
       {"tarvo_vol_pitch", "switches the console's volume/pitch mode"},
       {"tarvo_tune_scratch", "switches the console's tune/scratch mode"},
-      {"tarvo_info", "turns the console display's page"}};
+      {"tarvo_info", "turns the console display's page"},
+      {"deck_edit_bpm", "opens the BPM dialog"}};
   return table;
 }

@@ -127,6 +127,7 @@ bool AppInit(ZQMainWindow* main) {
     main->SetWindowStyle(ZQMainWindow::kFrameStyle);
     main->Show();
     TraceLine("error - NO SKIN WAS LOADED");
+    ShowNotice("error - NO SKIN WAS LOADED", main);  // modeless: the bare window still starts
   }
 
   // Step 28: the application threads start last, once all their targets exist; the main

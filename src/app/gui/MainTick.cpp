@@ -36,14 +36,15 @@ constexpr int kReportEveryTicks = 5;
 // controls it moves are on screen. Written atomically, so a reader never sees half a file.
 void WriteStateReport(const std::string& path) {
   std::string text;
-  char line[160];
+  char line[256];
   for (int d = 0; d < kDeckCount; ++d) {
     CSoundSource* deck = g_engine.decks[d];
     if (!deck) continue;
     std::snprintf(line, sizeof line,
-                  "deck%d.playing=%d\ndeck%d.position=%d\ndeck%d.loaded=%d\ndeck%d.analysed=%d\ndeck%d.scratching=%d\n", d,
-                  deck->IsPlaying() ? 1 : 0, d, deck->GetPosition(), d, deck->memory.percentLoaded(), d,
-                  deck->analysed.load(), d, deck->scratching.load());
+                  "deck%d.playing=%d\ndeck%d.position=%d\ndeck%d.loaded=%d\ndeck%d.analysed=%d\ndeck%d.scratching=%d\n"
+                  "deck%d.bpm=%.2f\n",
+                  d, deck->IsPlaying() ? 1 : 0, d, deck->GetPosition(), d, deck->memory.percentLoaded(), d,
+                  deck->analysed.load(), d, deck->scratching.load(), d, deck->bpm.load());
     text += line;
     if (g_engine.mixer) {
       std::snprintf(line, sizeof line, "volume%d=%d\n", d, g_engine.mixer->ChannelVolumePosition(d));
@@ -55,13 +56,14 @@ void WriteStateReport(const std::string& path) {
     }
   }
   if (g_engine.mixer) {
-    std::snprintf(line, sizeof line, "crossfader=%d\n", g_engine.mixer->CrossfaderPosition());
+    std::snprintf(line, sizeof line, "crossfader=%d\ncfcurve=%d\n", g_engine.mixer->CrossfaderPosition(),
+                  g_engine.mixer->CrossfaderCurve());
     text += line;
   }
   const struct { const char* name; int deck; } kShown[] = {
       {"deck_play_pause", 0}, {"crossfader", -1}, {"deck_volume", 0}, {"deck_eq_low", 0}, {"deck_elapsed", 0},
       {"sd_deck", 0},          {"deck_wheel", 0},      {"deck_play_pause", 1}, {"deck_play_pause", 2},
-      {"deck_play_pause", 3}};
+      {"deck_play_pause", 3}, {"deck_edit_bpm", 0}, {"cfg", -1}, {"close", -1}};
   for (const auto& shown : kShown) {
     ZQCustomControl* control = ControlAt(ControlIdByName(shown.name), shown.deck);
     if (!control || !control->IsShownOnScreen()) continue;

@@ -22,6 +22,7 @@
 #include "audio/devices/OutputLayer.h"
 #include "skin/SkinLoader.h"
 #include "skin/ZQMainWindow.h"
+#include "skin/SkinnedDialogs.h"
 
 namespace {
 
@@ -44,6 +45,8 @@ class OptionsDialog : public wxDialog {
     sizer->Add(CreateButtonSizer(wxOK | wxCANCEL), 0, wxEXPAND | wxALL, 8);
     SetSizerAndFit(sizer);
     notebook_ = notebook;
+    // The keyboard starts on the first setting, not on the page tabs.
+    CallAfter([this] { skin_->SetFocus(); });
   }
 
   void ShowPage(int page) { notebook_->SetSelection(std::clamp(page, 0, 1)); }
@@ -51,8 +54,10 @@ class OptionsDialog : public wxDialog {
   // The settings as the widgets show them now.
   Settings Collected() const {
     Settings s = g_settings;
-    if (skin_->GetSelection() >= 0 && skin_->GetSelection() < static_cast<int>(SkinTable().size()))
-      s.skinf1 = SkinTable()[static_cast<size_t>(skin_->GetSelection())].label;
+    // A skin setting changes only when the user picked another row than the one on screen.
+    if (skin_->GetSelection() != initialSkin_ && skin_->GetSelection() >= 0 &&
+        skin_->GetSelection() < static_cast<int>(SkinTable().size()))
+      s.skinf1 = SkinTable()[static_cast<size_t>(skin_->GetSelection())].baseName + ".xml";
     for (const Check& check : checks_) s.*check.field = check.box->GetValue() ? 1 : 0;
     s.mixtim = mixTime_->GetValue();
     s.ptchrg = pitchRange_->GetSelection();
@@ -111,6 +116,13 @@ class OptionsDialog : public wxDialog {
       skins.Add(Utf8(SkinTable()[i].label));
       if (FindSkin(SkinTable(), g_settings.skinf1) == static_cast<int>(i)) current = static_cast<int>(i);
     }
+    // With no setting (chosen by the display's size) the row is the skin on screen.
+    if (FindSkin(SkinTable(), g_settings.skinf1) < 0) {
+      for (size_t i = 0; i < SkinTable().size(); ++i) {
+        if (SkinTable()[i].xmlPath == CurrentSkinPath()) current = static_cast<int>(i);
+      }
+    }
+    initialSkin_ = current;
     if (skins.empty()) skins.Add("(no skin)");
     skin_ = AddChoice(page, sizer, "Select User Interface (skin)", skins, current);
     AddCheck(page, sizer, "High-quality Time-stretching and Pitch-scaling (very CPU intensive)", &Settings::hqtime);
@@ -237,6 +249,7 @@ class OptionsDialog : public wxDialog {
   wxRadioBox* outputMode_ = nullptr;
   wxChoice* liveInput_ = nullptr;
   std::vector<Check> checks_;
+  int initialSkin_ = -1;
 };
 
 }  // namespace
@@ -256,6 +269,6 @@ bool ShowOptionsDialog(wxWindow* parent, int page) {
   hooks.applyMidiSelection = g_midiApplier;
   const OptionsOutcome outcome = ApplyChosenOptions(dialog.Collected(), hooks);
   ApplyPitchRange();
-  if (!outcome.saved && !outcome.message.empty()) wxMessageBox(Utf8(outcome.message), "Message", wxOK, parent);
+  if (!outcome.saved && !outcome.message.empty()) ShowSkinnedMessage(parent, outcome.message);
   return true;
 }

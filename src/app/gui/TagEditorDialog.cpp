@@ -16,6 +16,7 @@
 #include "library/ListElement.h"
 #include "library/TagReader.h"
 #include "library/TagWriter.h"
+#include "skin/SkinnedDialogs.h"
 
 namespace {
 
@@ -94,7 +95,7 @@ bool ShowTagEditor(wxWindow* parent, const std::string& path, CZQBrowser& browse
   if (dialog.ShowModal() != wxID_OK) return false;
   std::string error;
   if (!WriteTags(path, dialog.Edit(), &error)) {
-    wxMessageBox(Utf8("The tags were not written: " + error + "."), "Message", wxOK, parent);
+    ShowSkinnedMessage(parent, "The tags were not written: " + error + ".");
     return false;
   }
   browser.FileRetagged(path);

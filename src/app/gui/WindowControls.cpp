@@ -10,6 +10,7 @@
 
 #include "app/Engine.h"
 #include "app/control/ControlActions.h"
+#include "app/gui/BpmDialog.h"
 #include "app/gui/LibraryDialogs.h"
 #include "app/gui/OptionsDialog.h"
 #include "app/gui/TagEditorDialog.h"
@@ -20,6 +21,7 @@
 #include "skin/SkinLoader.h"
 #include "skin/ZQCustomGroup.h"
 #include "skin/ZQMainWindow.h"
+#include "skin/SkinnedDialogs.h"
 
 namespace {
 
@@ -61,7 +63,7 @@ void ToggleRecording(wxWindow* parent) {
   if (dialog.ShowModal() != wxID_OK) return;
   const std::string path = WithRecordingExtension(dialog.GetPath().utf8_string(), mp3 && dialog.GetFilterIndex() == 0);
   if (!recorder->Start(path))
-    wxMessageBox(wxString::FromUTF8("The recording could not start: " + path), "Message", wxOK, parent);
+    ShowSkinnedMessage(parent, "The recording could not start: " + path);
 }
 
 }  // namespace
@@ -97,6 +99,13 @@ void BindWindowControls(ZQMainWindow* main) {
       if (panel && panel->list().CursorRow(row)) ShowTagEditor(main, row.column[kColPath], panel->browser());
     });
   });
+  // The deck's tempo button and its tempo display both open the BPM dialog.
+  for (int deck = 0; deck < kDeckCount; ++deck) {
+    for (const char* name : {"deck_edit_bpm", "deck_bpm"}) {
+      if (ZQCustomControl* control = ControlAt(ControlIdByName(name), deck))
+        control->onRelease = [main](int, int, int d) { main->CallAfter([main, d] { ShowBpmDialog(main, d); }); };
+    }
+  }
   for (int deck = 0; deck < kDeckCount; ++deck) {
     if (CZQButton* load = Button("deck_load", deck)) load->onRelease = [](int, int, int d) { LoadSelectedTrackToDeck(d); };
   }

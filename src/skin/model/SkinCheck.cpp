@@ -48,7 +48,9 @@ class Checker {
       InBitmap(window.line, "window background", std::max(0, window.Int("upx")), std::max(0, window.Int("upy")),
                window.Int("width"), window.Int("height"));
     }
-    Elements(window.children, "window");
+    // Each window is a surface of its own: the dialogs' buttons never cover the main window's.
+    const std::string* name = window.Attr("name");
+    Elements(window.children, "window " + (name ? *name : std::string()));
   }
 
  private:

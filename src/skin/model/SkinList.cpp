@@ -82,7 +82,8 @@ int ChooseDefaultSkin(const std::vector<SkinListEntry>& list, DisplaySize displa
 
 int FindSkin(const std::vector<SkinListEntry>& list, const std::string& name) {
   for (size_t i = 0; i < list.size(); ++i) {
-    if (list[i].label == name || list[i].baseName == name) return static_cast<int>(i);
+    if (list[i].label == name || list[i].baseName == name || list[i].baseName + ".xml" == name)
+      return static_cast<int>(i);
   }
   return -1;
 }

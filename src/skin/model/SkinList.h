@@ -39,7 +39,8 @@ DisplaySize DefaultSkinSize(DisplaySize display);
 // or file name): the reference size when it fits, unless a bigger one fits both ways; else the
 // largest that fits; else the reference size, else row 0. -1 for an empty list.
 int ChooseDefaultSkin(const std::vector<SkinListEntry>& list, DisplaySize display);
-// Index of the row whose label or base name is `name`; -1 when absent.
+// Index of the row whose label, base name or file name is `name`; -1 when absent. The setting
+// holds the file name, as the settings check it against the skin folders.
 int FindSkin(const std::vector<SkinListEntry>& list, const std::string& name);
 // A skin chosen in the options is refused when it is wider or higher than the display.
 bool SkinFitsDisplay(const SkinListEntry& skin, DisplaySize display);
