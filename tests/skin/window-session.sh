@@ -36,7 +36,13 @@ start_display() {
       kill -0 "$xvfb_pid" 2>/dev/null || break
       sleep 0.05
     done
-    if kill -0 "$xvfb_pid" 2>/dev/null && [[ -S /tmp/.X11-unix/X$n ]]; then display=":$n"; break; fi
+    # The number is ours only when the lock names our server: two tests starting at once can
+    # both see the socket of the one that won before the loser has exited.
+    if kill -0 "$xvfb_pid" 2>/dev/null && [[ -S /tmp/.X11-unix/X$n ]] &&
+       [[ "$(tr -d ' \n' <"/tmp/.X$n-lock" 2>/dev/null)" == "$xvfb_pid" ]]; then
+      display=":$n"
+      break
+    fi
     kill "$xvfb_pid" 2>/dev/null || true
     xvfb_pid=""
   done
