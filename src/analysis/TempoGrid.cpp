@@ -76,7 +76,7 @@ double TempoFromMarks(const float* A, int n, double bpm) {
 }
 
 TempoResult DetectTempoAndGrid(ZQBeatDetector& detector, ZQTempoEstimator& estimator, float* A, float* B,
-                               int n, int seconds, TempoRange range) {
+                               int n, int seconds, TempoRange range, bool followEstimatedBeat) {
   TempoResult result;
   const TempoEstimate estimate = estimator.Estimate(range);
   result.confidence = static_cast<float>(estimate.confidence);
@@ -85,7 +85,8 @@ TempoResult DetectTempoAndGrid(ZQBeatDetector& detector, ZQTempoEstimator& estim
     // The walk keeps to the estimator's beat: on half-time drums the low band hears mostly the
     // bass line between the beats.
     EstimatedPhase phase(estimator, estimate.bpm);
-    bpm = detector.DetectBpm(n, A, B, seconds, static_cast<int>(std::lround(estimate.bpm)), &phase);
+    bpm = detector.DetectBpm(n, A, B, seconds, static_cast<int>(std::lround(estimate.bpm)),
+                             followEstimatedBeat ? &phase : nullptr);
   } else if (estimate.confidence >= ZQTempoEstimator::kBeatless && seconds >= kShortTrackSeconds) {
     bpm = detector.DetectBpm(n, A, B, seconds, 0);
   } else {
