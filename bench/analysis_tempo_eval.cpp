@@ -97,8 +97,8 @@ double Soundstretch(const std::string& wav) {
   const size_t at = out.find("Detected BPM rate ");
   return at == std::string::npos ? 0.0 : std::atof(out.c_str() + at + 18);
 }
-// aubio beat prints one beat time per line; its tempo is the median of the beat intervals,
-// which is what `aubio tempo` reports as well.
+// aubio beat prints one beat time per line; its tempo here is the median of the beat intervals.
+// (`aubio tempo` prints a single figure of its own, which can differ: 103.86 for a 120 BPM click.)
 double AubioBeats(const std::string& wav, std::vector<double>& beats) {
   const std::string out = RunForText("aubio beat \"" + wav + "\" 2>/dev/null");
   beats.clear();

@@ -33,9 +33,9 @@ class ZQTempoEstimator {
   void Feed(const float* mono, int count) { envelope_.Feed(mono, count); }
   // The tempo of what was fed, folded into range.
   TempoEstimate Estimate(TempoRange range);
-  // After Estimate: the envelope frame of the beat at bpm nearest frame, from the drums of the
-  // 20 s around it (kicks, snares and hats; the bass line's off-beats carry no weight). -1 when
-  // nothing attacks there.
+  // After Estimate: the envelope frame of the beat at bpm nearest frame, from the onsets of the
+  // 20 s around it, all three bands weighed alike (so a bass line on the off-beats, which only
+  // the kick band hears, does not outweigh snares and hats). -1 when nothing attacks there.
   double BeatNear(double frame, double bpm);
 
  private:
