@@ -3,10 +3,12 @@
 // true beat), for lumo and, when installed, bpm-tools, aubio and soundstretch on the same files.
 // Also the CPU time of the whole analysis per minute of audio.
 //
-//   build/bench/analysis_tempo_eval [pieces=150] [seconds=0: 20 s to 6 min by piece] [--others] [--from N] [folder]
+//   build/bench/analysis_tempo_eval [pieces=150] [seconds=0: 20 s to 6 min by piece] [--others] [--from N]
+//                                   [--every K] [folder]
 //
 // --from N starts at piece N of the set, so two processes can share the set on two cores; the
-// summary then counts only the pieces run.
+// summary then counts only the pieces run. --every K runs every Kth piece from there: 10 from 7
+// gives the pieces with a tempo step, 4 from 2 the half-time ones.
 //
 // One line per piece (lumo, lumo with the walk finding its own phase, then the others) and a
 // summary by drum feel; the figures go into docs/performance.md.
@@ -123,12 +125,13 @@ int main(int argc, char** argv) {
   int pieces = 150;
   double seconds = 0.0;
   bool others = false;
-  size_t first = 0;
+  size_t first = 0, every = 1;
   std::string folder = "/tmp/lumo-tempo-eval";
   int positional = 0;
   for (int i = 1; i < argc; ++i) {
     if (std::strcmp(argv[i], "--others") == 0) others = true;
     else if (std::strcmp(argv[i], "--from") == 0 && i + 1 < argc) first = static_cast<size_t>(std::atoi(argv[++i]));
+    else if (std::strcmp(argv[i], "--every") == 0 && i + 1 < argc) every = static_cast<size_t>(std::max(std::atoi(argv[++i]), 1));
     else if (positional == 0) pieces = std::atoi(argv[i]), ++positional;
     else if (positional == 1) seconds = std::atof(argv[i]), ++positional;
     else folder = argv[i];
@@ -149,7 +152,7 @@ int main(int argc, char** argv) {
   const auto set = TempoEvaluationSet(pieces, seconds);
   std::printf("%-4s %7s %4s %5s | %7s %5s %5s | %7s %5s | %7s %7s %5s %7s\n", "#", "true", "feel", "secs", "lumo",
               "conf", "F", "own", "F", "bpm", "aubio", "F", "sstr");
-  for (size_t i = first; i < set.size(); ++i) {
+  for (size_t i = first; i < set.size(); i += every) {
     const SyntheticRecipe& r = set[i];
     const int feel = static_cast<int>(r.feel);
     const SyntheticTrack track = MakeSyntheticTrack(r);

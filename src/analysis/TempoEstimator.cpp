@@ -226,15 +226,26 @@ int ZQTempoEstimator::StrongestBin(int bins) const {
   return smoothed(phase) > 0.0 ? phase : -1;
 }
 
+// The fold is tried at the tempo and a little either side, and the sharpest wins: across a tempo
+// change the 20 s may not run at the track's main tempo, and a fold at the wrong one smears.
 double ZQTempoEstimator::BeatNear(double frame, double bpm) {
   if (!(bpm > 0.0) || frames_ <= 0) return -1.0;
-  const double period = LagOf(bpm);
   const int from = std::clamp(static_cast<int>(frame) - kGridChunk / 2, 0, std::max(frames_ - kGridChunk, 0));
   const int to = std::min(from + kGridChunk, frames_);
-  const int bins = Fold(drums_, from, to, period);
-  const int phase = bins > 0 ? StrongestBin(bins) : -1;
-  if (phase < 0) return -1.0;
-  const double first = from + phase * period / bins;
+  double bestSharpness = 0.0, first = -1.0, period = LagOf(bpm);
+  for (double scale : {1.0, 0.98, 1.02, 0.96, 1.04}) {
+    const double p = LagOf(bpm * scale);
+    const int bins = Fold(drums_, from, to, p);
+    const int phase = bins > 0 ? StrongestBin(bins) : -1;
+    if (phase < 0) continue;
+    double total = 0.0;
+    for (int b = 0; b < bins; ++b) total += fold_[static_cast<size_t>(b)];
+    const double peak = fold_[static_cast<size_t>((phase + bins - 1) % bins)] + fold_[static_cast<size_t>(phase)] +
+                        fold_[static_cast<size_t>((phase + 1) % bins)];
+    const double sharpness = peak / total;
+    if (sharpness > bestSharpness) bestSharpness = sharpness, first = from + phase * p / bins, period = p;
+  }
+  if (first < 0.0) return -1.0;
   return first + std::round((frame - first) / period) * period;
 }
 
