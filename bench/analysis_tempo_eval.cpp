@@ -3,12 +3,15 @@
 // true beat), for lumo and, when installed, bpm-tools, aubio and soundstretch on the same files.
 // Also the CPU time of the whole analysis per minute of audio.
 //
-//   build/bench/analysis_tempo_eval [pieces=150] [seconds=0: 20 s to 6 min by piece] [--others] [--from N] [folder]
+//   build/bench/analysis_tempo_eval [pieces=150] [seconds=0: 20 s to 6 min by piece] [--others] [--from N]
+//                                   [--every K] [folder]
 //
 // --from N starts at piece N of the set, so two processes can share the set on two cores; the
-// summary then counts only the pieces run.
+// summary then counts only the pieces run. --every K runs every Kth piece from there: 10 from 7
+// gives the pieces with a tempo step, 4 from 2 the half-time ones.
 //
-// One line per piece and a summary; the figures go into docs/performance.md.
+// One line per piece (lumo, lumo with the walk finding its own phase, then the others) and a
+// summary by drum feel; the figures go into docs/performance.md.
 
 #include <sys/stat.h>
 #include <time.h>
@@ -68,11 +71,23 @@ std::vector<double> MarkTimes(const std::vector<float>& stripe) {
   return times;
 }
 
+// Tallies of one analyser, over the whole set and by drum feel.
 struct Tool {
+  static constexpr int kFeels = 4;
   const char* name;
   bool available;
-  int acc1 = 0, acc2 = 0, withBeats = 0;
-  double beatF = 0.0;
+  bool beats = false;  // gives beat times, so a beat F
+  int pieces[kFeels + 1] = {}, acc1[kFeels + 1] = {}, acc2[kFeels + 1] = {};
+  double beatF[kFeels + 1] = {};
+  void Add(int feel, double bpm, const SyntheticRecipe& r, double f) {
+    for (int k : {feel, kFeels}) ++pieces[k], acc1[k] += Acc1(bpm, r), acc2[k] += Acc2(bpm, r), beatF[k] += f;
+  }
+  void Print(int k) const {
+    if (!available || pieces[k] == 0) return;
+    char f[16] = "-";
+    if (beats) std::snprintf(f, sizeof f, "%.3f", beatF[k] / pieces[k]);
+    std::printf("  %-26s %5.1f%% %5.1f%% %7s\n", name, 100.0 * acc1[k] / pieces[k], 100.0 * acc2[k] / pieces[k], f);
+  }
 };
 
 double BpmTools(const std::string& wav) {
@@ -84,8 +99,8 @@ double Soundstretch(const std::string& wav) {
   const size_t at = out.find("Detected BPM rate ");
   return at == std::string::npos ? 0.0 : std::atof(out.c_str() + at + 18);
 }
-// aubio beat prints one beat time per line; its tempo is the median of the beat intervals,
-// which is what `aubio tempo` reports as well.
+// aubio beat prints one beat time per line; its tempo here is the median of the beat intervals.
+// (`aubio tempo` prints a single figure of its own, which can differ: 103.86 for a 120 BPM click.)
 double AubioBeats(const std::string& wav, std::vector<double>& beats) {
   const std::string out = RunForText("aubio beat \"" + wav + "\" 2>/dev/null");
   beats.clear();
@@ -110,12 +125,13 @@ int main(int argc, char** argv) {
   int pieces = 150;
   double seconds = 0.0;
   bool others = false;
-  size_t first = 0;
+  size_t first = 0, every = 1;
   std::string folder = "/tmp/lumo-tempo-eval";
   int positional = 0;
   for (int i = 1; i < argc; ++i) {
     if (std::strcmp(argv[i], "--others") == 0) others = true;
     else if (std::strcmp(argv[i], "--from") == 0 && i + 1 < argc) first = static_cast<size_t>(std::atoi(argv[++i]));
+    else if (std::strcmp(argv[i], "--every") == 0 && i + 1 < argc) every = static_cast<size_t>(std::max(std::atoi(argv[++i]), 1));
     else if (positional == 0) pieces = std::atoi(argv[i]), ++positional;
     else if (positional == 1) seconds = std::atof(argv[i]), ++positional;
     else folder = argv[i];
@@ -126,45 +142,45 @@ int main(int argc, char** argv) {
   SetStripesFolder(folder + "Stripes/");
   LoadSongDatabase(folder + "db.knx");
 
-  Tool lumo{"lumo analyse", true};
+  Tool lumo{"lumo analyse", true, true};
+  Tool ownPhase{"lumo, walk's own phase", true, true};
   Tool bpmTools{"bpm-tools", others && HaveProgram("bpm") && HaveProgram("sox")};
-  Tool aubio{"aubio beat", others && HaveProgram("aubio")};
+  Tool aubio{"aubio beat", others && HaveProgram("aubio"), true};
   Tool stretch{"soundstretch", others && HaveProgram("soundstretch")};
   double cpu = 0.0, audioMinutes = 0.0;
   CTrackAnalyzer analyzer;
   const auto set = TempoEvaluationSet(pieces, seconds);
-  std::printf("%-4s %7s %7s %5s %5s %5s %6s %7s %7s %7s\n", "#", "true", "lumo", "conf", "feel", "secs", "beatF",
-              "bpm", "aubio", "sstr");
-  for (size_t i = first; i < set.size(); ++i) {
+  std::printf("%-4s %7s %4s %5s | %7s %5s %5s | %7s %5s | %7s %7s %5s %7s\n", "#", "true", "feel", "secs", "lumo",
+              "conf", "F", "own", "F", "bpm", "aubio", "F", "sstr");
+  for (size_t i = first; i < set.size(); i += every) {
     const SyntheticRecipe& r = set[i];
+    const int feel = static_cast<int>(r.feel);
     const SyntheticTrack track = MakeSyntheticTrack(r);
     const std::string wav = folder + "piece" + std::to_string(i) + ".wav";
     WriteWav(wav, track.stereo);
-    TrackAnalysis result;
+    TrackAnalysis result, own;
     const double before = ThreadSeconds();
     analyzer.Analyze(wav, result);
     cpu += ThreadSeconds() - before;
     audioMinutes += r.seconds / 60.0;
     const double f = BeatF(MarkTimes(analyzer.stripe()), track.beatTimes);
-    lumo.acc1 += Acc1(result.bpm, r), lumo.acc2 += Acc2(result.bpm, r), lumo.beatF += f, ++lumo.withBeats;
-    double tools[3] = {0, 0, 0};
-    if (bpmTools.available) {
-      tools[0] = BpmTools(wav);
-      bpmTools.acc1 += Acc1(tools[0], r), bpmTools.acc2 += Acc2(tools[0], r);
-    }
+    lumo.Add(feel, result.bpm, r, f);
+    analyzer.SetFollowEstimatedBeat(false);
+    analyzer.Analyze(wav, own);
+    analyzer.SetFollowEstimatedBeat(true);
+    const double ownF = BeatF(MarkTimes(analyzer.stripe()), track.beatTimes);
+    ownPhase.Add(feel, own.bpm, r, ownF);
+    double tools[3] = {0, 0, 0}, aubioF = 0.0;
+    if (bpmTools.available) bpmTools.Add(feel, tools[0] = BpmTools(wav), r, 0.0);
     if (aubio.available) {
       std::vector<double> beats;
       tools[1] = AubioBeats(wav, beats);
-      aubio.acc1 += Acc1(tools[1], r), aubio.acc2 += Acc2(tools[1], r);
-      aubio.beatF += BeatF(beats, track.beatTimes), ++aubio.withBeats;
+      aubio.Add(feel, tools[1], r, aubioF = BeatF(beats, track.beatTimes));
     }
-    if (stretch.available) {
-      tools[2] = Soundstretch(wav);
-      stretch.acc1 += Acc1(tools[2], r), stretch.acc2 += Acc2(tools[2], r);
-    }
-    std::printf("%-4zu %7.2f %7.2f %5.2f %5d %5.0f %6.2f %7.2f %7.2f %7.2f%s%s\n", i, r.bpm, result.bpm,
-                result.bpmConfidence, static_cast<int>(r.feel), r.seconds, f, tools[0], tools[1], tools[2],
-                r.secondBpm > 0 ? " step" : "", Acc1(result.bpm, r) ? "" : " <-- miss");
+    if (stretch.available) stretch.Add(feel, tools[2] = Soundstretch(wav), r, 0.0);
+    std::printf("%-4zu %7.2f %4d %5.0f | %7.2f %5.2f %5.2f | %7.2f %5.2f | %7.2f %7.2f %5.2f %7.2f%s%s\n", i, r.bpm,
+                feel, r.seconds, result.bpm, result.bpmConfidence, f, own.bpm, ownF, tools[0], tools[1], aubioF,
+                tools[2], r.secondBpm > 0 ? " step" : "", Acc1(result.bpm, r) ? "" : " <-- miss");
     std::fflush(stdout);
     std::remove(wav.c_str());
   }
@@ -181,13 +197,11 @@ int main(int argc, char** argv) {
       std::remove(wav.c_str());
     }
   }
-  const double n = static_cast<double>(set.size() - std::min(first, set.size()));
-  std::printf("\n%-14s %6s %6s %7s\n", "analyser", "ACC1", "ACC2", "beat F");
-  for (const Tool* t : {&lumo, &bpmTools, &aubio, &stretch}) {
-    if (!t->available) continue;
-    char beatF[16] = "-";
-    if (t->withBeats) std::snprintf(beatF, sizeof beatF, "%.3f", t->beatF / t->withBeats);
-    std::printf("%-14s %5.1f%% %5.1f%% %7s\n", t->name, 100.0 * t->acc1 / n, 100.0 * t->acc2 / n, beatF);
+  const char* const kFeelNames[] = {"straight", "12/8 shuffle", "half-time", "sixteenths", "all pieces run"};
+  for (int k = Tool::kFeels; k >= 0; --k) {
+    if (lumo.pieces[k] == 0) continue;
+    std::printf("\n%s (%d pieces)%*s ACC1   ACC2  beat F\n", kFeelNames[k], lumo.pieces[k], 8, "");
+    for (const Tool* t : {&lumo, &ownPhase, &bpmTools, &aubio, &stretch}) t->Print(k);
   }
   std::printf("lumo CPU: %.3f s per minute of audio (whole analysis, %.1f minutes)\n", cpu / audioMinutes,
               audioMinutes);

@@ -99,7 +99,7 @@ float ZQBeatDetector::FineLag(const float* B, int n, int seconds, int bpm, int m
   return static_cast<float>(kLagToBpm / bestLag);
 }
 
-float ZQBeatDetector::DetectBpm(int n, float* A, float* B, int seconds, int hint) {
+float ZQBeatDetector::DetectBpm(int n, float* A, float* B, int seconds, int hint, ZQBeatPhase* phase) {
   if (!A || !B || n <= 0) return 0.0f;
   seconds = std::min(seconds, n / kEntriesPerSecond);
   const float onsetPeak = OnsetCurve(A, B, n, seconds);
@@ -135,7 +135,9 @@ float ZQBeatDetector::DetectBpm(int n, float* A, float* B, int seconds, int hint
   bpmSum = 0.0;
   bpmCount = 0;
   float walked = bpm;
+  phase_ = phase;
   WalkSegment(B, n, bpm, 5.0, n - 5, walked, A);
+  phase_ = nullptr;
   if (bpmSum > 10.0 && bpmCount > 0) bpm = static_cast<float>(bpmSum / bpmCount);
 
   // Marks go 33 entries (75 ms) earlier to undo the delay of the band filters; the earlier entry
@@ -166,13 +168,24 @@ void ZQBeatDetector::WalkSegmentAt(const float* B, int n, float bpm, double lo, 
     if (B[i] < 50.0f && B[i] > peak) peak = B[i], peakPos = i;
   }
   if (peak <= 0.0f) return;  // no onset at all: nothing to walk on
+  // The trials start from the strongest onset, or on the beat nearest it when that is known.
+  double origin = peakPos;
+  int trials = kTrials;
+  if (phase_) {
+    double beat = phase_->BeatNear(peakPos);
+    if (beat >= 0.0) {
+      while (beat < lo) beat += P;
+      while (beat > hi) beat -= P;
+      if (beat >= lo) origin = beat, trials = 1;
+    }
+  }
 
   auto bestTrial = [&](bool forward, int end, int& bestK) {
     double bestScore = -1.0;
     float tempo = bpm;
-    for (int k = 0; k < kTrials; ++k) {
-      WalkResult r = forward ? Walk(B, n, bpm, peakPos + k * step, end, peak, nullptr, 1)
-                             : Walk(B, n, bpm, peakPos + k * step, end, peak, nullptr, -1);
+    for (int k = 0; k < trials; ++k) {
+      WalkResult r = forward ? Walk(B, n, bpm, origin + k * step, end, peak, nullptr, 1)
+                             : Walk(B, n, bpm, origin + k * step, end, peak, nullptr, -1);
       if (r.score > bestScore) bestScore = r.score, bestK = k, tempo = r.tempo;
     }
     return tempo < 10.0f ? bpm : tempo;
@@ -180,12 +193,12 @@ void ZQBeatDetector::WalkSegmentAt(const float* B, int n, float bpm, double lo, 
 
   int bestK = 0;
   float tempo = bestTrial(true, static_cast<int>(hi), bestK);
-  const double forwardStart = peakPos + bestK * step;
+  const double forwardStart = origin + bestK * step;
   WalkResult forward = Walk(B, n, tempo, forwardStart, static_cast<int>(hi), peak, A, 1);
   if (lo < 10.0 && forward.tempo > 10.0f) bpm = out = forward.tempo;
 
   tempo = bestTrial(false, static_cast<int>(lo), bestK);
-  const double backwardStart = peakPos + bestK * step;
+  const double backwardStart = origin + bestK * step;
   WalkResult backward = Walk(B, n, tempo, backwardStart, static_cast<int>(lo), peak, A, -1);
   if (lo < 10.0 && backward.tempo > 10.0f) bpm = out = backward.tempo;
 

@@ -8,6 +8,17 @@
 
 #include <array>
 
+// Where the beats fall, from an ear finer than the stripe's low band (the tempo estimator also
+// hears snares and hats, where the low band may hear only a bass line on the off-beats).
+class ZQBeatPhase {
+ public:
+  // The stripe entry of the beat nearest entry; negative when not known there.
+  virtual double BeatNear(double entry) = 0;
+
+ protected:
+  ~ZQBeatPhase() = default;
+};
+
 class ZQBeatDetector {
  public:
   static constexpr double kLagToBpm = 26460.0;  // 441 entries per second * 60
@@ -20,7 +31,9 @@ class ZQBeatDetector {
   // Returns the tempo; 0 for under 10 seconds or a track with no onsets at all (which then
   // gets no marks), -1 when no tempo was found. hint: 0 searches 76..150 BPM, -1 56..100,
   // -2 101..195, any other value b searches b-1..b+1 (held to 57..298).
-  float DetectBpm(int n, float* A, float* B, int seconds, int hint);
+  // With a phase, every walk starts on the beat it names instead of trying eight phases of a beat
+  // from the strongest onset.
+  float DetectBpm(int n, float* A, float* B, int seconds, int hint, ZQBeatPhase* phase = nullptr);
 
   // Marks beats of tempo bpm into A between entries lo and hi, following the onset curve B
   // (n entries each). The deck calls it again to rebuild its grid; out receives a tempo
@@ -47,4 +60,5 @@ class ZQBeatDetector {
   float FineLag(const float* B, int n, int seconds, int bpm, int multiple) const;
 
   std::array<std::array<double, kScoreColumns>, kScoreRows> scores_{};
+  ZQBeatPhase* phase_ = nullptr;  // during DetectBpm only
 };

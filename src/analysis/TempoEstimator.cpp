@@ -11,6 +11,10 @@ constexpr int kMinFrames = 5 * ZQOnsetEnvelope::kFramesPerSecond;
 // Kicks and bass decide the beat; hats and snares only help.
 constexpr float kBandWeights[ZQOnsetEnvelope::kBands] = {1.0f, 0.6f, 0.3f};
 
+// The beat's phase: the bass line's own onsets (often on the off-beats) are in the kick band, so
+// snares and hats weigh as much as kicks there.
+constexpr float kDrumWeights[ZQOnsetEnvelope::kBands] = {1.0f, 1.0f, 1.0f};
+
 constexpr int kDetrendRadius = 20;     // frames: the local mean removed, 0.4 s across
 constexpr int kGridChunk = 20 * 100;   // frames: a grid is laid over 20 s at a time, so drift does not smear it
 constexpr int kMaxBeatsPerChunk = kGridChunk * 3 / 2 * 240 / 6000 + 2;  // the last stretch may be 1.5 chunks
@@ -61,6 +65,7 @@ void ZQTempoEstimator::Start(int seconds) {
   const size_t frames = static_cast<size_t>(std::max(seconds, 0)) * ZQOnsetEnvelope::kFramesPerSecond;
   onsets_.assign(frames, 0.0f);
   for (auto& curve : bandCurves_) curve.assign(frames, 0.0f);
+  drums_.assign(frames, 0.0f);
   frames_ = 0;
 }
 
@@ -149,7 +154,7 @@ double ZQTempoEstimator::RefinePeak(double bpm) const {
 ZQTempoEstimator::Subdivision ZQTempoEstimator::Subdivide(const std::vector<float>& curve, double bpm) {
   Subdivision result;
   const double period = LagOf(bpm);
-  const int bins = std::min(static_cast<int>(std::lround(period)), static_cast<int>(fold_.size()));
+  const int bins = BinsFor(period);
   if (bins < 4) return Subdivision{0.0, 0.0};
   double on = 0.0, half = 0.0, third = 0.0;
   auto peakNear = [&](double t, int from, int to) {
@@ -165,23 +170,8 @@ ZQTempoEstimator::Subdivision ZQTempoEstimator::Subdivide(const std::vector<floa
   // The last stretch joins the one before when it is under half a chunk; a short track is one.
   for (int from = 0; from < frames_; from += kGridChunk) {
     const int to = frames_ - (from + kGridChunk) < kGridChunk / 2 ? frames_ : from + kGridChunk;
-    std::fill(fold_.begin(), fold_.begin() + bins, 0.0);
-    // Where each frame falls in the beat, stepped rather than divided out frame by frame.
-    const double binsPerFrame = bins / period;
-    double position = 0.0;
-    for (int t = from; t < to; ++t) {
-      fold_[static_cast<size_t>(std::min(static_cast<int>(position), bins - 1))] += curve[t];
-      position += binsPerFrame;
-      if (position >= bins) position -= bins;
-    }
-    auto smoothed = [&](int b) {
-      return fold_[static_cast<size_t>((b + bins - 1) % bins)] + fold_[static_cast<size_t>(b % bins)] +
-             fold_[static_cast<size_t>((b + 1) % bins)];
-    };
-    int phase = 0;
-    for (int b = 1; b < bins; ++b) {
-      if (smoothed(b) > smoothed(phase)) phase = b;
-    }
+    Fold(curve, from, to, period);
+    const int phase = std::max(StrongestBin(bins), 0);
     int beats = 0;
     for (double t = from + phase * period / bins; t + period < to && beats < kMaxBeatsPerChunk; t += period) {
       const size_t k = static_cast<size_t>(beats++);
@@ -202,6 +192,61 @@ ZQTempoEstimator::Subdivision ZQTempoEstimator::Subdivide(const std::vector<floa
   result.half = half / on;
   result.third = third / on;
   return result;
+}
+
+int ZQTempoEstimator::BinsFor(double period) const {
+  return std::min(static_cast<int>(std::lround(period)), static_cast<int>(fold_.size()));
+}
+
+int ZQTempoEstimator::Fold(const std::vector<float>& curve, int from, int to, double period) {
+  const int bins = BinsFor(period);
+  if (bins < 4) return 0;
+  std::fill(fold_.begin(), fold_.begin() + bins, 0.0);
+  // Where each frame falls in the beat, stepped rather than divided out frame by frame.
+  const double binsPerFrame = bins / period;
+  double position = 0.0;
+  for (int t = from; t < to; ++t) {
+    fold_[static_cast<size_t>(std::min(static_cast<int>(position), bins - 1))] += curve[t];
+    position += binsPerFrame;
+    if (position >= bins) position -= bins;
+  }
+  return bins;
+}
+
+// The bin where the beat falls, smoothed over its neighbours so one stray onset does not decide.
+int ZQTempoEstimator::StrongestBin(int bins) const {
+  auto smoothed = [&](int b) {
+    return fold_[static_cast<size_t>((b + bins - 1) % bins)] + fold_[static_cast<size_t>(b % bins)] +
+           fold_[static_cast<size_t>((b + 1) % bins)];
+  };
+  int phase = 0;
+  for (int b = 1; b < bins; ++b) {
+    if (smoothed(b) > smoothed(phase)) phase = b;
+  }
+  return smoothed(phase) > 0.0 ? phase : -1;
+}
+
+// The fold is tried at the tempo and a little either side, and the sharpest wins: across a tempo
+// change the 20 s may not run at the track's main tempo, and a fold at the wrong one smears.
+double ZQTempoEstimator::BeatNear(double frame, double bpm) {
+  if (!(bpm > 0.0) || frames_ <= 0) return -1.0;
+  const int from = std::clamp(static_cast<int>(frame) - kGridChunk / 2, 0, std::max(frames_ - kGridChunk, 0));
+  const int to = std::min(from + kGridChunk, frames_);
+  double bestSharpness = 0.0, first = -1.0, period = LagOf(bpm);
+  for (double scale : {1.0, 0.98, 1.02, 0.96, 1.04}) {
+    const double p = LagOf(bpm * scale);
+    const int bins = Fold(drums_, from, to, p);
+    const int phase = bins > 0 ? StrongestBin(bins) : -1;
+    if (phase < 0) continue;
+    double total = 0.0;
+    for (int b = 0; b < bins; ++b) total += fold_[static_cast<size_t>(b)];
+    const double peak = fold_[static_cast<size_t>((phase + bins - 1) % bins)] + fold_[static_cast<size_t>(phase)] +
+                        fold_[static_cast<size_t>((phase + 1) % bins)];
+    const double sharpness = peak / total;
+    if (sharpness > bestSharpness) bestSharpness = sharpness, first = from + phase * p / bins, period = p;
+  }
+  if (first < 0.0) return -1.0;
+  return first + std::round((frame - first) / period) * period;
 }
 
 // The beat a DJ counts among the levels related to the strongest period, from the slowest up:
@@ -248,6 +293,7 @@ TempoEstimate ZQTempoEstimator::Estimate(TempoRange range) {
     alone[b] = 1.0f;
     BuildOnsetCurve(alone, bandCurves_[b]);
   }
+  BuildOnsetCurve(kDrumWeights, drums_);
 
   if (frames_ < kMinFrames) return result;
   Autocorrelate();

@@ -33,6 +33,10 @@ class ZQTempoEstimator {
   void Feed(const float* mono, int count) { envelope_.Feed(mono, count); }
   // The tempo of what was fed, folded into range.
   TempoEstimate Estimate(TempoRange range);
+  // After Estimate: the envelope frame of the beat at bpm nearest frame, from the onsets of the
+  // 20 s around it, all three bands weighed alike (so a bass line on the off-beats, which only
+  // the kick band hears, does not outweigh snares and hats). -1 when nothing attacks there.
+  double BeatNear(double frame, double bpm);
 
  private:
   struct Subdivision {
@@ -49,9 +53,14 @@ class ZQTempoEstimator {
   double Sharpness(double bpm) const;
   double RefinePeak(double bpm) const;
   Subdivision Subdivide(const std::vector<float>& curve, double bpm);
+  // Folds curve[from, to) onto one beat of period frames; returns the bin count (0: too fast).
+  int Fold(const std::vector<float>& curve, int from, int to, double period);
+  int StrongestBin(int bins) const;  // -1 when the fold is empty
+  int BinsFor(double period) const;
 
   ZQOnsetEnvelope envelope_;
   std::vector<float> onsets_;
+  std::vector<float> drums_;  // kick, snare and hat bands alike, for the beat's phase
   std::vector<float> bandCurves_[ZQOnsetEnvelope::kBands];
   double bandMean_[ZQOnsetEnvelope::kBands] = {};  // each band's mean flux: how much attacks at all
   std::vector<double> acf_;

@@ -14,6 +14,28 @@ constexpr int kMaxGapBeats = 8;
 // The typed-tempo path takes hints from 57 up; slower estimates go to the range search.
 constexpr double kSlowestHint = 57.0;
 
+// The estimator's envelope runs at 100 frames a second, the stripe at 441 entries. An attack
+// peaks in the envelope about a frame and a half after it starts (the rise is steepest as it
+// reaches the middle of the window), and in the walk's onset curve 33 entries after it (the
+// smoothing kernel's delay, which the marks are shifted back by).
+constexpr double kEntriesPerFrame = 4.41;
+constexpr double kEnvelopeDelayFrames = 1.5;
+constexpr double kOnsetCurveDelay = 33.0;
+
+class EstimatedPhase final : public ZQBeatPhase {
+ public:
+  EstimatedPhase(ZQTempoEstimator& estimator, double bpm) : estimator_(estimator), bpm_(bpm) {}
+  double BeatNear(double entry) override {
+    const double frame = (entry - kOnsetCurveDelay) / kEntriesPerFrame - kEnvelopeDelayFrames;
+    const double beat = estimator_.BeatNear(frame, bpm_);
+    return beat < 0.0 ? -1.0 : (beat + kEnvelopeDelayFrames) * kEntriesPerFrame + kOnsetCurveDelay;
+  }
+
+ private:
+  ZQTempoEstimator& estimator_;
+  double bpm_;
+};
+
 struct LineFit {
   double n = 0, sx = 0, sy = 0, sxx = 0, sxy = 0;
   void Add(double x, double y) { n += 1, sx += x, sy += y, sxx += x * x, sxy += x * y; }
@@ -54,13 +76,17 @@ double TempoFromMarks(const float* A, int n, double bpm) {
 }
 
 TempoResult DetectTempoAndGrid(ZQBeatDetector& detector, ZQTempoEstimator& estimator, float* A, float* B,
-                               int n, int seconds, TempoRange range) {
+                               int n, int seconds, TempoRange range, bool followEstimatedBeat) {
   TempoResult result;
   const TempoEstimate estimate = estimator.Estimate(range);
   result.confidence = static_cast<float>(estimate.confidence);
   float bpm = 0.0f;
   if (estimate.confidence >= ZQTempoEstimator::kConfident && estimate.bpm >= kSlowestHint) {
-    bpm = detector.DetectBpm(n, A, B, seconds, static_cast<int>(std::lround(estimate.bpm)));
+    // The walk keeps to the estimator's beat: on half-time drums the low band hears mostly the
+    // bass line between the beats.
+    EstimatedPhase phase(estimator, estimate.bpm);
+    bpm = detector.DetectBpm(n, A, B, seconds, static_cast<int>(std::lround(estimate.bpm)),
+                             followEstimatedBeat ? &phase : nullptr);
   } else if (estimate.confidence >= ZQTempoEstimator::kBeatless && seconds >= kShortTrackSeconds) {
     bpm = detector.DetectBpm(n, A, B, seconds, 0);
   } else {

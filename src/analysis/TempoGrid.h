@@ -16,9 +16,10 @@ struct TempoResult {
 };
 
 // A (n entries, the stripe) receives the marks; B (n entries) is work. The estimator must have
-// been fed the whole track.
+// been fed the whole track. With followEstimatedBeat false the walk finds its own phase, as with
+// a typed tempo (kept for measuring what the estimator's phase brings).
 TempoResult DetectTempoAndGrid(ZQBeatDetector& detector, ZQTempoEstimator& estimator, float* A, float* B,
-                               int n, int seconds, TempoRange range);
+                               int n, int seconds, TempoRange range, bool followEstimatedBeat = true);
 
 // The tempo measured from the marks in A: a least-squares line of mark positions against beat
 // numbers over the longest steady stretch. bpm is the tempo the marks were walked at; 0 when

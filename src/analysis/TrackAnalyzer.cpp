@@ -74,7 +74,8 @@ AnalysisOutcome CTrackAnalyzer::Analyze(const std::string& path, TrackAnalysis& 
   chain_.close();
 
   const TempoResult tempo =
-      DetectTempoAndGrid(beats_, tempo_, stripe_.data(), onsets_.data(), n, seconds, PreferredTempoRange());
+      DetectTempoAndGrid(beats_, tempo_, stripe_.data(), onsets_.data(), n, seconds, PreferredTempoRange(),
+                         followEstimatedBeat_);
   result.bpm = tempo.bpm;
   result.bpmConfidence = tempo.confidence;
   result.beats = static_cast<int>(std::count_if(stripe_.begin(), stripe_.end(), [](float v) { return IsMarked(v); }));

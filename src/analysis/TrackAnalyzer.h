@@ -47,6 +47,8 @@ class CTrackAnalyzer {
   // A flag the pass checks once per decoded second; when it is set the pass ends at once with
   // kCancelled and writes nothing. The flag must outlive the analyzer's passes.
   void SetCancelFlag(const std::atomic<bool>* cancel) { cancel_ = cancel; }
+  // Off, the beat walk finds its own phase (see DetectTempoAndGrid); the evaluation compares both.
+  void SetFollowEstimatedBeat(bool on) { followEstimatedBeat_ = on; }
 
   // The stripe arrays of the last pass (tests and the accuracy tool look at the marks).
   const std::vector<float>& stripe() const { return stripe_; }
@@ -67,6 +69,7 @@ class CTrackAnalyzer {
   std::vector<float> stripe_;
   std::vector<float> onsets_;
   const std::atomic<bool>* cancel_ = nullptr;
+  bool followEstimatedBeat_ = true;
 };
 
 // The pass for one song with a fresh analyzer of the calling thread. Returns as Analyze.

@@ -88,16 +88,4 @@ TEST(BeatDetector, MarksAreMovedThirtyThreeEntriesEarlier) {
   }
 }
 
-TEST(StripeMarks, BandsAndSanitising) {
-  EXPECT_EQ(MarkOf(55.3f), kBeatMark);
-  EXPECT_EQ(MarkOf(64.9f), kAnchorMark);
-  EXPECT_EQ(MarkOf(75.0f), kReservedMark);
-  EXPECT_EQ(MarkOf(60.0f), 0.0f);
-  EXPECT_EQ(MarkOf(0.7f), 0.0f);
-  EXPECT_EQ(SaneStripeValue(NAN), 0.0f);
-  EXPECT_EQ(SaneStripeValue(1e30f), 0.0f);
-  EXPECT_EQ(SaneStripeValue(-81.0f), 0.0f);
-  EXPECT_EQ(SaneStripeValue(55.5f), 55.5f);
-}
-
 }  // namespace

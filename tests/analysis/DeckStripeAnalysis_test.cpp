@@ -5,30 +5,27 @@
 #include <filesystem>
 #include <memory>
 
+#include "AnalysisFixture.h"
 #include "SyntheticTrack.h"
 #include "analysis/StripeFile.h"
 #include "analysis/StripeMarks.h"
 #include "analysis/TrackAnalyzer.h"
 #include "audio/Threads.h"
 #include "deck/SoundSource.h"
-#include "library/SongDatabase.h"
-#include "support/TestFiles.h"
 
 namespace {
 
-class DeckStripeAnalysisTest : public ::testing::Test {
+class DeckStripeAnalysisTest : public AnalysisFixture {
  protected:
-  DeckStripeAnalysisTest() {
+  void SetUp() override {
     SetThreadsManual(true);
-    std::filesystem::create_directories(folder.File("Stripes"));
-    SetStripesFolder(folder.File("Stripes/"));
-    LoadSongDatabase(folder.File("db.knx"));
-    deck = std::make_unique<CSoundSource>(0, folder.path());
+    AnalysisFixture::SetUp();
+    deck = std::make_unique<CSoundSource>(0, root.path());
     deck->SetAnalysis(&analysis);
   }
-  ~DeckStripeAnalysisTest() override {
+  void TearDown() override {
     deck.reset();
-    DropSongDatabase();
+    AnalysisFixture::TearDown();
     SetThreadsManual(false);
   }
   void Load(const std::string& path) {
@@ -49,7 +46,6 @@ class DeckStripeAnalysisTest : public ::testing::Test {
     return marks;
   }
 
-  TempFolder folder;
   CDeckStripeAnalysis analysis;
   std::unique_ptr<CSoundSource> deck;
 };
@@ -58,7 +54,7 @@ TEST_F(DeckStripeAnalysisTest, ADeckAnalysesANewTrackAndTheNextLoadReadsTheStrip
   SyntheticRecipe recipe;
   recipe.bpm = 124.0;
   recipe.seconds = 40.0;
-  const std::string path = folder.File("deck song.wav");
+  const std::string path = PathOf("deck song.wav");
   ASSERT_TRUE(WriteWav(path, MakeSyntheticTrack(recipe).stereo));
 
   Load(path);
@@ -87,7 +83,7 @@ TEST_F(DeckStripeAnalysisTest, DeckAndBackgroundPassGiveASongTheSameLength) {
   recipe.seconds = 21.0;
   SyntheticTrack track = MakeSyntheticTrack(recipe);
   track.stereo.resize((21 * 44100 + 14000) * 2, 0);  // 21.317 s
-  const std::string path = folder.File("part second.wav");
+  const std::string path = PathOf("part second.wav");
   ASSERT_TRUE(WriteWav(path, track.stereo));
   Load(path);
   ASSERT_TRUE(LoadedAndAnalysed());
@@ -110,7 +106,7 @@ TEST_F(DeckStripeAnalysisTest, WindowEstimateReadsTenSecondsWithoutTouchingTheDe
   recipe.seconds = 10.0;
   const SyntheticTrack track = MakeSyntheticTrack(recipe);
   std::vector<float> window(4410);
-  const std::string path = folder.File("window.wav");
+  const std::string path = PathOf("window.wav");
   ASSERT_TRUE(WriteWav(path, track.stereo));
   Load(path);
   for (int pass = 0; pass < 50 && deck->percentLoaded() < 100; ++pass) deck->loaderPass();

@@ -62,16 +62,10 @@ TEST(KeyNotation, ParserCases) {
   EXPECT_FLOAT_EQ(FoldPitch(11.5f), -0.5f);
   EXPECT_FLOAT_EQ(FoldPitch(-0.5f), -0.5f);
   EXPECT_FLOAT_EQ(FoldPitch(-0.75f), 11.25f);
-}
-
-TEST(KeyNotation, IndexFromName) {
+  // The record's key index from a name: the round trip above covers the spellings the program
+  // writes; these are what other programs' tags hold.
   EXPECT_EQ(KeyIndexFromName(""), 0);
-  EXPECT_EQ(KeyIndexFromName("C#/Db"), 5);
   EXPECT_EQ(KeyIndexFromName("c#/db"), 5);
-  EXPECT_EQ(KeyIndexFromName("Bb"), 2);
-  EXPECT_EQ(KeyIndexFromName("Bbm"), 14);
-  EXPECT_EQ(KeyIndexFromName("Db"), 5);
-  EXPECT_EQ(KeyIndexFromName("G#m"), 24);
   EXPECT_EQ(KeyIndexFromName("H"), 0);
   EXPECT_EQ(KeyIndexFromName("Cbm"), 0);
   EXPECT_EQ(KeyIndexFromName("A#/Bb/C"), 0);

@@ -1,5 +1,4 @@
 #include "analysis/StripeFile.h"
-#include "codecs/SongKey.h"
 
 #include <gtest/gtest.h>
 
@@ -7,9 +6,7 @@
 #include <chrono>
 #include <cmath>
 #include <memory>
-#include <thread>
 #include <cstdio>
-#include <fcntl.h>
 #include <filesystem>
 #include <map>
 #include <mutex>
@@ -18,7 +15,6 @@
 #include "AnalysisFixture.h"
 #include "SyntheticTrack.h"
 #include "analysis/FileWorker.h"
-#include "analysis/StripeMarks.h"
 #include "analysis/TrackAnalyzer.h"
 #include "support/WaitFor.h"
 
@@ -42,15 +38,6 @@ std::string SparseWav(const std::string& path, long long frames) {
 }
 
 using StripeFileTest = AnalysisFixture;
-
-TEST_F(StripeFileTest, SizesFollowTheStartedSecond) {
-  EXPECT_EQ(StripeSeconds(441000), 10);
-  EXPECT_EQ(StripeSeconds(441001), 11);
-  EXPECT_EQ(StripeEntries(441001), 4851);
-  EXPECT_EQ(StripeEntries(0), 0);
-  EXPECT_EQ(SongKeyOf("/music/a/Track.mp3"), "Track.mp3");
-  EXPECT_EQ(StripePathFor("/music/b/Track.mp3"), StripesFolder() + "Track.mp3.kn2");
-}
 
 TEST_F(StripeFileTest, AnalysisWritesAStripeOfEveryStartedSecondAndUpdatesTheRecord) {
   SyntheticRecipe recipe;
@@ -189,10 +176,6 @@ TEST_F(StripeFileTest, FileWorkerLanesReportEveryPathOnce) {
   EXPECT_FALSE(FileSkipIsFailure(FileSkip::kAlreadyDone));
 }
 
-}  // namespace
-
-namespace {
-
 // Closing the worker while it analyses a long song must stop the pass within a bounded time
 // and free nothing under it; the song stays unanalysed and no result is reported.
 TEST_F(StripeFileTest, FileWorkerCloseStopsARunningPassPromptly) {
@@ -201,10 +184,7 @@ TEST_F(StripeFileTest, FileWorkerCloseStopsARunningPassPromptly) {
   auto worker = std::make_unique<CFileWorker>(nullptr, [&](const std::string&, const TrackAnalysis&) { ++finished; });
   worker->Enqueue(song);
   worker->Start();
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-  while (!worker->busy() && worker->Queued() > 0 && std::chrono::steady_clock::now() < deadline) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(2));
-  }
+  WaitFor([&] { return worker->busy() || worker->Queued() == 0; });
   ASSERT_TRUE(worker->busy() || finished == 0) << "the pass never started";
   const auto start = std::chrono::steady_clock::now();
   worker.reset();

@@ -10,36 +10,32 @@
 #include <filesystem>
 #include <thread>
 
+#include "AnalysisFixture.h"
 #include "SyntheticTrack.h"
 #include "analysis/DeckStripeAnalysis.h"
-#include "analysis/StripeFile.h"
 #include "app/base/Realtime.h"
 #include "audio/Threads.h"
 #include "deck/SoundSource.h"
-#include "library/SongDatabase.h"
-#include "support/TestFiles.h"
 #include "support/WaitFor.h"
 
 namespace {
 
-TEST(ThreadedDeckAnalysis, LoadsDuringAndAfterAnalysisKeepEveryResult) {
-  TempFolder folder;
-  std::filesystem::create_directories(folder.File("Stripes"));
-  SetStripesFolder(folder.File("Stripes/"));
-  LoadSongDatabase(folder.File("db.knx"));
+using ThreadedDeckAnalysis = AnalysisFixture;
+
+TEST_F(ThreadedDeckAnalysis, LoadsDuringAndAfterAnalysisKeepEveryResult) {
   std::string paths[3];
   for (int i = 0; i < 3; ++i) {
     SyntheticRecipe recipe;
     recipe.bpm = 110.0 + 10 * i;
     recipe.seconds = 40.0;
     SyntheticTrack track = MakeSyntheticTrack(recipe);
-    paths[i] = folder.File("song" + std::to_string(i) + ".wav");
+    paths[i] = PathOf("song" + std::to_string(i) + ".wav");
     ASSERT_TRUE(WriteWav(paths[i], track.stereo));
   }
 
   SetThreadsManual(false);
   CDeckStripeAnalysis analysis;
-  auto deck = std::make_unique<CSoundSource>(0, folder.path());
+  auto deck = std::make_unique<CSoundSource>(0, root.path());
   deck->SetAnalysis(&analysis);
   std::jthread audio([&](std::stop_token stop) {
     rt::AudioThreadScope scope;
@@ -65,7 +61,6 @@ TEST(ThreadedDeckAnalysis, LoadsDuringAndAfterAnalysisKeepEveryResult) {
   EXPECT_NEAR(deck->GetBpm(), 130.0, 0.5);
   deck.reset();  // closing the deck saves the stripe of what it holds
   EXPECT_TRUE(std::filesystem::exists(StripePathFor(paths[2])));
-  DropSongDatabase();
 }
 
 }  // namespace
