@@ -36,8 +36,10 @@ double PowInt(double x, int n) {
 
 constexpr int kSegment = CEffectDynamics::kControlFrames;
 
-// The loops below run over whole segments of a constant length so the compiler turns them into
-// vector code; a block's short last segment takes the same functions at its own length.
+// The loops below run over whole segments of a constant length so the compiler can turn them
+// into vector code (it does for the scaling, the quarters and the gain line; a float maximum
+// stays scalar under strict IEEE rules); a block's short last segment takes the same functions
+// at its own length.
 // AtSegmentLength calls `work(length)` with the length a constant for a whole segment.
 template <typename Work>
 inline auto AtSegmentLength(int frames, Work&& work) {
@@ -64,8 +66,7 @@ inline void QuarterSums(const float* segment, int frames, float* quarter) {
   for (int j = 0; j < frames; ++j) quarter[j] = std::fabs(segment[2 * j] + segment[2 * j + 1]) * 0.25f;
 }
 
-// Whether the left channel holds a zero or both signs (flags, not a min and max, so the loop
-// vectorises under strict IEEE rules).
+// Whether the left channel holds a zero or both signs.
 inline bool LeftTouchesZero(const float* segment, int frames) {
   int nonPositive = 0, nonNegative = 0;
   for (int j = 0; j < frames; ++j) {

@@ -98,25 +98,41 @@ void CEffectReverbs::Reset() noexcept {
   lowLeft_ = lowRight_ = 0.0f;
 }
 
-float CEffectReverbs::RunChannel(float* line, float& low, float in, float crossIn, bool advanceTaps) noexcept {
-  float sum = 0.0f;
-  for (int k = 0; k < tapCount_; ++k) {
-    sum += line[tapPos_[k]] * tapGain_[k];
-    if (advanceTaps) tapPos_[k] = tapPos_[k] + 1 == kLineLength ? 0 : tapPos_[k] + 1;
+void CEffectReverbs::RunFrames(float* block, int frames) noexcept {
+  // No line position wraps inside this run, so the taps read through plain pointers.
+  const float* left[kMaxTaps];
+  const float* right[kMaxTaps];
+  for (int k = 0; k < tapCount_; ++k) left[k] = lineLeft_.get() + tapPos_[k], right[k] = lineRight_.get() + tapPos_[k];
+  float* writeLeft = lineLeft_.get() + writePos_;
+  float* writeRight = lineRight_.get() + writePos_;
+  float lowL = lowLeft_, lowR = lowRight_;
+  for (int j = 0; j < frames; ++j) {
+    const float l = block[2 * j] * direct_, r = block[2 * j + 1] * direct_;
+    float sumL = 0.0f, sumR = 0.0f;
+    for (int k = 0; k < tapCount_; ++k) {
+      sumL += left[k][j] * tapGain_[k];
+      sumR += right[k][j] * tapGain_[k];
+    }
+    lowL = fxdsp::FlushTiny((lowL + sumL) * 0.5f);
+    lowR = fxdsp::FlushTiny((lowR + sumR) * 0.5f);
+    writeLeft[j] = Clip(cross_ * r + l + lowL * loopGain_);
+    writeRight[j] = Clip(cross_ * l + r + lowR * loopGain_);
+    block[2 * j] = Clip(tapOut_ * lowL + l);
+    block[2 * j + 1] = Clip(tapOut_ * lowR + r);
   }
-  low = fxdsp::FlushTiny((low + sum) * 0.5f);
-  line[writePos_] = Clip(cross_ * crossIn + in + low * loopGain_);
-  return Clip(tapOut_ * low + in);
+  lowLeft_ = lowL, lowRight_ = lowR;
+  for (int k = 0; k < tapCount_; ++k) tapPos_[k] = (tapPos_[k] + frames) % kLineLength;
+  writePos_ = (writePos_ + frames) % kLineLength;
 }
 
 void CEffectReverbs::ProcessCore(float* block, int frames, float bpm) noexcept {
   if (!IsEnabled()) return;
   ApplyPending(bpm);
   if (tapCount_ <= 0) return;
-  for (int i = 0; i < frames; ++i) {
-    const float l = block[2 * i] * direct_, r = block[2 * i + 1] * direct_;
-    block[2 * i] = RunChannel(lineLeft_.get(), lowLeft_, l, r, false);
-    block[2 * i + 1] = RunChannel(lineRight_.get(), lowRight_, r, l, true);
-    writePos_ = writePos_ + 1 == kLineLength ? 0 : writePos_ + 1;
+  for (int i = 0; i < frames;) {
+    int run = std::min(frames - i, kLineLength - writePos_);
+    for (int k = 0; k < tapCount_; ++k) run = std::min(run, kLineLength - tapPos_[k]);
+    RunFrames(block + 2 * i, run);
+    i += run;
   }
 }

@@ -41,7 +41,8 @@ class CEffectReverbs : public CBuiltInEffect {
   LUMO_RT void ApplyPending(float bpm) noexcept;
   LUMO_RT void ConfigureSubType(int subType, float tempo) noexcept;
   LUMO_RT static int EchoDelayMs(double a, float tempo) noexcept;
-  LUMO_RT float RunChannel(float* line, float& low, float in, float crossIn, bool advanceTaps) noexcept;
+  // Runs frames over which no line position wraps.
+  LUMO_RT void RunFrames(float* block, int frames) noexcept;
 
   std::atomic<int> subType_;
   std::atomic<int> param1_{500}, param2_{500};
