@@ -32,6 +32,8 @@ open_options() {
   wait_for '[[ -n "$(window_named "^Options$")" ]]'
   dialog=$(window_named "^Options$")
   xdotool windowfocus --sync "$dialog"
+  # Keys typed before the dialog has put the keyboard on its first setting go elsewhere.
+  wait_for '[[ "$(value focus)" == options_skin ]]'
 }
 keys() { xdotool key --delay 60 "$@"; }
 closed() { [[ -z "$(window_named "^Options$")" ]]; }

@@ -5,6 +5,7 @@
 #include <wx/sizer.h>
 #include <wx/stattext.h>
 #include <wx/timer.h>
+#include <wx/window.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -77,6 +78,9 @@ void WriteStateReport(const std::string& path) {
     }
     text += line;
   }
+  // Which control has the keyboard: a test types into a dialog only once its focus has landed.
+  const wxWindow* focus = wxWindow::FindFocus();
+  text += "focus=" + (focus ? focus->GetName().utf8_string() : std::string("none")) + "\n";
   WriteFileAtomically(path, text);
 }
 

@@ -125,6 +125,7 @@ class OptionsDialog : public wxDialog {
     initialSkin_ = current;
     if (skins.empty()) skins.Add("(no skin)");
     skin_ = AddChoice(page, sizer, "Select User Interface (skin)", skins, current);
+    skin_->SetName("options_skin");  // the window tests wait for the keyboard to be here
     AddCheck(page, sizer, "High-quality Time-stretching and Pitch-scaling (very CPU intensive)", &Settings::hqtime);
     AddCheck(page, sizer, "Reset Deck after Load", &Settings::resetd);
     AddCheck(page, sizer, "Beat-Matching when Auto-Mix", &Settings::bmatch);
