@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <thread>
 
 #include "audio/AudioSignalSource.h"
 #include "audio/LiveInputSource.h"
@@ -35,6 +36,11 @@ struct CaptureState {
   float chunk[512 * kCaptureChannels];
 };
 CaptureState g_capture;
+// Only one caller converts at a time. While the source changes hands the JACK process thread and
+// a system capture's thread can both be past the source check for a moment, and a reset comes
+// from the main thread: an audio thread that finds the flag taken drops its block, the main
+// thread waits for it.
+std::atomic<bool> g_captureBusy{false};
 
 // Mix side's block.
 float g_block[kMaxBlockFrames * kCaptureChannels];
@@ -73,6 +79,7 @@ void CaptureInputFrames(CaptureSource from, const float* const* ports, int portC
                         int deviceRate) noexcept {
   if (from != g_captureSource.load(std::memory_order_acquire)) return;
   if (!ports || frames <= 0 || deviceRate <= 0) return;
+  if (g_captureBusy.exchange(true, std::memory_order_acquire)) return;
   portCount = std::clamp(portCount, 0, kCaptureChannels);
   const double step = static_cast<double>(deviceRate) / kEngineRate;  // device frames per output frame
   CaptureState& s = g_capture;
@@ -92,6 +99,7 @@ void CaptureInputFrames(CaptureSource from, const float* const* ports, int portC
     std::copy(current, current + kCaptureChannels, s.previous);
   }
   Queue(s.chunk, out);
+  g_captureBusy.store(false, std::memory_order_release);
 }
 
 void PullCapturedInput(int frames) noexcept {
@@ -108,8 +116,10 @@ void PullCapturedInput(int frames) noexcept {
 
 void ResetCapturedInput(CaptureSource from) {
   if (from != g_captureSource.load(std::memory_order_acquire)) return;
+  while (g_captureBusy.exchange(true, std::memory_order_acquire)) std::this_thread::yield();
   g_captureQueue.Reset();
   g_capture = CaptureState{};
+  g_captureBusy.store(false, std::memory_order_release);
   g_overruns.store(0, std::memory_order_relaxed);
 }
 
