@@ -55,7 +55,7 @@ export ZORVIK_LUMO_HOME="$work/home"
 mkdir -p "$ZORVIK_LUMO_HOME"
 
 # 1. The pro back end on a private dummy server.
-jackd -n "$server" -d dummy -r 44100 -p 256 >"$work/jackd.log" 2>&1 &
+jackd -n "$server" -t 10000 -d dummy -r 44100 -p 256 >"$work/jackd.log" 2>&1 &
 jack_pid=$!
 jack_wait -s "$server" -w -t 30 >/dev/null 2>&1 || fail "jackd $server did not come up: $(cat "$work/jackd.log")"
 # The dummy driver's capture ports are the live input: a capture device does not stop the play.

@@ -60,7 +60,9 @@ class DummyJackServer {
   // False when jackd could not be started; the test then waits for its first client to open.
   bool Start(const std::string& prefix, int rate = 44100, int period = 256) {
     name_ = prefix + "-" + std::to_string(getpid());
-    server_.pid = SpawnQuiet({"/usr/bin/jackd", "-n", name_, "-d", "dummy", "-r", std::to_string(rate), "-p",
+    // A generous client time-out: on a busy test machine a starved client would otherwise be
+    // thrown off the server (its default is half a second) and the test would see silence.
+    server_.pid = SpawnQuiet({"/usr/bin/jackd", "-n", name_, "-t", "10000", "-d", "dummy", "-r", std::to_string(rate), "-p",
                               std::to_string(period)});
     setenv("JACK_DEFAULT_SERVER", name_.c_str(), 1);
     return server_.pid > 0;

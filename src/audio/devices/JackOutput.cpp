@@ -7,6 +7,8 @@
 #include <jack/jack.h>
 
 #include <algorithm>
+#include <chrono>
+#include <thread>
 #include <atomic>
 #include <cstdio>
 #include <memory>
@@ -90,11 +92,26 @@ class CJackOutput final : public COutputBackend {
   std::atomic<bool> rateChanged_{false};
 };
 
+namespace {
+
+// A busy server (one that has just let another client go, or a loaded machine) can refuse a
+// connection for a moment: three tries, 150 ms apart, before it counts as not there.
+jack_client_t* OpenClient(const char* name, jack_status_t* status) {
+  jack_client_t* client = nullptr;
+  for (int attempt = 0; attempt < 3 && !client; ++attempt) {
+    if (attempt > 0) std::this_thread::sleep_for(std::chrono::milliseconds(150));
+    client = jack_client_open(name, JackNoStartServer, status);
+  }
+  return client;
+}
+
+}  // namespace
+
 bool CJackOutput::Open(const OutputBackendConfig& config) {
   Close();
   RouteJackMessages();
   jack_status_t status{};
-  client_ = jack_client_open(kClientName, JackNoStartServer, &status);
+  client_ = OpenClient(kClientName, &status);
   if (!client_) {
     TraceLine("jack: no server to connect to (status 0x%x)", static_cast<unsigned>(status));
     return false;
@@ -245,7 +262,7 @@ bool ProbeJackServer(OutputDeviceInfo* info) {
   RouteJackMessages();
   g_probing.store(true);
   jack_status_t status{};
-  jack_client_t* client = jack_client_open("zorvik-lumo-probe", JackNoStartServer, &status);
+  jack_client_t* client = OpenClient("zorvik-lumo-probe", &status);
   g_probing.store(false);
   if (!client) return false;
   int playback = 0;
