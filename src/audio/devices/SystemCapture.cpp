@@ -1,5 +1,7 @@
 #include "audio/devices/SystemCapture.h"
 
+#include <chrono>
+#include <thread>
 #include <rtaudio/RtAudio.h>
 
 #include <algorithm>
@@ -76,7 +78,7 @@ std::vector<std::string> SystemCaptureDevices() {
   return names;
 }
 
-bool OpenSystemCapture(const std::string& name, bool viaJack) {
+static bool OpenCaptureOnce(const std::string& name, bool viaJack) {
   CloseSystemCapture();
   try {
     RtAudio::Api api = ApiOfName(name);
@@ -121,6 +123,17 @@ bool OpenSystemCapture(const std::string& name, bool viaJack) {
     TraceLine("system capture: %s", e.what());
     SetCaptureSource(kCaptureFromJack);
     return false;
+  }
+}
+
+bool OpenSystemCapture(const std::string& name, bool viaJack) {
+  // A busy JACK server can refuse RtAudio's clients for a moment (it opens one even to count the
+  // devices): a JACK device gets three tries, 150 ms apart.
+  const bool jack = viaJack || ApiOfName(name) == RtAudio::UNIX_JACK;
+  for (int attempt = 0;; ++attempt) {
+    if (OpenCaptureOnce(name, viaJack)) return true;
+    if (!jack || attempt == 2) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(150));
   }
 }
 

@@ -4,6 +4,8 @@
 // 32000, rounded, clipped. A device that refuses 44100 Hz runs at its preferred rate and
 // COutputFeed resamples.
 
+#include <chrono>
+#include <thread>
 #include <alsa/asoundlib.h>
 #include <rtaudio/RtAudio.h>
 
@@ -76,6 +78,7 @@ class CSystemOutput final : public COutputBackend {
   static int Callback(void* output, void* input, unsigned int frames, double streamTime,
                       RtAudioStreamStatus status, void* self) noexcept;
   bool OpenStream(const OutputBackendConfig& config, int deviceId, int rate);
+  bool OpenOnce(const OutputBackendConfig& config);
 
   std::unique_ptr<RtAudio> audio_;
   std::unique_ptr<float[]> scratch_;
@@ -112,6 +115,17 @@ bool CSystemOutput::OpenStream(const OutputBackendConfig& config, int deviceId, 
 }
 
 bool CSystemOutput::Open(const OutputBackendConfig& config) {
+  // A busy JACK server can refuse RtAudio's client for a moment: a JACK device gets three tries,
+  // 150 ms apart. Other devices answer at once either way.
+  const bool jack = config.device && config.device->api == RtAudio::UNIX_JACK;
+  for (int attempt = 0;; ++attempt) {
+    if (OpenOnce(config)) return true;
+    if (!jack || attempt == 2) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(150));
+  }
+}
+
+bool CSystemOutput::OpenOnce(const OutputBackendConfig& config) {
   Close();
   if (!config.device) return false;
   channels_ = config.channels;
